@@ -1,0 +1,114 @@
+// ION for the host: a handle is a descriptor of shared anonymous memory that its device holds.
+#include <ion/ion.h>
+#include <ion/ion_vex.h>
+#include <sys/eventfd.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <map>
+
+#include "SharedBuffer.h"
+
+namespace {
+
+struct Buffer {
+    int device;
+    int fd;
+};
+
+// Buffers of all open devices by handle. Handles are not reused, so a stale one is noticed.
+std::map<ion_user_handle_t, Buffer>& buffers() {
+    static std::map<ion_user_handle_t, Buffer> all;
+    return all;
+}
+
+int addBuffer(int device, int fd, ion_user_handle_t* handle) {
+    static ion_user_handle_t last = 0;
+    if (fd < 0) {
+        return fd;
+    }
+    buffers()[++last] = {device, fd};
+    *handle = last;
+    return 0;
+}
+
+const Buffer* findBuffer(int device, ion_user_handle_t handle) {
+    const auto found = buffers().find(handle);
+    return found == buffers().end() || found->second.device != device ? nullptr : &found->second;
+}
+
+}  // namespace
+
+int vx_ion_open(const char* /*client*/) {
+    // An eventfd is the cheapest real descriptor; nothing is ever read from it.
+    const int plain = eventfd(0, EFD_CLOEXEC);
+    if (plain < 0) {
+        return -errno;
+    }
+    const int device = host::duplicateDescriptor(plain);
+    close(plain);
+    return device;
+}
+
+int ion_close(int fd) {
+    for (auto it = buffers().begin(); it != buffers().end();) {
+        if (it->second.device == fd) {
+            close(it->second.fd);
+            it = buffers().erase(it);
+        } else {
+            ++it;
+        }
+    }
+    return close(fd) == 0 ? 0 : -errno;
+}
+
+int ion_alloc_mm(int fd, size_t len, size_t /*align*/, unsigned int /*flags*/,
+                 ion_user_handle_t* handle) {
+    return len == 0 ? -EINVAL : addBuffer(fd, host::createSharedBuffer("ion", len), handle);
+}
+
+int ion_import(int fd, int share_fd, ion_user_handle_t* handle) {
+    return addBuffer(fd, host::duplicateDescriptor(share_fd), handle);
+}
+
+int ion_free(int fd, ion_user_handle_t handle) {
+    const Buffer* buffer = findBuffer(fd, handle);
+    if (buffer == nullptr) {
+        return -EINVAL;
+    }
+    close(buffer->fd);
+    buffers().erase(handle);
+    return 0;
+}
+
+int ion_share(int fd, ion_user_handle_t handle, int* share_fd) {
+    const Buffer* buffer = findBuffer(fd, handle);
+    if (buffer == nullptr) {
+        return -EINVAL;
+    }
+    const int shared = host::duplicateDescriptor(buffer->fd);
+    if (shared < 0) {
+        return shared;
+    }
+    *share_fd = shared;
+    return 0;
+}
+
+int ion_map(int fd, ion_user_handle_t handle, size_t length, int prot, int flags, off_t offset,
+            unsigned char** ptr, int* map_fd) {
+    int shared = -1;
+    const int status = ion_share(fd, handle, &shared);
+    if (status != 0) {
+        return status;
+    }
+    void* address = mmap(nullptr, length, prot, flags, shared, offset);
+    if (address == MAP_FAILED) {
+        const int error = errno;
+        close(shared);
+        return -error;
+    }
+    *ptr = static_cast<unsigned char*>(address);
+    *map_fd = shared;
+    return 0;
+}

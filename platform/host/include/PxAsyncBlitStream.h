@@ -1,0 +1,70 @@
+// The chip's blit library (libpxframework): jobs that the blit engine runs on device buffers.
+#pragma once
+
+#include <sys/time.h>
+
+#include <cstdint>
+#include <memory>
+
+// Code of a pixel layout.
+enum PX_COLOR_ENUM : uint32_t {};
+
+// YUV matrix and range.
+enum PX_PROFILE_ENUM : uint32_t {
+    PX_PROFILE_BT601_LIMIT = 0,
+    PX_PROFILE_BT709_LIMIT = 1,
+    PX_PROFILE_BT601_FULL = 2,
+    PX_PROFILE_BT2020_LIMIT = 3,
+    PX_PROFILE_BT709_FULL = 4,
+    PX_PROFILE_BT2020_FULL = 5,
+};
+
+enum PxInterlaceFormat : uint32_t {};
+enum PxSecure : uint32_t {};
+
+// Pixels; every value has a companion, which is 0.
+struct PxRect {
+    int32_t left;
+    int32_t leftCompanion;
+    int32_t top;
+    int32_t topCompanion;
+    int32_t width;
+    int32_t widthCompanion;
+    int32_t height;
+    int32_t heightCompanion;
+};
+
+// One job at a time: createJob, setConfigBegin, the source and destination calls, setConfigEnd,
+// invalidate. Every call returns 0, or a negated errno. Buffers stay the caller's and must live
+// until the job's fence has signalled.
+class PxAsyncBlitStream {
+  public:
+    PxAsyncBlitStream();
+    ~PxAsyncBlitStream();
+    PxAsyncBlitStream(const PxAsyncBlitStream&) = delete;
+    PxAsyncBlitStream& operator=(const PxAsyncBlitStream&) = delete;
+
+    // fence: a new descriptor > 0 that signals when the job is done; the caller closes it.
+    int createJob(unsigned int& jobId, int& fence);
+    int setConfigBegin(unsigned int jobId);
+    // sizes: bytes of each plane; the planes lie back to back in the buffer.
+    int setSrcBuffer(int fd, unsigned int* sizes, unsigned int planeCount, int reserved);
+    // yPitch, uvPitch: bytes a row.
+    int setSrcConfig(int width, int height, int yPitch, int uvPitch, PX_COLOR_ENUM color,
+                     PX_PROFILE_ENUM profile, PxInterlaceFormat interlace, PxSecure secure,
+                     bool reservedFlag, unsigned int reserved);
+    int setSrcCrop(unsigned int output, PxRect crop);
+    int setDstBuffer(unsigned int output, int fd, unsigned int* sizes, unsigned int planeCount,
+                     int reserved);
+    int setDstConfig(unsigned int output, int width, int height, int yPitch, int uvPitch,
+                     PX_COLOR_ENUM color, PX_PROFILE_ENUM profile, PxInterlaceFormat interlace,
+                     PxRect* target, PxSecure secure, bool reservedFlag, unsigned int reserved,
+                     int reservedLast);
+    int setConfigEnd();
+    // Starts the job.
+    int invalidate(timeval* now);
+
+  private:
+    struct State;
+    std::unique_ptr<State> mState;
+};

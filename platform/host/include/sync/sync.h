@@ -1,0 +1,14 @@
+// Sync fences (libsync).
+#pragma once
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+// Waits until the fence signals, at most timeout milliseconds (-1: without limit); 0, or -1 with
+// errno set.
+int sync_wait(int fd, int timeout);
+
+#ifdef __cplusplus
+}
+#endif
