@@ -1,0 +1,192 @@
+#include "color/Catalogue.h"
+
+#include <initializer_list>
+
+namespace {
+
+using Buffer = ColorConvert::ColorConvertBuffer;
+
+void setPlanes(Buffer& buffer, std::initializer_list<Size> planes, Size yPitch, Size uvPitch) {
+    Size total = 0;
+    for (const Size& plane : planes) {
+        total = total + plane;
+    }
+    const bool fits = total.fits() && yPitch.fits() && uvPitch.fits();
+    uint32_t count = 0;
+    for (const Size& plane : planes) {
+        buffer.mPlaneSize[count++] = fits ? static_cast<uint32_t>(plane.value()) : 0;
+    }
+    for (uint32_t i = count; i < 3; ++i) {
+        buffer.mPlaneSize[i] = 0;
+    }
+    buffer.mYPitch = fits ? yPitch.value() : 0;
+    buffer.mUVPitch = fits ? uvPitch.value() : 0;
+    buffer.mPlaneCount = fits ? count : 0;
+}
+
+void calculateRGB888(Buffer& buffer) {
+    const Size pitch = Size(3) * buffer.mWidth;
+    setPlanes(buffer, {pitch * buffer.mHeight}, pitch, 0);
+}
+
+void calculateRGBA8888(Buffer& buffer) {
+    const Size pitch = Size(4) * buffer.mWidth;
+    setPlanes(buffer, {pitch * buffer.mHeight}, pitch, 0);
+}
+
+void calculateRGBA1010102(Buffer& buffer) { calculateRGBA8888(buffer); }
+
+void calculateRGBA8888_AFBC(Buffer& buffer) {
+    const Size area = Size(buffer.mWidth) * buffer.mHeight;
+    setPlanes(buffer, {up(area / 16, 1024) + 4 * area}, Size(4) * buffer.mWidth, 0);
+}
+
+void calculateRGBA1010102_AFBC(Buffer& buffer) { calculateRGBA8888_AFBC(buffer); }
+
+void calculateNV12(Buffer& buffer) {
+    const Size w = buffer.mWidth;
+    const Size h = buffer.mHeight;
+    setPlanes(buffer, {w * h, w * (h >> 1)}, w, w);
+}
+
+void calculateP010(Buffer& buffer) {
+    const Size area = Size(buffer.mWidth) * buffer.mHeight;
+    const Size pitch = Size(2) * buffer.mWidth;
+    setPlanes(buffer, {2 * area, area}, pitch, pitch);
+}
+
+void calculatePlanar(Buffer& buffer, Size chromaPitch) {
+    const Size w = buffer.mWidth;
+    const Size h = buffer.mHeight;
+    const Size chroma = chromaPitch * (h >> 1);
+    setPlanes(buffer, {w * h, chroma, chroma}, w, chromaPitch);
+}
+
+void calculateYV12(Buffer& buffer) { calculatePlanar(buffer, up(Size(buffer.mWidth) >> 1, 16)); }
+
+void calculateYUV420P(Buffer& buffer) { calculatePlanar(buffer, Size(buffer.mWidth) >> 1); }
+
+// One 16-byte header for each 16 x 16 superblock.
+Size afbcYuvHeaders(const Buffer& buffer) {
+    return up((Size(buffer.mHeight) >> 4) * down(Size(buffer.mWidth), 16), 256);
+}
+
+void calculateYUV420P_AFBC(Buffer& buffer) {
+    const Size pitch = Size(3) * buffer.mWidth;
+    setPlanes(buffer, {afbcYuvHeaders(buffer) + ((pitch * buffer.mHeight) >> 1)}, pitch >> 1,
+              pitch >> 1);
+}
+
+void calculateYUV420P_10BIT_AFBC(Buffer& buffer) {
+    const Size pitch = Size(2) * buffer.mWidth;
+    setPlanes(buffer, {afbcYuvHeaders(buffer) + pitch * buffer.mHeight}, pitch, pitch);
+}
+
+// Pitches of block formats are bytes a row of blocks: 32 lines of luma, 16 lines of chroma.
+void calculateNV12_BLK(Buffer& buffer) {
+    const Size w = buffer.mWidth;
+    const Size h = buffer.mHeight;
+    setPlanes(buffer, {w * h, w * (h >> 1)}, 32 * w, 16 * w);
+}
+
+void calculateNV12_BLK_10BIT_V(Buffer& buffer) {
+    const Size w = buffer.mWidth;
+    const Size h = buffer.mHeight;
+    setPlanes(buffer, {up((10 * w) * h / 8, 512), (10 * w) * (h >> 1) / 8}, 40 * w, 20 * w);
+}
+
+// The blit engine is told the planes of a block frame; where the parts lie, partsOf... say.
+void calculateCPQ(Buffer& buffer) { calculateNV12_BLK(buffer); }
+
+void calculateCPQ_10BIT_V(Buffer& buffer) { calculateNV12_BLK_10BIT_V(buffer); }
+
+// Bodies first, then headers.
+FrameParts cpqParts(Size area, Size lumaBody, Size chromaBody) {
+    const Size lumaHeader = up((area >> 8) + 128, 64);
+    const Size chromaHeader = up((lumaHeader >> 1) + 112, 32);
+    const Size bodies = lumaBody + chromaBody;
+    return {{{lumaBody, 0},
+             {lumaHeader, bodies},
+             {chromaBody, lumaBody},
+             {chromaHeader, bodies + lumaHeader}}};
+}
+
+FrameParts partsOfCPQ(Size area) { return cpqParts(area, up(area, 4096), up(area >> 1, 512)); }
+
+FrameParts partsOfCPQ_10BIT_V(Size area) {
+    return cpqParts(area, up(10 * area / 8, 4096), up(10 * (area >> 1) / 8, 512));
+}
+
+// Each header ends where its body begins.
+FrameParts lumoParts(Size area, Size lumaBody, Size chromaBody) {
+    const Size lumaHeader = area >> 6;
+    const Size chromaHeader = area >> 7;
+    const Size lumaRegion = up(lumaHeader, 4096);
+    const Size chromaRegion = up(chromaHeader, 64);
+    const Size chromaStart = up(lumaRegion + lumaBody + chromaRegion, 4096);
+    return {{{lumaBody, lumaRegion},
+             {lumaHeader, lumaRegion - up(lumaHeader, 64)},
+             {chromaBody, chromaStart},
+             {chromaHeader, chromaStart - chromaRegion}}};
+}
+
+FrameParts partsOfNV12_LUMO(Size area) { return lumoParts(area, area, area >> 1); }
+
+FrameParts partsOfP010_LUMO(Size area) { return lumoParts(area, 6 * area >> 2, 6 * area >> 3); }
+
+// The whole assembled frame is one plane; it ends with the chroma body.
+void calculateLumo(Buffer& buffer, FrameParts (*partsOf)(Size), int pitchFactor) {
+    const FramePart chromaBody = partsOf(Size(buffer.mWidth) * buffer.mHeight)[2];
+    setPlanes(buffer, {chromaBody.offset + chromaBody.size}, Size(pitchFactor) * buffer.mWidth, 0);
+}
+
+void calculateNV12_LUMO(Buffer& buffer) { calculateLumo(buffer, partsOfNV12_LUMO, 12); }
+
+void calculateP010_LUMO(Buffer& buffer) { calculateLumo(buffer, partsOfP010_LUMO, 18); }
+
+constexpr const char* VX2105[] = {"vx2105", nullptr};
+constexpr const char* WITHOUT_CPQ[] = {"vx2215", "vx2210", "vx2105", nullptr};
+constexpr const char* WITH_AFBC_RGB[] = {"vx2415", "vx2410", "vx2365", "vx2340", "vx2360", "vx2350",
+                                         "vx2335", "vx2330", "vx2320", "vx2355", nullptr};
+constexpr const char* WITH_AFBC_YUV[] = {"vx2415", "vx2410", "vx2365", "vx2340", "vx2355", nullptr};
+constexpr const char* WITH_LUMO[] = {"vx2415", nullptr};
+
+constexpr PlatformSupport EVERYWHERE = {PlatformSupport::EVERYWHERE, nullptr};
+constexpr PlatformSupport NOT_VX2105 = {PlatformSupport::ALL_BUT, VX2105};
+constexpr PlatformSupport CPQ_BOARDS = {PlatformSupport::ALL_BUT, WITHOUT_CPQ};
+constexpr PlatformSupport AFBC_RGB_BOARDS = {PlatformSupport::ONLY_ON, WITH_AFBC_RGB};
+constexpr PlatformSupport AFBC_YUV_BOARDS = {PlatformSupport::ONLY_ON, WITH_AFBC_YUV};
+constexpr PlatformSupport LUMO_BOARDS = {PlatformSupport::ONLY_ON, WITH_LUMO};
+
+using C = ColorConvert;
+
+}  // namespace
+
+// clang-format off
+const std::array<ColorFormatInfo, COLOR_FORMAT_COUNT> colorFormatInfos = {{
+    // code        name                  plane rule                    aligned   output           extension      parts               boards           description
+    {0x00000000, "",                   nullptr,                       1,  1, C::NV12,        "yuv",         nullptr,            EVERYWHERE,      ""},
+    {0x00201821, "RGB888",             calculateRGB888,               1,  1, C::RGB888,      "rgb888",      nullptr,            EVERYWHERE,      "RGB888"},
+    {0x00202022, "RGBA8888",           calculateRGBA8888,             1,  1, C::RGBA8888,    "rgba8888",    nullptr,            EVERYWHERE,      "RGBA8888"},
+    {0x10202022, "RGBA1010102",        calculateRGBA1010102,          1,  1, C::RGBA1010102, "rgba1010102", nullptr,            NOT_VX2105,      "RGBA1010102"},
+    {0x20202022, "RGBA8888_AFBC",      calculateRGBA8888_AFBC,       32, 32, C::RGBA8888,    "yuv",         nullptr,            AFBC_RGB_BOARDS, "AFBC RGBA8888"},
+    {0x30202022, "RGBA1010102_AFBC",   calculateRGBA1010102_AFBC,    32, 32, C::RGBA1010102, "yuv",         nullptr,            AFBC_RGB_BOARDS, "AFBC RGBA1010102"},
+    {0x004C084C, "NV12",               calculateNV12,                 2,  2, C::NV12,        "nv12",        nullptr,            EVERYWHERE,      "NV12"},
+    {0x084C104C, "P010",               calculateP010,                 2,  2, C::P010,        "p010",        nullptr,            NOT_VX2105,      "10bit NV12"},
+    {0x006C0868, "YV12",               calculateYV12,                16,  2, C::NV12,        "yuv",         nullptr,            EVERYWHERE,      "Android YV12"},
+    {0x006C0848, "YUV420P",            calculateYUV420P,              2,  2, C::NV12,        "yuv",         nullptr,            EVERYWHERE,      "Also be known as I420"},
+    {0x202C0C4C, "YUV420P_AFBC",       calculateYUV420P_AFBC,        32, 32, C::NV12,        "yuv",         nullptr,            AFBC_YUV_BOARDS, "AFBC YUV420P"},
+    {0x302C104C, "YUV420P_10BIT_AFBC", calculateYUV420P_10BIT_AFBC,  32, 32, C::P010,        "yuv",         nullptr,            AFBC_YUV_BOARDS, "AFBC 10bit YUV420P"},
+    {0x00CD004C, "NV12_BLK",           calculateNV12_BLK,            16, 32, C::NV12,        "yuv",         nullptr,            EVERYWHERE,      "VEX NV12 Frame Block YUV"},
+    {0x18CD404C, "NV12_BLK_10BIT_V",   calculateNV12_BLK_10BIT_V,    16, 32, C::P010,        "yuv",         nullptr,            EVERYWHERE,      "VEX 10bit NV12 Frame Tile YUV"},
+    {0x02CD004C, "CPQ",                calculateCPQ,                 32, 32, C::NV12,        "yuv",         partsOfCPQ,         CPQ_BOARDS,      "VEX NV12 Frame Block CPQ YUV"},
+    {0x1ACD404C, "CPQ_10BIT_V",        calculateCPQ_10BIT_V,         32, 32, C::P010,        "yuv",         partsOfCPQ_10BIT_V, CPQ_BOARDS,      "VEX 10bit NV12 Frame Tile CPQ YUV"},
+    {0x402C0C4C, "NV12_Lumo",          calculateNV12_LUMO,           64, 64, C::NV12,        "yuv",         partsOfNV12_LUMO,   LUMO_BOARDS,     "VEX Lumo NV12"},
+    {0x502C124C, "P010_Lumo",          calculateP010_LUMO,           64, 64, C::P010,        "yuv",         partsOfP010_LUMO,   LUMO_BOARDS,     "VEX Lumo P010"},
+}};
+// clang-format on
+
+const ColorFormatInfo& colorFormatInfo(ColorConvert::ColorFormat format) {
+    const auto row = static_cast<uint32_t>(format);
+    return colorFormatInfos[row < COLOR_FORMAT_COUNT ? row : 0];
+}

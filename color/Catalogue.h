@@ -1,0 +1,45 @@
+// The catalogue: one row a color format, in ColorConvert::ColorFormat order.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "color/ColorConvert.h"
+#include "color/Size.h"
+
+// Boards (ro.board.platform) on which a format works: only the listed ones, or all but those.
+struct PlatformSupport {
+    enum Kind { EVERYWHERE, ONLY_ON, ALL_BUT };
+    Kind kind;
+    const char* const* boards;  // ends with a null pointer
+};
+
+// One part file of a separate frame: bytes, and where they go in the assembled frame.
+struct FramePart {
+    Size size;
+    Size offset;
+};
+// Luma body, luma header, chroma body, chroma header.
+using FrameParts = std::array<FramePart, 4>;
+
+struct ColorFormatInfo {
+    uint32_t pxColor;  // the blit library's code
+    const char* name;
+    // Plane rule: fills plane sizes, pitches and plane count from width and height. Where a size
+    // leaves the signed 32-bit range all of them are 0.
+    void (*calculate)(ColorConvert::ColorConvertBuffer&);
+    int32_t widthAlignment;   // pixels
+    int32_t heightAlignment;  // lines
+    ColorConvert::ColorFormat defaultOutput;
+    const char* extension;
+    // Part rule of a separate format, for a frame of that many pixels; null for other formats.
+    FrameParts (*parts)(Size area);
+    PlatformSupport support;
+    const char* description;
+};
+
+constexpr int COLOR_FORMAT_COUNT = 18;
+extern const std::array<ColorFormatInfo, COLOR_FORMAT_COUNT> colorFormatInfos;
+
+// The format's row; UNKNOWN's for a value outside the catalogue.
+const ColorFormatInfo& colorFormatInfo(ColorConvert::ColorFormat format);

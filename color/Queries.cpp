@@ -1,0 +1,126 @@
+// What the rest of the tool asks the catalogue: names, output formats, platform support, sizes.
+#include <cutils/properties.h>
+
+#include <cstring>
+
+#include "color/Catalogue.h"
+
+namespace {
+
+constexpr const char* COLOR_SPACE_NAMES[] = {"BT601_LIMIT", "BT601_FULL",   "BT709_LIMIT",
+                                             "BT709_FULL",  "BT2020_LIMIT", "BT2020_FULL"};
+
+bool contains(const char* const* boards, const char* board) {
+    for (; *boards != nullptr; ++boards) {
+        if (strcmp(*boards, board) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
+ColorConvert::ColorFormat ColorConvert::getColorFormatFromStr(std::string name) {
+    for (int row = 0; row < COLOR_FORMAT_COUNT; ++row) {
+        if (colorFormatInfos[static_cast<size_t>(row)].name == name) {
+            return static_cast<ColorFormat>(row);
+        }
+    }
+    return UNKNOWN;
+}
+
+int ColorConvert::getColorSpaceFromStr(std::string name) {
+    int value = 0;
+    for (const char* known : COLOR_SPACE_NAMES) {
+        if (known == name) {
+            return value;
+        }
+        ++value;
+    }
+    return BT601_LIMIT;
+}
+
+std::string ColorConvert::getExtensionName(ColorFormat format) {
+    return colorFormatInfo(format).extension;
+}
+
+ColorConvert::ColorFormat ColorConvert::getDefaultOutputFormat(ColorFormat format) {
+    return colorFormatInfo(format).defaultOutput;
+}
+
+bool ColorConvert::isSeparate(ColorFormat format) {
+    return colorFormatInfo(format).parts != nullptr;
+}
+
+bool ColorConvert::checkPlatformSupport(ColorFormat format) {
+    char board[PROPERTY_VALUE_MAX] = {};
+    property_get("ro.board.platform", board, "");
+    const PlatformSupport& support = colorFormatInfo(format).support;
+    switch (support.kind) {
+        case PlatformSupport::ONLY_ON:
+            return contains(support.boards, board);
+        case PlatformSupport::ALL_BUT:
+            return !contains(support.boards, board);
+        default:
+            return true;
+    }
+}
+
+int ColorConvert::roundUp(int value, int alignment) {
+    if (alignment == 0) {
+        return 0;
+    }
+    if (alignment < 0) {
+        return -1;
+    }
+    const int64_t step = alignment;
+    return Size((value + step - 1) / step * step).value();
+}
+
+std::pair<int, int> ColorConvert::getDefaultAlignedSize(int width, int height, ColorFormat format) {
+    if (format == UNKNOWN) {
+        return {0, 0};
+    }
+    const ColorFormatInfo& info = colorFormatInfo(format);
+    return {roundUp(width, info.widthAlignment), roundUp(height, info.heightAlignment)};
+}
+
+int ColorConvert::getFrameSize(int width, int height, ColorFormat format) {
+    const ColorFormatInfo& info = colorFormatInfo(format);
+    if (info.calculate == nullptr) {
+        return 0;
+    }
+    // A separate frame also holds its headers, which the plane rule may leave out.
+    if (info.parts != nullptr) {
+        Size end = 0;
+        for (const FramePart& part : info.parts(Size(width) * height)) {
+            const Size partEnd = part.offset + part.size;
+            end = end.value() > partEnd.value() && partEnd.fits() ? end : partEnd;
+            if (!end.fits()) {
+                return -1;
+            }
+        }
+        return end.value();
+    }
+    ColorConvertBuffer buffer;
+    buffer.mWidth = width;
+    buffer.mHeight = height;
+    info.calculate(buffer);
+    if (buffer.mPlaneCount == 0) {
+        return -1;
+    }
+    return static_cast<int>(buffer.mPlaneSize[0] + buffer.mPlaneSize[1] + buffer.mPlaneSize[2]);
+}
+
+std::vector<std::pair<int, int>> ColorConvert::getSeparateSize(int width, int height,
+                                                               ColorFormat format) {
+    std::vector<std::pair<int, int>> list;
+    if (!isSeparate(format) || getFrameSize(width, height, format) < 0) {
+        return list;
+    }
+    for (const FramePart& part : colorFormatInfo(format).parts(Size(width) * height)) {
+        list.emplace_back(part.size.value(), part.offset.value());
+    }
+    return list;
+}
