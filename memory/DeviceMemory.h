@@ -1,0 +1,16 @@
+// A buffer that the blit engine can reach. A buffer that couldn't be made, or was released, is
+// empty: getFd() is -1 and data() null. Failures go to the log.
+#pragma once
+
+class DeviceMemory {
+  public:
+    virtual ~DeviceMemory() = default;
+    // The buffer's bytes, mapped on the first call, or null.
+    virtual unsigned char* data() = 0;
+    // The buffer's shareable descriptor, or -1; it stays the buffer's.
+    virtual int getFd() = 0;
+
+    DeviceMemory() = default;
+    DeviceMemory(const DeviceMemory&) = delete;
+    DeviceMemory& operator=(const DeviceMemory&) = delete;
+};

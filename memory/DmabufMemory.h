@@ -1,0 +1,27 @@
+// A buffer of a DMA-BUF heap.
+#pragma once
+
+#include <cstdint>
+
+#include "memory/DeviceMemory.h"
+
+class BufferAllocator;
+
+class DmabufMemory : public DeviceMemory {
+  public:
+    // size: bytes, > 0. importFd > 0 duplicates that buffer's descriptor, which stays the caller's;
+    // otherwise new memory is allocated.
+    DmabufMemory(int size, int importFd);
+    ~DmabufMemory() override;
+    unsigned char* data() override;
+    int getFd() override;
+    // Gives everything back; may be called more than once.
+    void release();
+
+  private:
+    BufferAllocator* mAllocator = nullptr;  // owned
+    int32_t mSize = 0;                      // bytes
+    int32_t mShareFd = -1;
+    int32_t mImportFd = -1;
+    unsigned char* mVirtAddr = nullptr;
+};
