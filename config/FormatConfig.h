@@ -1,0 +1,70 @@
+// A format rule: decodes the name of a dump file into the size and format of its frames.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+class FormatConfig {
+  public:
+    // What a format code in a name stands for.
+    struct FormatPair {
+        std::string formatStr;    // the code as names write it, compared as text
+        std::string colorFormat;  // a name of the color format catalogue
+        int32_t widthAlignment;   // pixels
+        int32_t heightAlignment;  // lines
+        bool separate;            // the frame is a set of four files
+        // Texts that replace the separate group of a name; empty unless separate.
+        std::string yBody;
+        std::string yHeader;
+        std::string cBody;
+        std::string cHeader;
+    };
+
+    // The pattern is neither compiled nor checked here.
+    FormatConfig(std::string name, std::string description, std::string pattern, int32_t widthIndex,
+                 int32_t heightIndex, int32_t colorFormatIndex, int32_t separateStringIndex,
+                 int32_t defaultWidth, int32_t defaultHeight, int32_t defaultWidthAlignment,
+                 int32_t defaultHeightAlignment, std::string defaultColorFormat);
+
+    // Of two pairs with the same code the first one added counts.
+    void addFormatPair(std::string formatStr, std::string colorFormat, int32_t widthAlignment,
+                       int32_t heightAlignment);
+    void addFormatPair(std::string formatStr, std::string colorFormat, int32_t widthAlignment,
+                       int32_t heightAlignment, bool separate, std::string yBody,
+                       std::string yHeader, std::string cBody, std::string cHeader);
+
+    // Searches the file's path for the pattern; when it occurs, fills the result fields and
+    // returns true. False, with all fields unchanged, also for a pattern that is no valid
+    // expression or can't be searched within bounds (logged once a pattern), and for a width or
+    // height group without a number of 32 bits.
+    bool match(std::string fileName);
+
+    std::string name;
+    std::string description;
+    std::string pattern;            // ECMAScript
+    bool separate = false;          // result
+    int32_t widthIndex;             // capture groups count from 1; any other number means none
+    int32_t heightIndex;            //
+    int32_t colorFormatIndex;       //
+    int32_t separateStringIndex;    // the group that differs between the four files of a set
+    int32_t defaultWidth;           // pixels
+    int32_t defaultHeight;          // lines
+    int32_t defaultWidthAlignment;  // pixels
+    int32_t defaultHeightAlignment;
+    std::string defaultColorFormat;
+    std::vector<FormatPair> formatPairs;
+    // Results of match; the defaults until then.
+    int32_t width;
+    int32_t height;
+    int32_t widthAlignment;
+    int32_t heightAlignment;
+    std::string colorFormat;
+    std::string yBodyFile;
+    std::string yHeaderFile;
+    std::string cBodyFile;
+    std::string cHeaderFile;
+};
+
+// The rules in use, in the order in which they are tried; empty until loaded.
+extern std::vector<FormatConfig> formatConfigs;

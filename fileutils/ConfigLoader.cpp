@@ -1,0 +1,207 @@
+// The loader of format rules.
+#include <android/log.h>
+#include <cjson/cJSON.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include "config/DefaultConfig.h"
+#include "config/FormatConfig.h"
+#include "fileutils/FileUtils.h"
+
+#define LOGE(...) __android_log_print(ANDROID_LOG_ERROR, "VexConverter-FileUtils", __VA_ARGS__)
+
+namespace {
+
+using Json = std::unique_ptr<cJSON, decltype(&cJSON_Delete)>;
+
+struct CloseFile {
+    void operator()(FILE* file) const { fclose(file); }
+};
+using File = std::unique_ptr<FILE, CloseFile>;
+
+struct FreeText {
+    void operator()(char* text) const { free(text); }  // NOLINT(*-no-malloc): see readText
+};
+using Text = std::unique_ptr<char, FreeText>;
+
+// Reads the keys of one rule or pair object. A key that is missing, or no string where a string is
+// required, is logged with the place where it is wanted; the object then is not complete. A number
+// key may hold any value: it reads as cJSON's integer of it.
+class ObjectReader {
+  public:
+    ObjectReader(const cJSON* object, std::string place)
+        : mObject(object), mPlace(std::move(place)), mComplete(cJSON_IsObject(object) != 0) {
+        if (!mComplete) {
+            LOGE("parseConfigFile: %s is no object\n", mPlace.c_str());
+        }
+    }
+
+    bool complete() const { return mComplete; }
+
+    std::string text(const char* key) {
+        const cJSON* item = find(key);
+        if (item != nullptr && cJSON_IsString(item) == 0) {
+            fail(key, "is no string");
+        }
+        return mComplete ? item->valuestring : "";
+    }
+
+    int number(const char* key) {
+        const cJSON* item = find(key);
+        return mComplete ? item->valueint : 0;
+    }
+
+  private:
+    const cJSON* find(const char* key) {
+        const cJSON* item = mComplete ? cJSON_GetObjectItem(mObject, key) : nullptr;
+        if (mComplete && item == nullptr) {
+            fail(key, "is missing");
+        }
+        return item;
+    }
+
+    void fail(const char* key, const char* problem) {
+        LOGE("parseConfigFile: %s, key \"%s\" %s\n", mPlace.c_str(), key, problem);
+        mComplete = false;
+    }
+
+    const cJSON* mObject;
+    std::string mPlace;
+    bool mComplete;
+};
+
+bool addPair(FormatConfig& rule, const cJSON* object, const std::string& place) {
+    ObjectReader pair(object, place);
+    const std::string formatStr = pair.text("FormatStr");
+    const std::string colorFormat = pair.text("ColorFormat");
+    const int widthAlignment = pair.number("WidthAlignment");
+    const int heightAlignment = pair.number("HeightAlignment");
+    if (pair.number("Separate") == 1) {
+        const std::string yBody = pair.text("YBody");
+        const std::string yHeader = pair.text("YHeader");
+        const std::string cBody = pair.text("CBody");
+        const std::string cHeader = pair.text("CHeader");
+        rule.addFormatPair(formatStr, colorFormat, widthAlignment, heightAlignment, true, yBody,
+                           yHeader, cBody, cHeader);
+    } else {
+        rule.addFormatPair(formatStr, colorFormat, widthAlignment, heightAlignment);
+    }
+    return pair.complete();
+}
+
+bool addPairs(FormatConfig& rule, const cJSON* object, const std::string& place) {
+    const cJSON* pairs = cJSON_GetObjectItem(object, "ColorFormatPair");
+    if (pairs == nullptr) {
+        return true;
+    }
+    if (cJSON_IsArray(pairs) == 0) {
+        LOGE("parseConfigFile: %s, key \"ColorFormatPair\" is no array\n", place.c_str());
+        return false;
+    }
+    int number = 0;
+    const cJSON* pair = nullptr;
+    cJSON_ArrayForEach(pair, pairs) {
+        if (!addPair(rule, pair, place + ", pair " + std::to_string(++number))) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool addRule(std::vector<FormatConfig>& rules, const cJSON* object) {
+    std::string place = "rule " + std::to_string(rules.size() + 1);
+    ObjectReader keys(object, place);
+    const std::string name = keys.text("Name");
+    const std::string description = keys.text("Description");
+    const std::string pattern = keys.text("Pattern");
+    const int widthIndex = keys.number("WidthIndex");
+    const int heightIndex = keys.number("HeightIndex");
+    const int colorFormatIndex = keys.number("ColorFormatIndex");
+    const int separateStringIndex = keys.number("SeparateStringIndex");
+    const int defaultWidth = keys.number("DefaultWidth");
+    const int defaultHeight = keys.number("DefaultHeight");
+    const int defaultWidthAlignment = keys.number("DefaultWidthAlignment");
+    const int defaultHeightAlignment = keys.number("DefaultHeightAlignment");
+    const std::string defaultColorFormat = keys.text("DefaultColorFormat");
+    if (!keys.complete()) {
+        return false;
+    }
+    FormatConfig rule(name, description, pattern, widthIndex, heightIndex, colorFormatIndex,
+                      separateStringIndex, defaultWidth, defaultHeight, defaultWidthAlignment,
+                      defaultHeightAlignment, defaultColorFormat);
+    place += " \"" + name + "\"";
+    if (!addPairs(rule, object, place)) {
+        return false;
+    }
+    rules.push_back(std::move(rule));
+    return true;
+}
+
+// The file's text in full, ended by a zero; 0, the negated errno of a failed open, or -1, logged.
+int readText(const std::string& path, Text& text) {
+    const File file(fopen(path.c_str(), "r"));
+    if (file == nullptr) {
+        const int error = errno;
+        LOGE("parseConfigFile: Failed to open file: %s, errno: %d, %s\n", path.c_str(), error,
+             strerror(error));
+        return -error;
+    }
+    if (fseek(file.get(), 0, SEEK_END) != 0) {
+        LOGE("parseConfigFile: Failed to fseek SEEK_END: %s\n", path.c_str());
+        return -1;
+    }
+    const long fileSize = ftell(file.get());
+    if (fileSize < 0) {
+        const int error = errno;
+        LOGE("parseConfigFile: Failed to get file size: %s, errno: %d, %s\n", path.c_str(), error,
+             strerror(error));
+        return -1;
+    }
+    if (fileSize == 0) {
+        LOGE("parseConfigFile: Empty config file: %s\n", path.c_str());
+        return -1;
+    }
+    rewind(file.get());
+    // malloc and not a string: a size that memory can't hold (a folder claims one) must not throw.
+    const auto size = static_cast<size_t>(fileSize);
+    text.reset(static_cast<char*>(malloc(size + 1)));  // NOLINT(*-no-malloc)
+    const size_t readSize = text == nullptr ? 0 : fread(text.get(), 1, size, file.get());
+    if (readSize < size) {
+        LOGE("parseConfigFile: Failed to read file: %s, fileSize: %ld, readSize: %zu\n",
+             path.c_str(), fileSize, readSize);
+        return -1;
+    }
+    text.get()[size] = '\0';
+    return 0;
+}
+
+}  // namespace
+
+int FileUtils::parseConfigFile(std::string path) {
+    Text text;
+    if (!path.empty()) {
+        const int status = readText(path, text);
+        if (status != 0) {
+            return status;
+        }
+    }
+    const Json document(cJSON_Parse(path.empty() ? defaultConfig : text.get()), &cJSON_Delete);
+    text.reset();
+    if (document == nullptr) {
+        LOGE("parseConfigFile: Failed to parse config file: %s\n", path.c_str());
+        return -1;
+    }
+    std::vector<FormatConfig> rules;
+    const cJSON* rule = nullptr;
+    cJSON_ArrayForEach(rule, document.get()) {
+        if (!addRule(rules, rule)) {
+            return -1;
+        }
+    }
+    formatConfigs.insert(formatConfigs.end(), rules.begin(), rules.end());
+    return 0;
+}

@@ -1,0 +1,115 @@
+#include "fileutils/FileUtils.h"
+
+#include <android/log.h>
+#include <dirent.h>
+#include <libgen.h>
+#include <stb_image_write.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+
+#define LOGE(...) __android_log_print(ANDROID_LOG_ERROR, "VexConverter-FileUtils", __VA_ARGS__)
+
+namespace {
+
+bool hasType(const std::string& path, mode_t type) {
+    struct stat status = {};
+    return !path.empty() && stat(path.c_str(), &status) == 0 && (status.st_mode & S_IFMT) == type;
+}
+
+// Opened without a stream buffer: frames go between the file and the caller's memory in one call.
+FILE* openForFrames(const std::string& path, const char* mode, const char* operation) {
+    FILE* file = fopen(path.c_str(), mode);
+    if (file == nullptr) {
+        const int error = errno;
+        LOGE("%s: Failed to open file: %s, errno: %d, %s\n", operation, path.c_str(), error,
+             strerror(error));
+        errno = error;
+        return nullptr;
+    }
+    setvbuf(file, nullptr, _IONBF, 0);
+    return file;
+}
+
+}  // namespace
+
+bool FileUtils::isFile(std::string path) { return hasType(path, S_IFREG); }
+
+bool FileUtils::isDirectory(std::string path) { return hasType(path, S_IFDIR); }
+
+std::string FileUtils::getFolderPath(std::string path) {
+    struct stat status = {};
+    if (path.empty() || stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode)) {
+        return dirname(path.data());
+    }
+    if (path.back() == '/') {
+        path.pop_back();
+    }
+    return path;
+}
+
+int FileUtils::getFileSize(std::string path) {
+    struct stat status = {};
+    if (path.empty() || stat(path.c_str(), &status) != 0) {
+        return 0;
+    }
+    return status.st_size > INT_MAX ? -EFBIG : static_cast<int>(status.st_size);
+}
+
+void FileUtils::getFilePathsInDirectory(std::string folder, std::vector<std::string>& list) {
+    DIR* directory = opendir(folder.c_str());
+    if (directory == nullptr) {
+        LOGE("FileUtils::getFilePathsInDirectory failed to opendir %s", folder.c_str());
+        return;
+    }
+    if (folder.empty() || folder.back() != '/') {
+        folder += '/';
+    }
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): a single thread reads its own stream
+    for (const dirent* entry = readdir(directory); entry != nullptr; entry = readdir(directory)) {
+        std::string path = folder + entry->d_name;
+        if (isFile(path)) {
+            list.push_back(std::move(path));
+        }
+    }
+    closedir(directory);
+}
+
+int FileUtils::readFromFile(std::string path, unsigned char* buffer, int size, int stride,
+                            int count) {
+    FILE* file = openForFrames(path, "rb", "readFromFile");
+    if (file == nullptr) {
+        return -errno;
+    }
+    size_t bytes = 0;
+    const int64_t start = stride >= 1 && count >= 1 ? int64_t{stride} * count : 0;
+    if (size > 0 && (start == 0 || fseeko(file, start, SEEK_SET) == 0)) {
+        bytes = fread(buffer, 1, static_cast<size_t>(size), file);
+    }
+    fclose(file);
+    return static_cast<int>(bytes);
+}
+
+int FileUtils::writeToFile(std::string path, const unsigned char* buffer, int size) {
+    FILE* file = openForFrames(path, "ab", "writeToFile");
+    if (file == nullptr) {
+        return -errno;
+    }
+    const size_t bytes = size > 0 ? fwrite(buffer, 1, static_cast<size_t>(size), file) : 0;
+    fclose(file);
+    return static_cast<int>(bytes);
+}
+
+int FileUtils::writeToPNG(std::string path, int width, int height, const unsigned char* pixels,
+                          int components) {
+    // The encoder counts its working memory in ints, the rows with a filter byte each.
+    if (width <= 0 || height <= 0 || components <= 0 ||
+        (int64_t{width} * components + 1) * height > INT_MAX / 2) {
+        return 0;
+    }
+    return stbi_write_png(path.c_str(), width, height, components, pixels, 0);
+}
