@@ -1,0 +1,168 @@
+#include "driver/CommandLine.h"
+
+#include <getopt.h>
+#include <stdlib.h>
+
+#include <cstdio>
+
+#include "color/Catalogue.h"
+
+namespace {
+
+// Values that getopt_long returns for options without a short form.
+enum LongOnly {
+    PNG = 0,
+    INPUT_COLORSPACE = 1,
+    OUTPUT_COLORSPACE = 2,
+    LIST_COLORSPACES = 4,
+    HELP = 5
+};
+
+constexpr option LONG_OPTIONS[] = {
+    {"input", required_argument, nullptr, 'i'},
+    {"output", required_argument, nullptr, 'o'},
+    {"width", required_argument, nullptr, 'w'},
+    {"height", required_argument, nullptr, 'h'},
+    {"format", required_argument, nullptr, 'f'},
+    {"png", no_argument, nullptr, PNG},
+    {"input-colorspace", required_argument, nullptr, INPUT_COLORSPACE},
+    {"output-colorspace", required_argument, nullptr, OUTPUT_COLORSPACE},
+    {"config-file", required_argument, nullptr, 'c'},
+    {"list-formats", no_argument, nullptr, 'l'},
+    {"list-colorspaces", no_argument, nullptr, LIST_COLORSPACES},
+    {"help", no_argument, nullptr, HELP},
+    {nullptr, 0, nullptr, 0},
+};
+
+void printRow(const char* name, const char* description) {
+    fprintf(stderr, "%-40s%s\n", name, description);
+}
+
+void printInputFormatSection() {
+    fprintf(stderr, "All supported input color formats:\n");
+    printRow("Name", "Description");
+    int value = 0;
+    for (const ColorFormatInfo& info : colorFormatInfos) {
+        const auto format = static_cast<ColorConvert::ColorFormat>(value++);
+        if (ColorConvert::checkPlatformSupport(format) && info.name[0] != '\0') {
+            printRow(info.name, info.description);
+        }
+    }
+}
+
+void printColorSpaceSection() {
+    fprintf(stderr, "All supported color spaces:\n");
+    printRow("Name", "Description");
+    printRow("BT601_LIMIT", "BT601 limit range");
+    printRow("BT601_FULL", "BT601 full range");
+    printRow("BT709_LIMIT", "BT709 limit range");
+    printRow("BT709_FULL", "BT709 full range");
+    printRow("BT2020_LIMIT", "BT2020 limit range");
+    printRow("BT2020_FULL", "BT2020 full range");
+}
+
+[[noreturn]] void printSupportedInputFormats(int /*unused*/) {
+    printInputFormatSection();
+    exit(0);
+}
+
+[[noreturn]] void printSupportedColorSpaces(int /*unused*/) {
+    printColorSpaceSection();
+    exit(0);
+}
+
+ColorConvert::ColorSpace colorSpaceFrom(const char* name) {
+    return static_cast<ColorConvert::ColorSpace>(ColorConvert::getColorSpaceFromStr(name));
+}
+
+void applyOption(int value, CommandLineOptions& options) {
+    switch (value) {
+        case 'i':
+            options.inputPaths.emplace_back(optarg);
+            break;
+        case 'o':
+            options.outputPath = optarg;
+            break;
+        case 'w':
+            options.width = atoi(optarg);
+            break;
+        case 'h':
+            options.height = atoi(optarg);
+            break;
+        case 'f':
+            options.inputFormat = ColorConvert::getColorFormatFromStr(optarg);
+            break;
+        case PNG:
+            options.png = true;
+            break;
+        case INPUT_COLORSPACE:
+            options.inputColorSpace = colorSpaceFrom(optarg);
+            break;
+        case OUTPUT_COLORSPACE:
+            options.outputColorSpace = colorSpaceFrom(optarg);
+            break;
+        case 'c':
+            options.configFilePath = optarg;
+            break;
+        case 'l':
+            printSupportedInputFormats(0);
+        case LIST_COLORSPACES:
+            printSupportedColorSpaces(0);
+        case HELP:
+            printUsage(0);
+        default:
+            printUsage(1);
+    }
+}
+
+}  // namespace
+
+void printUsage(int exitCode) {
+    const char* name = getprogname();
+    fprintf(stderr, "Usage: %s -i INPUT -o OUTPUT\n", name);
+    fprintf(stderr, "Examples:\n");
+    fprintf(
+        stderr,
+        "1. Convert all dump files in directory /data/vendor/vcodec using arguments parsed from "
+        "config file\n");
+    fprintf(stderr, "    %s -i /data/vendor/vcodec -o /sdcard\n", name);
+    fprintf(stderr, "2. Convert /data/vendor/vcodec/test.yuv using cmdline arguments\n");
+    fprintf(stderr,
+            "    %s -i /data/vendor/vcodec/test.yuv -o /sdcard -w 1920 -h 1088 -f NV12_BLK\n",
+            name);
+    fprintf(stderr,
+            "3. Convert all dump files in directory /data/vendor/vcodec and output PNG file\n");
+    fprintf(stderr, "    %s -i /data/vendor/vcodec/* -o /sdcard --png\n", name);
+    fprintf(stderr, "\n");
+    fprintf(stderr, "Options:\n");
+    printRow("-i, --input PATH", "input file or folder path");
+    printRow("-o, --output PATH", "output folder path");
+    printRow("-w, --width WIDTH", "input frame width");
+    printRow("-h, --height HEIGHT", "input frame height");
+    printRow("-f, --format FORMAT", "input frame color format");
+    printRow("    --png", "set output color format to PNG");
+    printRow("    --input-colorspace COLORSPACE", "input frame color space");
+    printRow("    --output-colorspace COLORSPACE", "output frame color space");
+    printRow("-c, --config-file PATH", "color format config file path");
+    printRow("-l, --list-formats", "show all supported input color formats");
+    printRow("    --list-colorspaces", "show all supported color spaces");
+    printRow("    --help", "show this help message");
+    fprintf(stderr, "\n");
+    printInputFormatSection();
+    fprintf(stderr, "\n");
+    printColorSpaceSection();
+    exit(exitCode);
+}
+
+CommandLineOptions parseCommandLine(int argc, char* argv[]) {
+    if (argc <= 1) {
+        printUsage(0);
+    }
+    CommandLineOptions options;
+    int value = 0;
+    while ((value = getopt_long(argc, argv, "i:o:w:h:f:c:l", LONG_OPTIONS, nullptr)) != -1) {
+        applyOption(value, options);
+    }
+    options.inputPaths.insert(options.inputPaths.end(), argv + optind, argv + argc);
+    return options;
+}

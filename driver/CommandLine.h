@@ -1,0 +1,27 @@
+// The tool's options: parsing, help text and listings.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "color/ColorConvert.h"
+
+struct CommandLineOptions {
+    std::vector<std::string> inputPaths;
+    std::string outputPath;
+    std::string configFilePath;
+    int32_t width = 0;   // pixels
+    int32_t height = 0;  // lines
+    ColorConvert::ColorFormat inputFormat = ColorConvert::UNKNOWN;
+    ColorConvert::ColorSpace inputColorSpace = ColorConvert::BT601_LIMIT;
+    ColorConvert::ColorSpace outputColorSpace = ColorConvert::BT601_LIMIT;
+    bool png = false;
+};
+
+// Acts on the options in order. Help and listings end the process with status 0 where they stand, a
+// parse error with status 1 after the help text.
+CommandLineOptions parseCommandLine(int argc, char* argv[]);
+
+// Prints the help text and ends the process.
+[[noreturn]] void printUsage(int exitCode);

@@ -1,0 +1,183 @@
+#include "driver/FileConversion.h"
+
+#include <BufferAllocator/BufferAllocator.h>
+
+#include <cstdio>
+#include <memory>
+
+#include "fileutils/FileUtils.h"
+#include "memory/DmabufMemory.h"
+#include "memory/IonMemory.h"
+
+namespace {
+
+std::shared_ptr<DeviceMemory> makeBuffer(bool ion, int size) {
+    if (ion) {
+        return std::make_shared<IonMemory>(size, -1);
+    }
+    return std::make_shared<DmabufMemory>(size, -1);
+}
+
+// '/' and the file's name without folder and extension.
+std::string baseNameOf(const std::string& path) {
+    const size_t slash = path.rfind('/');
+    const size_t start = slash == std::string::npos ? 0 : slash;
+    const size_t dot = path.rfind('.');
+    std::string name = dot == std::string::npos || dot < start ? path.substr(start)
+                                                               : path.substr(start, dot - start);
+    if (name.empty() || name.front() != '/') {
+        name.insert(0, 1, '/');
+    }
+    return name;
+}
+
+// The conversion of one file: its buffers, its converter and its outputs.
+class Conversion {
+  public:
+    Conversion(const std::string& path, const FileJob& job, const std::string& outputFolder,
+               const CommandLineOptions& options)
+        : mPath(path),
+          mJob(job),
+          mOptions(options),
+          mOutputStem(outputFolder + baseNameOf(path) + "_converted"),
+          mSrcSize(frameSize(job.inputFormat)),
+          mDstSize(frameSize(job.outputFormat)) {}
+
+    void run() {
+        if (mSrcSize < 0 || mDstSize < 0) {
+            report("frame is too large, 2 GiB or more");
+            return;
+        }
+        const int fileSize = FileUtils::getFileSize(mPath);
+        if (!mJob.separate && fileSize < 0) {
+            report("file is too large, 2 GiB or more");
+            return;
+        }
+        const bool ion = BufferAllocator::CheckIonSupport();
+        mSrc = makeBuffer(ion, mSrcSize);
+        mDst = makeBuffer(ion, mDstSize);
+        mSrcFd = mSrc->getFd();
+        mDstFd = mDst->getFd();
+        mConverter = std::make_shared<ColorConvert>();
+        if (mJob.separate) {
+            convertSeparate();
+        } else if (fileSize > mSrcSize) {
+            convertFrames(mSrcSize == 0 ? 0 : fileSize / mSrcSize);
+        } else if (mapBuffers()) {
+            FileUtils::readFromFile(mPath, mSrc->data(), mSrcSize, 0, 0);
+            convertSingle();
+        }
+    }
+
+  private:
+    int frameSize(ColorConvert::ColorFormat format) const {
+        return ColorConvert::getFrameSize(mJob.alignedWidth, mJob.alignedHeight, format);
+    }
+
+    void report(const char* problem) const {
+        fprintf(stderr, "Error: %s, skip this file: %s\n", problem, mPath.c_str());
+    }
+
+    bool mapBuffers() {
+        if (mSrcFd > 0 && mDstFd > 0 && mSrc->data() != nullptr && mDst->data() != nullptr) {
+            return true;
+        }
+        report("failed to make the device buffers");
+        return false;
+    }
+
+    void convertSeparate() {
+        const auto parts =
+            ColorConvert::getSeparateSize(mJob.alignedWidth, mJob.alignedHeight, mJob.inputFormat);
+        const std::string* const files[] = {&mJob.yBodyFile, &mJob.yHeaderFile, &mJob.cBodyFile,
+                                            &mJob.cHeaderFile};
+        if (parts.size() != std::size(files)) {
+            report("input color format has no separate parts");
+            return;
+        }
+        if (!mapBuffers()) {
+            return;
+        }
+        for (size_t i = 0; i < parts.size(); ++i) {
+            const auto [size, offset] = parts[i];
+            FileUtils::readFromFile(*files[i], mSrc->data() + offset, size, 0, 0);
+        }
+        convertSingle();
+    }
+
+    void convertSingle() {
+        if (convert()) {
+            write(mOutputStem + (mOptions.png ? ".png" : rawEnding()));
+        }
+    }
+
+    void convertFrames(int frames) {
+        if (frames > 0 && !mapBuffers()) {
+            return;
+        }
+        for (int i = 0; i < frames; ++i) {
+            fprintf(stderr, "\r\033[kProcess: frame #%d of %d", i + 1, frames);
+            FileUtils::readFromFile(mPath, mSrc->data(), mSrcSize, mSrcSize, i);
+            if (convert()) {
+                write(mOutputStem +
+                      (mOptions.png ? "_frame#" + std::to_string(i + 1) + ".png" : rawEnding()));
+            }
+        }
+        fprintf(stderr, "\n");
+    }
+
+    bool convert() {
+        ColorConvert::ColorConvertConfig config;
+        config.mSrc = describe(mJob.inputFormat, mOptions.inputColorSpace, mSrcFd);
+        config.mDst = describe(mJob.outputFormat, mOptions.outputColorSpace, mDstFd);
+        if (mConverter->convertFrame(config) < 0) {
+            fprintf(stderr, "Error: failed to convertFrame\n");
+            return false;
+        }
+        return true;
+    }
+
+    ColorConvert::ColorConvertBuffer describe(ColorConvert::ColorFormat format,
+                                              ColorConvert::ColorSpace space, int fd) const {
+        ColorConvert::ColorConvertBuffer buffer;
+        buffer.mFormat = format;
+        buffer.mColorSpace = space;
+        buffer.mWidth = mJob.alignedWidth;
+        buffer.mHeight = mJob.alignedHeight;
+        buffer.mFd = fd;
+        return buffer;
+    }
+
+    std::string rawEnding() const {
+        return "." + ColorConvert::getExtensionName(mJob.outputFormat);
+    }
+
+    void write(const std::string& name) {
+        if (mOptions.png) {
+            FileUtils::writeToPNG(name, mJob.alignedWidth, mJob.alignedHeight, mDst->data(), 4);
+        } else {
+            FileUtils::writeToFile(name, mDst->data(), mDstSize);
+        }
+    }
+
+    const std::string& mPath;
+    const FileJob& mJob;
+    const CommandLineOptions& mOptions;
+    const std::string mOutputStem;
+    const int mSrcSize;  // bytes of a frame; negative when out of range
+    const int mDstSize;
+    // Released in reverse order: converter, destination, source.
+    std::shared_ptr<DeviceMemory> mSrc;
+    std::shared_ptr<DeviceMemory> mDst;
+    int mSrcFd = -1;
+    int mDstFd = -1;
+    std::shared_ptr<ColorConvert> mConverter;
+};
+
+}  // namespace
+
+void convertFile(const std::string& path, const FileJob& job, const std::string& outputFolder,
+                 const CommandLineOptions& options) {
+    fprintf(stderr, "Process: %s\n", path.c_str());
+    Conversion(path, job, outputFolder, options).run();
+}

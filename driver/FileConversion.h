@@ -1,0 +1,12 @@
+// Converts one dump file, frame by frame, into its output files.
+#pragma once
+
+#include <string>
+
+#include "driver/CommandLine.h"
+#include "driver/FileJob.h"
+
+// Prints progress and failures; the outcome is only printed. The dump's frames are written to
+// outputFolder: raw to one file (appended), as PNG to one file a frame.
+void convertFile(const std::string& path, const FileJob& job, const std::string& outputFolder,
+                 const CommandLineOptions& options);

@@ -1,0 +1,80 @@
+// The walk: options, input files, output folder, then one conversion a file.
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "driver/CommandLine.h"
+#include "driver/FileConversion.h"
+#include "driver/FileJob.h"
+#include "fileutils/FileUtils.h"
+
+namespace {
+
+// Ends the process with the help text when no input is a file.
+std::vector<std::string> collectInputFiles(const std::vector<std::string>& inputPaths) {
+    std::vector<std::string> files;
+    if (inputPaths.empty()) {
+        fprintf(stderr, "Error: input file or folder path can NOT be NULL\n");
+    } else if (inputPaths.size() == 1 && FileUtils::isDirectory(inputPaths.front())) {
+        FileUtils::getFilePathsInDirectory(inputPaths.front(), files);
+    } else {
+        for (const std::string& path : inputPaths) {
+            if (FileUtils::isFile(path)) {
+                files.push_back(path);
+            }
+        }
+    }
+    if (files.empty()) {
+        fprintf(stderr, "Error: no valid input file path\n\n");
+        printUsage(1);
+    }
+    return files;
+}
+
+void convertWithCmdline(const std::vector<std::string>& inputFiles, const std::string& outputFolder,
+                        const CommandLineOptions& options) {
+    fprintf(stderr, "Convert with cmdline arguments\n");
+    FileJob job;
+    if (!getFileJobFromCmdline(options, job)) {
+        fprintf(stderr, "Error: failed to get convert config from cmdline arguments\n\n");
+        printUsage(1);
+    }
+    for (const std::string& path : inputFiles) {
+        convertFile(path, job, outputFolder, options);
+    }
+}
+
+void convertWithConfig(const std::vector<std::string>& inputFiles, const std::string& outputFolder,
+                       const CommandLineOptions& options) {
+    SeparateFiles convertedSeparateFiles;
+    bool firstFile = true;
+    for (const std::string& path : inputFiles) {
+        FileJob job;
+        const ConfigResult result =
+            getFileJobFromConfig(path, options, firstFile, convertedSeparateFiles, job);
+        firstFile = false;
+        if (result == ConfigResult::JOB) {
+            convertFile(path, job, outputFolder, options);
+        } else if (result == ConfigResult::FAILED) {
+            fprintf(stderr,
+                    "Error: failed to get convert config from config file, skip this file: %s\n",
+                    path.c_str());
+        }
+    }
+}
+
+}  // namespace
+
+int main(int argc, char* argv[]) {
+    const CommandLineOptions options = parseCommandLine(argc, argv);
+    const std::vector<std::string> inputFiles = collectInputFiles(options.inputPaths);
+    const std::string outputFolder = FileUtils::getFolderPath(
+        options.outputPath.empty() ? inputFiles.front() : options.outputPath);
+    fprintf(stderr, "Output folder path: %s\n", outputFolder.c_str());
+    if (isConfigurationMode(options)) {
+        convertWithConfig(inputFiles, outputFolder, options);
+    } else {
+        convertWithCmdline(inputFiles, outputFolder, options);
+    }
+    return 0;
+}
