@@ -1,0 +1,318 @@
+#include "BlitJob.h"
+
+#include <android/log.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstring>
+
+#define LOG(level, ...) __android_log_print(ANDROID_LOG_##level, "PxAsyncBlitStream", __VA_ARGS__)
+
+namespace host {
+
+namespace {
+
+// Lines of a strip: whole blocks of every layout.
+constexpr int STRIP_LINES = 32;
+
+// The conversions between plain forms that change samples.
+bool canConvert(Form from, Form to) {
+    return to == Form::RGBA8888 ? from != to : from == to && isYuv(from);
+}
+
+int64_t blockRowBytes(const PlaneLayout& plane, int samples) {
+    return int64_t{samples} / plane.blockSamples * plane.blockBytes;
+}
+
+// The row of chroma that covers a line.
+int chromaLineOf(int line, int chromaLines) {
+    return std::max(0, std::min(line / 2, chromaLines - 1));
+}
+
+}  // namespace
+
+// Sets what is known of the plane in frame, and refuses a plane that its buffer doesn't hold.
+int BlitJob::checkPlane(const char* name, const JobSide& side, Frame& frame, int index) {
+    const auto i = static_cast<size_t>(index);
+    const Layout& layout = *frame.layout;
+    const PlaneLayout& plane = layout.planes[index];
+    const int samples = plane.samples(layout.form, side.width);
+    const int lines = plane.lines(side.height);
+    int64_t bytes = 0;
+    int64_t wordBytes = 1;
+    if (plane.isRows()) {
+        const int pitch = index == 0 ? side.yPitch : side.uvPitch;
+        const int64_t rowBytes =
+            isYuv(layout.form) ? int64_t{samples} * bytesOf(layout.form) : int64_t{samples};
+        frame.pitches[i] = pitch;
+        bytes = lines == 0 ? 0 : (lines - 1) * frame.pitches[i] + rowBytes;
+        wordBytes = bytesOf(layout.form) == 3 ? 1 : bytesOf(layout.form);
+    } else {
+        if (samples % plane.blockSamples != 0 || lines % plane.blockLines != 0) {
+            LOG(ERROR, "%s: %d x %d is not a whole number of blocks\n", name, side.width,
+                side.height);
+            return -EINVAL;
+        }
+        frame.pitches[i] = blockRowBytes(plane, samples);
+        bytes = lines / plane.blockLines * frame.pitches[i];
+    }
+    const uint32_t told = side.sizes[layout.toldPlaneCount == 1 ? 0 : index];
+    if (bytes > told || frame.bodies[i] + bytes > frame.buffer.size) {
+        LOG(ERROR, "%s: plane %d needs %lld bytes at %lld, has %u of a buffer of %lld\n", name,
+            index, static_cast<long long>(bytes), static_cast<long long>(frame.bodies[i]), told,
+            static_cast<long long>(frame.buffer.size));
+        return -EINVAL;
+    }
+    if (frame.pitches[i] % wordBytes != 0 || frame.bodies[i] % wordBytes != 0) {
+        LOG(ERROR, "%s: plane %d is not aligned to its samples\n", name, index);
+        return -EINVAL;
+    }
+    return 0;
+}
+
+int BlitJob::check(const char* name, const JobSide& side, Frame& frame) {
+    frame = {};
+    frame.layout = findLayout(side.color);
+    if (frame.layout == nullptr) {
+        LOG(ERROR, "%s: unknown color format 0x%08X\n", name, side.color);
+        return -EINVAL;
+    }
+    const Layout& layout = *frame.layout;
+    struct stat status = {};
+    if (fstat(side.fd, &status) != 0) {
+        LOG(ERROR, "%s: bad descriptor %d\n", name, side.fd);
+        return -EBADF;
+    }
+    frame.buffer = {side.fd, status.st_dev, status.st_ino, status.st_size};
+    // Every product below then fits 64 bits, and every row an int.
+    constexpr int MAX_WIDTH = INT_MAX / 8;
+    if (side.width <= 0 || side.height <= 0 || side.width > MAX_WIDTH) {
+        LOG(ERROR, "%s: bad size %d x %d\n", name, side.width, side.height);
+        return -EINVAL;
+    }
+    const bool rows = layout.planes[0].isRows();
+    const int64_t yPitch = int64_t{layout.yPitch} * side.width / 2;
+    const int64_t uvPitch = int64_t{layout.uvPitch} * side.width / 2;
+    if (side.yPitch < yPitch || side.uvPitch < uvPitch ||
+        (!rows && (side.yPitch != yPitch || side.uvPitch != uvPitch))) {
+        LOG(ERROR, "%s: bad pitches %d, %d\n", name, side.yPitch, side.uvPitch);
+        return -EINVAL;
+    }
+    if (side.planeCount != static_cast<uint32_t>(layout.toldPlaneCount)) {
+        LOG(ERROR, "%s: bad plane count %u\n", name, side.planeCount);
+        return -EINVAL;
+    }
+    const int64_t total = int64_t{side.sizes[0]} + side.sizes[1] + side.sizes[2];
+    if (total > frame.buffer.size) {
+        LOG(ERROR, "%s: planes of %lld bytes in a buffer of %lld\n", name,
+            static_cast<long long>(total), static_cast<long long>(frame.buffer.size));
+        return -EINVAL;
+    }
+    frame.width = side.width;
+    frame.height = side.height;
+    frame.bodies = layout.bodies(side.width, side.height, side.sizes);
+    for (int i = 0; i < layout.planeCount; ++i) {
+        const int error = checkPlane(name, side, frame, i);
+        if (error != 0) {
+            return error;
+        }
+    }
+    return 0;
+}
+
+int BlitJob::run(const JobSide& src, const JobSide& dst) {
+    Frame from;
+    Frame to;
+    int error = check("source", src, from);
+    if (error == 0) {
+        error = check("destination", dst, to);
+    }
+    if (error != 0) {
+        return error;
+    }
+    if (src.width != dst.width || src.height != dst.height) {
+        LOG(ERROR, "scaling %d x %d to %d x %d is not supported\n", src.width, src.height,
+            dst.width, dst.height);
+        return -EOPNOTSUPP;
+    }
+    if (from.buffer.device == to.buffer.device && from.buffer.inode == to.buffer.inode) {
+        LOG(ERROR, "source and destination are one buffer\n");
+        return -EINVAL;
+    }
+    const Form form = from.layout->form;
+    const Form wanted = to.layout->form;
+    const bool colorStep = form != wanted || (isYuv(form) && src.profile != dst.profile);
+    const bool plainOutput = to.layout->planes[0].isRows() && to.layout->toldPlaneCount < 3;
+    if (!plainOutput || (colorStep && !canConvert(form, wanted))) {
+        LOG(ERROR, "converting 0x%08X to 0x%08X is not supported\n", src.color, dst.color);
+        return -EOPNOTSUPP;
+    }
+    if (from.layout->compressed && !mToldStored) {
+        mToldStored = true;
+        LOG(INFO, "payload is read as stored blocks\n");
+    }
+    ColorStep step = {};
+    if (isYuv(form)) {
+        step = isYuv(wanted) ? stepToYuv(src.profile, dst.profile, bitsOf(form))
+                             : stepToRgb(src.profile, bitsOf(form));
+    }
+    error = convert(from, to, colorStep, step);
+    if (error != 0) {
+        LOG(ERROR, "failed to map the buffers, %s\n", strerror(-error));
+    }
+    return error;
+}
+
+int BlitJob::convert(const Frame& src, const Frame& dst, bool colorStep, const ColorStep& step) {
+    const Form form = src.layout->form;
+    const int chromaLines = isYuv(form) ? src.height / 2 : 0;
+    for (int top = 0; top < src.height; top += STRIP_LINES) {
+        Strip strip = {src.width, std::min(STRIP_LINES, src.height - top), 0};
+        if (chromaLines > 0) {
+            const int bottom = top + strip.lines - 1;
+            strip.chromaLines =
+                chromaLineOf(bottom, chromaLines) - chromaLineOf(top, chromaLines) + 1;
+        }
+        const bool done =
+            colorStep ? convertStrip(src, dst, top, strip, step) : copyStrip(src, dst, top, strip);
+        if (!done) {
+            return errno == 0 ? -ENOMEM : -errno;
+        }
+    }
+    return 0;
+}
+
+bool BlitJob::mapRows(const Frame& frame, int index, bool writable, int line, int lines,
+                      Rows& rows) {
+    const auto i = static_cast<size_t>(index);
+    const PlaneLayout& plane = frame.layout->planes[index];
+    const int64_t pitch = frame.pitches[i];
+    int64_t offset = frame.bodies[i];
+    int64_t length = 0;
+    if (plane.isRows()) {
+        const Form form = frame.layout->form;
+        const int samples = plane.samples(form, frame.width);
+        offset += line * pitch;
+        length = (lines - 1) * pitch + int64_t{samples} * (isYuv(form) ? bytesOf(form) : 1);
+    } else {
+        offset += line / plane.blockLines * pitch;
+        length = lines / plane.blockLines * pitch;
+    }
+    BufferWindow& window = (writable ? mDstWindows : mSrcWindows)[i];
+    rows.pitch = static_cast<ptrdiff_t>(pitch);
+    rows.data = window.at(frame.buffer, writable, offset, static_cast<size_t>(length));
+    return rows.data != nullptr;
+}
+
+bool BlitJob::mapSource(const Frame& frame, int index, int line, int lines, ConstRows& rows) {
+    Rows mapped = {};
+    const bool done = mapRows(frame, index, false, line, lines, mapped);
+    rows = {mapped.data, mapped.pitch};
+    return done;
+}
+
+bool BlitJob::mapOutput(const Frame& frame, int top, const Strip& strip, Planes<Rows>& out) {
+    if (!mapRows(frame, 0, true, top, strip.lines, out.main)) {
+        return false;
+    }
+    const int chromaTop = chromaLineOf(top, frame.height / 2);
+    return !isYuv(frame.layout->form) || strip.chromaLines == 0 ||
+           mapRows(frame, 1, true, chromaTop, strip.chromaLines, out.chroma);
+}
+
+bool BlitJob::unpackMain(const Frame& src, int top, int lines, Rows to) {
+    const Form form = src.layout->form;
+    const PlaneLayout& plane = src.layout->planes[0];
+    ConstRows from = {};
+    if (!mapSource(src, 0, top, lines, from)) {
+        return false;
+    }
+    unpackPlane(plane, isYuv(form) ? bytesOf(form) : 1, from, plane.samples(form, src.width), lines,
+                to);
+    return true;
+}
+
+bool BlitJob::unpackChroma(const Frame& src, int top, int lines, Rows to) {
+    const Form form = src.layout->form;
+    const PlaneLayout& plane = src.layout->planes[1];
+    ConstRows from = {};
+    if (!mapSource(src, 1, top, lines, from)) {
+        return false;
+    }
+    const int samples = plane.samples(form, src.width);
+    if (plane.role == Role::CBCR) {
+        unpackPlane(plane, bytesOf(form), from, samples, lines, to);
+        return true;
+    }
+    ConstRows other = {};
+    if (!mapSource(src, 2, top, lines, other)) {
+        return false;
+    }
+    const bool cbFirst = plane.role == Role::CB;
+    mergeChroma(cbFirst ? from : other, cbFirst ? other : from, samples, lines, to);
+    // An odd width leaves a byte of the row without a sample: no color.
+    for (int line = 0; src.width % 2 != 0 && line < lines; ++line) {
+        to.data[line * to.pitch + src.width - 1] = 128;
+    }
+    return true;
+}
+
+// Equal forms: straight into the destination.
+bool BlitJob::copyStrip(const Frame& src, const Frame& dst, int top, const Strip& strip) {
+    Planes<Rows> out = {};
+    if (!mapOutput(dst, top, strip, out) || !unpackMain(src, top, strip.lines, out.main)) {
+        return false;
+    }
+    return strip.chromaLines == 0 ||
+           unpackChroma(src, chromaLineOf(top, src.height / 2), strip.chromaLines, out.chroma);
+}
+
+// Plain rows of the strip: the source's own, or unpacked ones.
+bool BlitJob::plainMain(const Frame& src, int top, const Strip& strip, ConstRows& rows) {
+    if (src.layout->planes[0].isRows()) {
+        return mapSource(src, 0, top, strip.lines, rows);
+    }
+    const ptrdiff_t pitch = ptrdiff_t{src.width} * bytesOf(src.layout->form);
+    mMainStrip.resize(static_cast<size_t>(pitch) * STRIP_LINES);
+    rows = {mMainStrip.data(), pitch};
+    return unpackMain(src, top, strip.lines, {mMainStrip.data(), pitch});
+}
+
+bool BlitJob::plainChroma(const Frame& src, int top, const Strip& strip, ConstRows& rows) {
+    if (strip.chromaLines == 0) {
+        return true;
+    }
+    const int chromaTop = chromaLineOf(top, src.height / 2);
+    const PlaneLayout& plane = src.layout->planes[1];
+    if (plane.isRows() && plane.role == Role::CBCR) {
+        return mapSource(src, 1, chromaTop, strip.chromaLines, rows);
+    }
+    const ptrdiff_t pitch = ptrdiff_t{src.width} * bytesOf(src.layout->form);
+    mChromaStrip.resize(static_cast<size_t>(pitch) * STRIP_LINES / 2);
+    rows = {mChromaStrip.data(), pitch};
+    return unpackChroma(src, chromaTop, strip.chromaLines, {mChromaStrip.data(), pitch});
+}
+
+bool BlitJob::convertStrip(const Frame& src, const Frame& dst, int top, const Strip& strip,
+                           const ColorStep& step) {
+    const Form form = src.layout->form;
+    Planes<ConstRows> in = {};
+    Planes<Rows> out = {};
+    if (!mapOutput(dst, top, strip, out) || !plainMain(src, top, strip, in.main) ||
+        !plainChroma(src, top, strip, in.chroma)) {
+        return false;
+    }
+    mTerms.resize(static_cast<size_t>(strip.width) * 3);
+    if (!isYuv(form)) {
+        convertRgbToRgba(form, strip, in.main, out.main);
+    } else if (isYuv(dst.layout->form)) {
+        convertYuvToYuv(form, step, strip, in, out, mTerms.data());
+    } else {
+        convertYuvToRgba(form, step, strip, in, out.main, mTerms.data());
+    }
+    return true;
+}
+
+}  // namespace host

@@ -1,0 +1,324 @@
+#include "ColorStep.h"
+
+#include <PxAsyncBlitStream.h>
+#include <libyuv/convert_argb.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "Kernel.h"
+
+namespace host {
+
+namespace {
+
+struct Space {
+    double kr;
+    double kb;
+    bool full;
+};
+
+Space spaceOf(uint32_t profile) {
+    switch (profile) {
+        case PX_PROFILE_BT601_FULL:
+            return {0.299, 0.114, true};
+        case PX_PROFILE_BT709_LIMIT:
+            return {0.2126, 0.0722, false};
+        case PX_PROFILE_BT709_FULL:
+            return {0.2126, 0.0722, true};
+        case PX_PROFILE_BT2020_LIMIT:
+            return {0.2627, 0.0593, false};
+        case PX_PROFILE_BT2020_FULL:
+            return {0.2627, 0.0593, true};
+        default:
+            return {0.299, 0.114, false};
+    }
+}
+
+// out = m * in + offset.
+struct Affine {
+    double m[3][3];
+    double offset[3];
+};
+
+Affine compose(const Affine& second, const Affine& first) {
+    Affine result = {};
+    for (int i = 0; i < 3; ++i) {
+        result.offset[i] = second.offset[i];
+        for (int k = 0; k < 3; ++k) {
+            result.offset[i] += second.m[i][k] * first.offset[k];
+            for (int j = 0; j < 3; ++j) {
+                result.m[i][j] += second.m[i][k] * first.m[k][j];
+            }
+        }
+    }
+    return result;
+}
+
+// Samples' black level and spans of luma and chroma at a depth.
+struct Range {
+    double black;
+    double luma;
+    double middle;
+    double chroma;
+};
+
+Range rangeOf(const Space& space, int bits) {
+    const double unit = 1 << (bits - 8);
+    const double middle = 128 * unit;
+    const double top = 256 * unit - 1;
+    return space.full ? Range{0, top, middle, top}
+                      : Range{16 * unit, 219 * unit, middle, 224 * unit};
+}
+
+// Y, Cb, Cr samples to R, G, B from 0 to 1.
+Affine toRgb(const Space& space, int bits) {
+    const Range range = rangeOf(space, bits);
+    const double kg = 1 - space.kr - space.kb;
+    const double red = 2 * (1 - space.kr);
+    const double blue = 2 * (1 - space.kb);
+    const Affine normalize = {
+        {{1 / range.luma, 0, 0}, {0, 1 / range.chroma, 0}, {0, 0, 1 / range.chroma}},
+        {-range.black / range.luma, -range.middle / range.chroma, -range.middle / range.chroma}};
+    const Affine matrix = {
+        {{1, 0, red}, {1, -space.kb * blue / kg, -space.kr * red / kg}, {1, blue, 0}}, {0, 0, 0}};
+    return compose(matrix, normalize);
+}
+
+// R, G, B from 0 to 1 to Y, Cb, Cr samples.
+Affine fromRgb(const Space& space, int bits) {
+    const Range range = rangeOf(space, bits);
+    const double kr = space.kr;
+    const double kb = space.kb;
+    const double kg = 1 - kr - kb;
+    const double red = 2 * (1 - kr);
+    const double blue = 2 * (1 - kb);
+    const Affine matrix = {{{kr, kg, kb},
+                            {-kr / blue, -kg / blue, (1 - kb) / blue},
+                            {(1 - kr) / red, -kg / red, -kb / red}},
+                           {0, 0, 0}};
+    const Affine scale = {{{range.luma, 0, 0}, {0, range.chroma, 0}, {0, 0, range.chroma}},
+                          {range.black, range.middle, range.middle}};
+    return compose(scale, matrix);
+}
+
+ColorStep fixedPoint(const Affine& affine) {
+    constexpr double ONE = 1 << ColorStep::SHIFT;
+    ColorStep step = {};
+    for (int i = 0; i < 3; ++i) {
+        for (int j = 0; j < 3; ++j) {
+            step.m[i][j] = static_cast<int32_t>(std::lround(affine.m[i][j] * ONE));
+        }
+        step.offset[i] = static_cast<int32_t>(std::lround((affine.offset[i] + 0.5) * ONE));
+    }
+    return step;
+}
+
+// Plain samples and their integers.
+KERNEL_PART int32_t load(uint8_t sample) { return sample; }
+KERNEL_PART int32_t load(uint16_t sample) { return sample >> 6; }
+KERNEL_PART void store(int32_t value, uint8_t& sample) { sample = static_cast<uint8_t>(value); }
+KERNEL_PART void store(int32_t value, uint16_t& sample) {
+    sample = static_cast<uint16_t>(value << 6);
+}
+template <typename Sample>
+constexpr int32_t MAX = sizeof(Sample) == 1 ? 255 : 1023;
+
+KERNEL_PART int32_t finish(int32_t sum, int32_t max) {
+    const int32_t value = sum >> ColorStep::SHIFT;
+    const int32_t low = value < 0 ? 0 : value;
+    return low > max ? max : low;
+}
+
+// What a row of chroma adds to row k of the step, for every pixel that it covers.
+template <typename Sample>
+KERNEL_PART void chromaTerms(const ColorStep& step, int k, const Sample* cbcr, int width,
+                             int32_t* __restrict terms) {
+    const int32_t cb = step.m[k][1];
+    const int32_t cr = step.m[k][2];
+    const int32_t offset = step.offset[k];
+    for (int i = 0; i < width / 2; ++i) {
+        const int32_t term = cb * load(cbcr[2 * i]) + cr * load(cbcr[2 * i + 1]) + offset;
+        terms[2 * i] = term;
+        terms[2 * i + 1] = term;
+    }
+}
+
+// The column of an odd width beyond the last pair is covered by that pair.
+void coverLastColumn(int width, int32_t* terms) {
+    if (width % 2 != 0 && width > 1) {
+        terms[width - 1] = terms[width - 2];
+    }
+}
+
+template <typename Sample>
+KERNEL_PART void rgbaRow(const ColorStep& step, const Sample* luma, int width,
+                         const int32_t* __restrict terms, uint32_t* __restrict out) {
+    const int32_t red = step.m[0][0];
+    const int32_t green = step.m[1][0];
+    const int32_t blue = step.m[2][0];
+    const int32_t* greenTerms = terms + width;
+    const int32_t* blueTerms = greenTerms + width;
+    for (int i = 0; i < width; ++i) {
+        const int32_t y = load(luma[i]);
+        const int32_t r = finish(red * y + terms[i], 255);
+        const int32_t g = finish(green * y + greenTerms[i], 255);
+        const int32_t b = finish(blue * y + blueTerms[i], 255);
+        out[i] = static_cast<uint32_t>(r | g << 8 | b << 16) | 0xFF000000U;
+    }
+}
+
+template <typename Sample>
+KERNEL_PART void lumaRow(const ColorStep& step, const Sample* luma, int width,
+                         const int32_t* __restrict terms, Sample* __restrict out) {
+    const int32_t factor = step.m[0][0];
+    for (int i = 0; i < width; ++i) {
+        store(finish(factor * load(luma[i]) + terms[i], MAX<Sample>), out[i]);
+    }
+}
+
+template <typename Sample>
+KERNEL_PART void chromaRow(const ColorStep& step, const Sample* cbcr, int width,
+                           Sample* __restrict out) {
+    for (int i = 0; i < width / 2; ++i) {
+        const int32_t cb = load(cbcr[2 * i]);
+        const int32_t cr = load(cbcr[2 * i + 1]);
+        store(finish(step.m[1][1] * cb + step.m[1][2] * cr + step.offset[1], MAX<Sample>),
+              out[2 * i]);
+        store(finish(step.m[2][1] * cb + step.m[2][2] * cr + step.offset[2], MAX<Sample>),
+              out[2 * i + 1]);
+    }
+}
+
+KERNEL void terms8(const ColorStep& step, int k, const void* cbcr, int width, int32_t* terms) {
+    chromaTerms(step, k, static_cast<const uint8_t*>(cbcr), width, terms);
+}
+KERNEL void terms10(const ColorStep& step, int k, const void* cbcr, int width, int32_t* terms) {
+    chromaTerms(step, k, static_cast<const uint16_t*>(cbcr), width, terms);
+}
+KERNEL void rgbaRow8(const ColorStep& step, const void* luma, int width, const int32_t* terms,
+                     void* out) {
+    rgbaRow(step, static_cast<const uint8_t*>(luma), width, terms, static_cast<uint32_t*>(out));
+}
+KERNEL void rgbaRow10(const ColorStep& step, const void* luma, int width, const int32_t* terms,
+                      void* out) {
+    rgbaRow(step, static_cast<const uint16_t*>(luma), width, terms, static_cast<uint32_t*>(out));
+}
+KERNEL void lumaRow8(const ColorStep& step, const void* luma, int width, const int32_t* terms,
+                     void* out) {
+    lumaRow(step, static_cast<const uint8_t*>(luma), width, terms, static_cast<uint8_t*>(out));
+}
+KERNEL void lumaRow10(const ColorStep& step, const void* luma, int width, const int32_t* terms,
+                      void* out) {
+    lumaRow(step, static_cast<const uint16_t*>(luma), width, terms, static_cast<uint16_t*>(out));
+}
+KERNEL void chromaRow8(const ColorStep& step, const void* cbcr, int width, void* out) {
+    chromaRow(step, static_cast<const uint8_t*>(cbcr), width, static_cast<uint8_t*>(out));
+}
+KERNEL void chromaRow10(const ColorStep& step, const void* cbcr, int width, void* out) {
+    chromaRow(step, static_cast<const uint16_t*>(cbcr), width, static_cast<uint16_t*>(out));
+}
+
+// The row kernels of a YUV form.
+struct RowKernels {
+    void (*terms)(const ColorStep&, int, const void*, int, int32_t*);
+    void (*rgba)(const ColorStep&, const void*, int, const int32_t*, void*);
+    void (*luma)(const ColorStep&, const void*, int, const int32_t*, void*);
+    void (*chroma)(const ColorStep&, const void*, int, void*);
+};
+
+const RowKernels& kernelsOf(Form form) {
+    static constexpr RowKernels NV12 = {terms8, rgbaRow8, lumaRow8, chromaRow8};
+    static constexpr RowKernels P010 = {terms10, rgbaRow10, lumaRow10, chromaRow10};
+    return form == Form::NV12 ? NV12 : P010;
+}
+
+// Walks the lines of a strip, making the first termRows rows of chroma terms anew where a line
+// begins a new row of chroma: row(line).
+template <typename Row>
+void forEachLine(Form form, const ColorStep& step, const Strip& strip, ConstRows chroma,
+                 int termRows, int32_t* terms, Row row) {
+    const int32_t middle = 1 << (bitsOf(form) - 1);
+    const bool gray = strip.chromaLines == 0 || strip.width < 2;
+    for (int k = 0; gray && k < termRows; ++k) {
+        std::fill_n(terms + k * strip.width, strip.width,
+                    (step.m[k][1] + step.m[k][2]) * middle + step.offset[k]);
+    }
+    for (int line = 0; line < strip.lines; ++line) {
+        if (!gray && line % 2 == 0) {
+            const int chromaLine = std::min(line / 2, strip.chromaLines - 1);
+            for (int k = 0; k < termRows; ++k) {
+                int32_t* rowTerms = terms + k * strip.width;
+                kernelsOf(form).terms(step, k, chroma.data + chromaLine * chroma.pitch, strip.width,
+                                      rowTerms);
+                coverLastColumn(strip.width, rowTerms);
+            }
+        }
+        row(line);
+    }
+}
+
+KERNEL void rgba1010102Row(const void* in, int width, void* out) {
+    const auto* words = static_cast<const uint32_t*>(in);
+    auto* pixels = static_cast<uint32_t*>(out);
+    // 255 / 1023 in 16 bits; exact after rounding for all 1024 values.
+    constexpr uint32_t SCALE = 16336;
+    constexpr uint32_t HALF = 1 << 15;
+    for (int i = 0; i < width; ++i) {
+        const uint32_t word = words[i];
+        const uint32_t r = ((word & 0x3FF) * SCALE + HALF) >> 16;
+        const uint32_t g = ((word >> 10 & 0x3FF) * SCALE + HALF) >> 16;
+        const uint32_t b = ((word >> 20 & 0x3FF) * SCALE + HALF) >> 16;
+        pixels[i] = r | g << 8 | b << 16 | (word >> 30) * 85 << 24;
+    }
+}
+
+}  // namespace
+
+ColorStep stepToRgb(uint32_t profile, int bits) {
+    const Affine scale = {{{255, 0, 0}, {0, 255, 0}, {0, 0, 255}}, {0, 0, 0}};
+    return fixedPoint(compose(scale, toRgb(spaceOf(profile), bits)));
+}
+
+ColorStep stepToYuv(uint32_t fromProfile, uint32_t toProfile, int bits) {
+    return fixedPoint(
+        compose(fromRgb(spaceOf(toProfile), bits), toRgb(spaceOf(fromProfile), bits)));
+}
+
+void convertYuvToRgba(Form from, const ColorStep& step, const Strip& strip,
+                      const Planes<ConstRows>& in, Rows out, int32_t* scratch) {
+    forEachLine(from, step, strip, in.chroma, 3, scratch, [&](int line) {
+        kernelsOf(from).rgba(step, in.main.data + line * in.main.pitch, strip.width, scratch,
+                             out.data + line * out.pitch);
+    });
+}
+
+void convertYuvToYuv(Form form, const ColorStep& step, const Strip& strip,
+                     const Planes<ConstRows>& in, const Planes<Rows>& out, int32_t* scratch) {
+    forEachLine(form, step, strip, in.chroma, 1, scratch, [&](int line) {
+        kernelsOf(form).luma(step, in.main.data + line * in.main.pitch, strip.width, scratch,
+                             out.main.data + line * out.main.pitch);
+    });
+    const int odd = strip.width % 2 * bytesOf(form);
+    const int paired = strip.width / 2 * 2 * bytesOf(form);
+    for (int line = 0; line < strip.chromaLines; ++line) {
+        const uint8_t* from = in.chroma.data + line * in.chroma.pitch;
+        uint8_t* to = out.chroma.data + line * out.chroma.pitch;
+        kernelsOf(form).chroma(step, from, strip.width, to);
+        std::copy_n(from + paired, odd, to + paired);
+    }
+}
+
+void convertRgbToRgba(Form from, const Strip& strip, ConstRows in, Rows out) {
+    if (from == Form::RGB888) {
+        // libyuv names formats by words: its ARGB is any four bytes that end with alpha.
+        libyuv::RGB24ToARGB(in.data, static_cast<int>(in.pitch), out.data,
+                            static_cast<int>(out.pitch), strip.width, strip.lines);
+        return;
+    }
+    for (int line = 0; line < strip.lines; ++line) {
+        rgba1010102Row(in.data + line * in.pitch, strip.width, out.data + line * out.pitch);
+    }
+}
+
+}  // namespace host

@@ -1,0 +1,113 @@
+#include "Layout.h"
+
+namespace host {
+
+namespace {
+
+constexpr int64_t up(int64_t value, int64_t step) { return (value + step - 1) / step * step; }
+
+Bodies backToBack(int64_t /*width*/, int64_t /*height*/, const uint32_t* sizes) {
+    return {0, sizes[0], int64_t{sizes[0]} + sizes[1]};
+}
+
+// AFBC: the headers of all superblocks, then the superblocks, which hold all planes.
+Bodies afterHeaders(int64_t headers) { return {headers, headers, headers}; }
+
+Bodies afbcRgb(int64_t width, int64_t height, const uint32_t* /*sizes*/) {
+    return afterHeaders(up(width * height / 16, 1024));
+}
+
+Bodies afbcYuv(int64_t width, int64_t height, const uint32_t* /*sizes*/) {
+    return afterHeaders(up(height / 16 * (width / 16 * 16), 256));
+}
+
+Bodies cpq(int64_t width, int64_t height, const uint32_t* /*sizes*/) {
+    return {0, up(width * height, 4096), 0};
+}
+
+Bodies cpq10(int64_t width, int64_t height, const uint32_t* /*sizes*/) {
+    return {0, up(10 * width * height / 8, 4096), 0};
+}
+
+// Lumo: luma headers, luma, chroma headers, chroma; a body starts on a page.
+Bodies lumo(int64_t area, int64_t lumaBytes) {
+    const int64_t luma = up(area / 64, 4096);
+    return {luma, up(luma + lumaBytes + up(area / 128, 64), 4096), 0};
+}
+
+Bodies lumo8(int64_t width, int64_t height, const uint32_t* /*sizes*/) {
+    return lumo(width * height, width * height);
+}
+
+Bodies lumo12(int64_t width, int64_t height, const uint32_t* /*sizes*/) {
+    return lumo(width * height, 6 * width * height / 4);
+}
+
+constexpr PlaneLayout rows(Role role) { return {role, Packing::ROWS, 0, 0, 0, 0}; }
+
+constexpr PlaneLayout blocks(Role role, Packing packing, int samples, int lines, int bytes,
+                             int offset = 0) {
+    return {role, packing, samples, lines, bytes, offset};
+}
+
+constexpr PlaneLayout NONE = rows(Role::RGB);
+constexpr PlaneLayout RGB = rows(Role::RGB);
+constexpr PlaneLayout LUMA = rows(Role::LUMA);
+constexpr PlaneLayout CBCR = rows(Role::CBCR);
+constexpr PlaneLayout CB = rows(Role::CB);
+constexpr PlaneLayout CR = rows(Role::CR);
+
+// The chip's blocks: 16 samples x 32 lines of luma, 16 samples x 16 lines of chroma.
+constexpr PlaneLayout BLK_LUMA = blocks(Role::LUMA, Packing::BYTE_BLOCKS, 16, 32, 512);
+constexpr PlaneLayout BLK_CBCR = blocks(Role::CBCR, Packing::BYTE_BLOCKS, 16, 16, 256);
+constexpr PlaneLayout BLK10_LUMA = blocks(Role::LUMA, Packing::BLOCKS_10, 16, 32, 640);
+constexpr PlaneLayout BLK10_CBCR = blocks(Role::CBCR, Packing::BLOCKS_10, 16, 16, 320);
+
+// AFBC superblocks of 16 x 16 pixels; the 10-bit ones end with 32 unused bytes.
+constexpr PlaneLayout AFBC_RGB = blocks(Role::RGB, Packing::BYTE_BLOCKS, 64, 16, 1024);
+constexpr PlaneLayout AFBC_LUMA = blocks(Role::LUMA, Packing::BYTE_BLOCKS, 16, 16, 384);
+constexpr PlaneLayout AFBC_CBCR = blocks(Role::CBCR, Packing::BYTE_BLOCKS, 16, 8, 384, 256);
+constexpr PlaneLayout AFBC10_LUMA = blocks(Role::LUMA, Packing::BLOCKS_10, 16, 16, 512);
+constexpr PlaneLayout AFBC10_CBCR = blocks(Role::CBCR, Packing::BLOCKS_10, 16, 8, 512, 320);
+
+// Lumo blocks of 64 samples.
+constexpr PlaneLayout LUMO_LUMA = blocks(Role::LUMA, Packing::BYTE_BLOCKS, 8, 8, 64);
+constexpr PlaneLayout LUMO_CBCR = blocks(Role::CBCR, Packing::BYTE_BLOCKS, 16, 4, 64);
+constexpr PlaneLayout LUMO12_LUMA = blocks(Role::LUMA, Packing::BLOCKS_12, 8, 8, 96);
+constexpr PlaneLayout LUMO12_CBCR = blocks(Role::CBCR, Packing::BLOCKS_12, 16, 4, 96);
+
+// clang-format off
+constexpr Layout LAYOUTS[] = {
+    // code       form               planes                             told  pitches  bodies       compressed
+    {0x00201821, Form::RGB888,      1, {RGB, NONE, NONE},                1,   6,  0,  backToBack,  false},  // RGB888
+    {0x00202022, Form::RGBA8888,    1, {RGB, NONE, NONE},                1,   8,  0,  backToBack,  false},  // RGBA8888
+    {0x10202022, Form::RGBA1010102, 1, {RGB, NONE, NONE},                1,   8,  0,  backToBack,  false},  // RGBA1010102
+    {0x20202022, Form::RGBA8888,    1, {AFBC_RGB, NONE, NONE},           1,   8,  0,  afbcRgb,     true},   // RGBA8888_AFBC
+    {0x30202022, Form::RGBA1010102, 1, {AFBC_RGB, NONE, NONE},           1,   8,  0,  afbcRgb,     true},   // RGBA1010102_AFBC
+    {0x004C084C, Form::NV12,        2, {LUMA, CBCR, NONE},               2,   2,  2,  backToBack,  false},  // NV12
+    {0x084C104C, Form::P010,        2, {LUMA, CBCR, NONE},               2,   4,  4,  backToBack,  false},  // P010
+    {0x006C0868, Form::NV12,        3, {LUMA, CR, CB},                   3,   2,  1,  backToBack,  false},  // YV12
+    {0x006C0848, Form::NV12,        3, {LUMA, CB, CR},                   3,   2,  1,  backToBack,  false},  // YUV420P
+    {0x202C0C4C, Form::NV12,        2, {AFBC_LUMA, AFBC_CBCR, NONE},     1,   3,  3,  afbcYuv,     true},   // YUV420P_AFBC
+    {0x302C104C, Form::P010,        2, {AFBC10_LUMA, AFBC10_CBCR, NONE}, 1,   4,  4,  afbcYuv,     true},   // YUV420P_10BIT_AFBC
+    {0x00CD004C, Form::NV12,        2, {BLK_LUMA, BLK_CBCR, NONE},       2,  64, 32,  backToBack,  false},  // NV12_BLK
+    {0x18CD404C, Form::P010,        2, {BLK10_LUMA, BLK10_CBCR, NONE},   2,  80, 40,  backToBack,  false},  // NV12_BLK_10BIT_V
+    {0x02CD004C, Form::NV12,        2, {BLK_LUMA, BLK_CBCR, NONE},       2,  64, 32,  cpq,         true},   // CPQ
+    {0x1ACD404C, Form::P010,        2, {BLK10_LUMA, BLK10_CBCR, NONE},   2,  80, 40,  cpq10,       true},   // CPQ_10BIT_V
+    {0x402C0C4C, Form::NV12,        2, {LUMO_LUMA, LUMO_CBCR, NONE},     1,  24,  0,  lumo8,       true},   // NV12_Lumo
+    {0x502C124C, Form::P010,        2, {LUMO12_LUMA, LUMO12_CBCR, NONE}, 1,  36,  0,  lumo12,      true},   // P010_Lumo
+};
+// clang-format on
+
+}  // namespace
+
+const Layout* findLayout(uint32_t code) {
+    for (const Layout& layout : LAYOUTS) {
+        if (layout.code == code) {
+            return &layout;
+        }
+    }
+    return nullptr;
+}
+
+}  // namespace host

@@ -1,0 +1,70 @@
+// How the blit engine's pixel layouts lie in memory, as data: one row a layout.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+namespace host {
+
+// Plain forms, one byte row after the other; every layout unpacks to one of them.
+// RGB888: R, G, B bytes. RGBA8888: R, G, B, A bytes. RGBA1010102: a little-endian 32-bit word a
+// pixel, R in the lowest 10 bits, A in the highest 2. NV12: luma bytes, then Cb, Cr byte pairs.
+// P010: the same in little-endian 16-bit words, the 10 bits at the top.
+enum class Form { RGB888, RGBA8888, RGBA1010102, NV12, P010 };
+
+// Bytes of a pixel of an RGB form, or of a sample of a YUV form.
+constexpr int bytesOf(Form form) {
+    constexpr int BYTES[] = {3, 4, 4, 1, 2};
+    return BYTES[static_cast<int>(form)];
+}
+constexpr bool isYuv(Form form) { return form == Form::NV12 || form == Form::P010; }
+constexpr int bitsOf(Form form) { return form == Form::P010 ? 10 : 8; }
+
+enum class Role { RGB, LUMA, CBCR, CB, CR };
+
+// How a row of samples is stored: plain rows as in the unpacked form, or blocks whose lines follow
+// one another, the samples as bytes or as bits packed little-endian without gaps.
+enum class Packing { ROWS, BYTE_BLOCKS, BLOCKS_10, BLOCKS_12 };
+
+struct PlaneLayout {
+    Role role;
+    Packing packing;
+    // Of blocks; 0 for rows. RGB counts bytes as samples.
+    int blockSamples;
+    int blockLines;
+    int blockBytes;   // from one block to the next
+    int blockOffset;  // of this plane's samples in a block
+
+    // Samples of one row of a frame that is width pixels wide.
+    int samples(Form form, int width) const {
+        const bool planar = role == Role::CB || role == Role::CR;
+        return role == Role::RGB ? width * bytesOf(form) : planar ? width / 2 : width;
+    }
+    int lines(int height) const {
+        return role == Role::RGB || role == Role::LUMA ? height : height / 2;
+    }
+    bool isRows() const { return packing == Packing::ROWS; }
+};
+
+// Offsets in bytes of the planes' bodies in the buffer. sizes: bytes of the planes as told.
+using Bodies = std::array<int64_t, 3>;
+
+struct Layout {
+    uint32_t code;
+    Form form;
+    int planeCount;
+    PlaneLayout planes[3];
+    int toldPlaneCount;  // planes that a job tells the sizes of; one for all where it is 1
+    // Pitches as a job tells them, in half bytes a pixel of width: the least for rows, exact for
+    // blocks.
+    int yPitch;
+    int uvPitch;
+    Bodies (*bodies)(int64_t width, int64_t height, const uint32_t* sizes);
+    bool compressed;  // on the device; read here as stored blocks
+};
+
+// Null for a code that the engine doesn't know.
+const Layout* findLayout(uint32_t code);
+
+}  // namespace host
