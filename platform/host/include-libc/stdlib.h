@@ -5,9 +5,11 @@
 #ifndef VEX_HOST_GETPROGNAME
 #define VEX_HOST_GETPROGNAME
 #ifdef __cplusplus
-extern "C"
+extern "C" {
 #endif
-    // Last component of the program's invocation name; never null.
-    const char*
-    getprogname(void);
+// Last component of the program's invocation name; never null.
+const char* getprogname(void);
+#ifdef __cplusplus
+}
+#endif
 #endif
