@@ -91,17 +91,6 @@ void copyRows(ConstRows from, int bytes, int lines, Rows to) {
                       bytes, lines);
 }
 
-// Blocks of 16 bytes without gaps are libyuv's tiles.
-bool isTiled(const PlaneLayout& plane) {
-    return plane.blockSamples == 16 && plane.blockBytes == 16 * plane.blockLines;
-}
-
-void unpackTiles(const PlaneLayout& plane, ConstRows from, int samples, int lines, Rows to) {
-    const int whole = lines / plane.blockLines * plane.blockLines;
-    libyuv::DetilePlane(from.data, samples, to.data, static_cast<int>(to.pitch), samples, whole,
-                        plane.blockLines);
-}
-
 }  // namespace
 
 void unpackPlane(const PlaneLayout& plane, int sampleBytes, ConstRows from, int samples, int lines,
@@ -111,7 +100,7 @@ void unpackPlane(const PlaneLayout& plane, int sampleBytes, ConstRows from, int 
             copyRows(from, samples * sampleBytes, lines, to);
             break;
         case Packing::BYTE_BLOCKS:
-            (isTiled(plane) ? unpackTiles : unpackByteBlocks)(plane, from, samples, lines, to);
+            unpackByteBlocks(plane, from, samples, lines, to);
             break;
         case Packing::BLOCKS_10:
             unpack10(plane, from, samples, lines, to);

@@ -1,0 +1,95 @@
+#include "ColorMatrix.h"
+
+#include <PxAsyncBlitStream.h>
+
+namespace host {
+
+namespace {
+
+struct Space {
+    double kr;
+    double kb;
+    bool full;
+};
+
+Space spaceOf(uint32_t profile) {
+    switch (profile) {
+        case PX_PROFILE_BT601_FULL:
+            return {0.299, 0.114, true};
+        case PX_PROFILE_BT709_LIMIT:
+            return {0.2126, 0.0722, false};
+        case PX_PROFILE_BT709_FULL:
+            return {0.2126, 0.0722, true};
+        case PX_PROFILE_BT2020_LIMIT:
+            return {0.2627, 0.0593, false};
+        case PX_PROFILE_BT2020_FULL:
+            return {0.2627, 0.0593, true};
+        default:
+            return {0.299, 0.114, false};
+    }
+}
+
+// Samples' black level and spans of luma and chroma at a depth.
+struct Range {
+    double black;
+    double luma;
+    double middle;
+    double chroma;
+};
+
+Range rangeOf(const Space& space, int bits) {
+    const double unit = 1 << (bits - 8);
+    const double middle = 128 * unit;
+    const double top = 256 * unit - 1;
+    return space.full ? Range{0, top, middle, top}
+                      : Range{16 * unit, 219 * unit, middle, 224 * unit};
+}
+
+}  // namespace
+
+Affine compose(const Affine& second, const Affine& first) {
+    Affine result = {};
+    for (int i = 0; i < 3; ++i) {
+        result.offset[i] = second.offset[i];
+        for (int k = 0; k < 3; ++k) {
+            result.offset[i] += second.m[i][k] * first.offset[k];
+            for (int j = 0; j < 3; ++j) {
+                result.m[i][j] += second.m[i][k] * first.m[k][j];
+            }
+        }
+    }
+    return result;
+}
+
+Affine toRgb(uint32_t profile, int bits) {
+    const Space space = spaceOf(profile);
+    const Range range = rangeOf(space, bits);
+    const double kg = 1 - space.kr - space.kb;
+    const double red = 2 * (1 - space.kr);
+    const double blue = 2 * (1 - space.kb);
+    const Affine normalize = {
+        {{1 / range.luma, 0, 0}, {0, 1 / range.chroma, 0}, {0, 0, 1 / range.chroma}},
+        {-range.black / range.luma, -range.middle / range.chroma, -range.middle / range.chroma}};
+    const Affine matrix = {
+        {{1, 0, red}, {1, -space.kb * blue / kg, -space.kr * red / kg}, {1, blue, 0}}, {0, 0, 0}};
+    return compose(matrix, normalize);
+}
+
+Affine fromRgb(uint32_t profile, int bits) {
+    const Space space = spaceOf(profile);
+    const Range range = rangeOf(space, bits);
+    const double kr = space.kr;
+    const double kb = space.kb;
+    const double kg = 1 - kr - kb;
+    const double red = 2 * (1 - kr);
+    const double blue = 2 * (1 - kb);
+    const Affine matrix = {{{kr, kg, kb},
+                            {-kr / blue, -kg / blue, (1 - kb) / blue},
+                            {(1 - kr) / red, -kg / red, -kb / red}},
+                           {0, 0, 0}};
+    const Affine scale = {{{range.luma, 0, 0}, {0, range.chroma, 0}, {0, 0, range.chroma}},
+                          {range.black, range.middle, range.middle}};
+    return compose(scale, matrix);
+}
+
+}  // namespace host

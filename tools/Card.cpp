@@ -1,0 +1,76 @@
+#include "Card.h"
+
+#include <algorithm>
+
+namespace {
+
+struct Color {
+    uint8_t r;
+    uint8_t g;
+    uint8_t b;
+};
+
+constexpr Color BARS[] = {{255, 255, 255}, {255, 255, 0}, {0, 255, 255}, {0, 255, 0},
+                          {255, 0, 255},   {255, 0, 0},   {0, 0, 255},   {0, 0, 0}};
+constexpr Color WHITE = {255, 255, 255};
+constexpr Color BLACK = {0, 0, 0};
+constexpr Color ORANGE = {255, 128, 0};
+
+// Digits of 3 x 5 cells, a bit a cell, the top left one the highest.
+constexpr int DIGITS[] = {0x7B6F, 0x2C97, 0x73E7, 0x73CF, 0x5BC9,
+                          0x79CF, 0x79EF, 0x7249, 0x7BEF, 0x7BCF};
+
+// True where the number, written in cells of the size, has ink.
+bool isInk(int x, int y, int cell, int number) {
+    int digits = 1;
+    for (int rest = number; rest > 9; rest /= 10) {
+        ++digits;
+    }
+    const int column = x / cell;
+    const int row = y / cell;
+    if (x < 0 || y < 0 || row > 4 || column >= digits * 4 || column % 4 == 3) {
+        return false;
+    }
+    for (int skip = digits - 1 - column / 4; skip > 0; --skip) {
+        number /= 10;
+    }
+    return (DIGITS[number % 10] >> (14 - row * 3 - column % 4) & 1) != 0;
+}
+
+Color colorAt(int x, int y, int width, int height, int number) {
+    if (x == 0 || y == 0 || x == width - 1 || y == height - 1) {
+        return WHITE;
+    }
+    const int cell = std::max(1, height / 30);
+    if (isInk(x - width / 16, y - height / 10, cell, number)) {
+        return ORANGE;
+    }
+    const int64_t scaled = int64_t{x} * 8 / width;
+    if (y < height / 2) {
+        return BARS[scaled];
+    }
+    if (y < height * 3 / 4) {
+        const auto gray = static_cast<uint8_t>(int64_t{x} * 256 / width);
+        return {gray, gray, gray};
+    }
+    // Lines of 1, 2, 4 ... pixels: upright ones, then lying ones.
+    const int size = 1 << (scaled % 4);
+    return ((scaled < 4 ? x : y) / size) % 2 == 0 ? WHITE : BLACK;
+}
+
+}  // namespace
+
+PlainFrame drawCard(int width, int height, int number) {
+    PlainFrame card(host::Form::RGBA8888, width, height);
+    uint8_t* pixel = card.bytes.data();
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+            const Color color = colorAt(x, y, width, height, number);
+            *pixel++ = color.r;
+            *pixel++ = color.g;
+            *pixel++ = color.b;
+            *pixel++ = 255;
+        }
+    }
+    return card;
+}

@@ -1,0 +1,290 @@
+// make-dump: writes a test card, or raw frames, as a dump of any color format, under a name that
+// the built-in rules decode.
+#include <PxAsyncBlitStream.h>
+#include <getopt.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Card.h"
+#include "Packer.h"
+#include "PlainFrame.h"
+#include "color/Catalogue.h"
+#include "color/ColorConvert.h"
+#include "config/FormatConfig.h"
+#include "fileutils/FileUtils.h"
+
+namespace {
+
+constexpr const char* USAGE =
+    "Usage: make-dump -f FORMAT -w WIDTH -h HEIGHT [-o FOLDER] [-n FRAMES]\n"
+    "                 [-i FILE [-r FORMAT]] [--colorspace COLORSPACE]\n"
+    "Writes a test card as a dump and prints the names of its files.\n"
+    "  -f, --format FORMAT        color format of the dump, as VexConverter lists them\n"
+    "  -w, --width WIDTH          pixels\n"
+    "  -h, --height HEIGHT        lines; the dump is padded to the format's alignment\n"
+    "  -o, --output FOLDER        where the dump goes (the working folder)\n"
+    "  -n, --frames FRAMES        number of frames (1; with -i all that the file holds)\n"
+    "  -i, --input FILE           raw frames of WIDTH x HEIGHT to write instead of the card\n"
+    "  -r, --raw-format FORMAT    of that file: the dump's plain form (NV12, P010, RGB888,\n"
+    "                             RGBA8888, RGBA1010102; the default) or RGBA8888\n"
+    "      --colorspace SPACE     of YUV made from RGB (BT601_LIMIT)\n"
+    "      --help                 show this text\n";
+
+struct Options {
+    ColorConvert::ColorFormat format = ColorConvert::UNKNOWN;
+    ColorConvert::ColorFormat rawFormat = ColorConvert::UNKNOWN;
+    std::string rawFile;
+    std::string folder = ".";
+    int width = 0;
+    int height = 0;
+    int frames = 0;
+    uint32_t profile = PX_PROFILE_BT601_LIMIT;
+};
+
+[[noreturn]] void fail(const std::string& problem) {
+    fprintf(stderr, "Error: %s\n", problem.c_str());
+    exit(1);
+}
+
+ColorConvert::ColorFormat parseFormat(const char* name) {
+    const auto format = ColorConvert::getColorFormatFromStr(name);
+    if (format == ColorConvert::UNKNOWN) {
+        fail(std::string("unknown color format: ") + name);
+    }
+    return format;
+}
+
+int parseNumber(const char* text, const char* what) {
+    char* end = nullptr;
+    const long number = strtol(text, &end, 10);
+    if (*text == '\0' || *end != '\0' || number < 1 || number > 1'000'000) {
+        fail(std::string(what) + " is no number from 1 to 1000000: " + text);
+    }
+    return static_cast<int>(number);
+}
+
+uint32_t parseColorSpace(const std::string& name) {
+    constexpr struct {
+        const char* name;
+        uint32_t profile;
+    } SPACES[] = {
+        {"BT601_LIMIT", PX_PROFILE_BT601_LIMIT},   {"BT601_FULL", PX_PROFILE_BT601_FULL},
+        {"BT709_LIMIT", PX_PROFILE_BT709_LIMIT},   {"BT709_FULL", PX_PROFILE_BT709_FULL},
+        {"BT2020_LIMIT", PX_PROFILE_BT2020_LIMIT}, {"BT2020_FULL", PX_PROFILE_BT2020_FULL}};
+    for (const auto& space : SPACES) {
+        if (name == space.name) {
+            return space.profile;
+        }
+    }
+    fail("unknown color space: " + name);
+}
+
+Options parseOptions(int argc, char* argv[]) {
+    constexpr int COLORSPACE = 1;
+    constexpr int HELP = 2;
+    constexpr option LONG_OPTIONS[] = {{"format", required_argument, nullptr, 'f'},
+                                       {"width", required_argument, nullptr, 'w'},
+                                       {"height", required_argument, nullptr, 'h'},
+                                       {"output", required_argument, nullptr, 'o'},
+                                       {"frames", required_argument, nullptr, 'n'},
+                                       {"input", required_argument, nullptr, 'i'},
+                                       {"raw-format", required_argument, nullptr, 'r'},
+                                       {"colorspace", required_argument, nullptr, COLORSPACE},
+                                       {"help", no_argument, nullptr, HELP},
+                                       {nullptr, 0, nullptr, 0}};
+    Options options;
+    int value = 0;
+    while ((value = getopt_long(argc, argv, "f:w:h:o:n:i:r:", LONG_OPTIONS, nullptr)) != -1) {
+        switch (value) {
+            case 'f':
+                options.format = parseFormat(optarg);
+                break;
+            case 'w':
+                options.width = parseNumber(optarg, "the width");
+                break;
+            case 'h':
+                options.height = parseNumber(optarg, "the height");
+                break;
+            case 'o':
+                options.folder = optarg;
+                break;
+            case 'n':
+                options.frames = parseNumber(optarg, "the number of frames");
+                break;
+            case 'i':
+                options.rawFile = optarg;
+                break;
+            case 'r':
+                options.rawFormat = parseFormat(optarg);
+                break;
+            case COLORSPACE:
+                options.profile = parseColorSpace(optarg);
+                break;
+            case HELP:
+                fputs(USAGE, stdout);
+                exit(0);
+            default:
+                fputs(USAGE, stderr);
+                exit(1);
+        }
+    }
+    if (optind != argc) {
+        fail(std::string("not an option: ") + argv[optind]);
+    }
+    if (options.format == ColorConvert::UNKNOWN || options.width == 0 || options.height == 0) {
+        fputs("Error: format, width and height are needed\n", stderr);
+        fputs(USAGE, stderr);
+        exit(1);
+    }
+    return options;
+}
+
+// The frames to write: the card's, or those of a raw file.
+class Source {
+  public:
+    explicit Source(const Options& options)
+        : mOptions(options), mForm(layoutOf(options.format).form) {
+        const auto plain = ColorConvert::getDefaultOutputFormat(options.format);
+        const auto raw = options.rawFormat == ColorConvert::UNKNOWN ? plain : options.rawFormat;
+        if (raw != plain && raw != ColorConvert::RGBA8888) {
+            fail("raw frames must be " + std::string(colorFormatInfo(plain).name) +
+                 " or RGBA8888 for this format");
+        }
+        mRawForm = layoutOf(raw).form;
+        mFrames = options.frames == 0 ? 1 : options.frames;
+        if (!options.rawFile.empty()) {
+            countRawFrames();
+        }
+    }
+
+    int frames() const { return mFrames; }
+
+    PlainFrame frame(int index) const {
+        if (mOptions.rawFile.empty()) {
+            return toForm(drawCard(mOptions.width, mOptions.height, index + 1));
+        }
+        PlainFrame raw(mRawForm, mOptions.width, mOptions.height);
+        const auto size = static_cast<int>(raw.bytes.size());
+        if (FileUtils::readFromFile(mOptions.rawFile, raw.bytes.data(), size, size, index) !=
+            size) {
+            fail("can't read frame " + std::to_string(index + 1) + " of " + mOptions.rawFile);
+        }
+        return toForm(std::move(raw));
+    }
+
+  private:
+    void countRawFrames() {
+        const auto size = PlainFrame::sizeOf(mRawForm, mOptions.width, mOptions.height);
+        const int fileSize = FileUtils::getFileSize(mOptions.rawFile);
+        if (!FileUtils::isFile(mOptions.rawFile) || fileSize < 0) {
+            fail("no file of less than 2 GiB: " + mOptions.rawFile);
+        }
+        const int held = static_cast<int>(static_cast<size_t>(fileSize) / size);
+        mFrames = mOptions.frames == 0 ? held : mOptions.frames;
+        if (held == 0 || mFrames > held) {
+            fail(mOptions.rawFile + " holds " + std::to_string(held) + " frames of " +
+                 std::to_string(size) + " bytes");
+        }
+    }
+
+    PlainFrame toForm(PlainFrame frame) const {
+        return frame.form == mForm ? std::move(frame)
+                                   : convertPicture(frame, mForm, mOptions.profile);
+    }
+
+    const Options& mOptions;
+    host::Form mForm;
+    host::Form mRawForm;
+    int mFrames = 0;
+};
+
+// The built-in rule and pair that decode the format, when there are any.
+struct Naming {
+    const FormatConfig* rule = nullptr;
+    const FormatConfig::FormatPair* pair = nullptr;
+};
+
+Naming findNaming(ColorConvert::ColorFormat format) {
+    FileUtils::parseConfigFile("");
+    for (const FormatConfig& rule : formatConfigs) {
+        for (const FormatConfig::FormatPair& pair : rule.formatPairs) {
+            if (pair.colorFormat == colorFormatInfo(format).name) {
+                return {&rule, &pair};
+            }
+        }
+    }
+    return {};
+}
+
+// A name without its ending; number tells separate sets apart.
+std::string stemOf(const Options& options, const Naming& naming, int number) {
+    const std::string size =
+        "W" + std::to_string(options.width) + "H" + std::to_string(options.height);
+    if (naming.pair == nullptr) {
+        return options.folder + "/dump_0_" + size + "_" + colorFormatInfo(options.format).name;
+    }
+    const std::string& pattern = naming.rule->pattern;
+    return options.folder + "/" + pattern.substr(0, pattern.find(".*")) + "0_" + size + "_F" +
+           naming.pair->formatStr + "_" + std::to_string(number);
+}
+
+// Creates the file anew, or fails.
+void writeNew(const std::string& path, const uint8_t* bytes, int size) {
+    remove(path.c_str());
+    if (FileUtils::writeToFile(path, bytes, size) != size) {
+        fail("can't write " + path);
+    }
+    printf("%s\n", path.c_str());
+}
+
+void append(const std::string& path, const std::vector<uint8_t>& bytes) {
+    const int size = static_cast<int>(bytes.size());
+    if (FileUtils::writeToFile(path, bytes.data(), size) != size) {
+        fail("can't write " + path);
+    }
+}
+
+void writeDump(const Options& options) {
+    const auto [width, height] =
+        ColorConvert::getDefaultAlignedSize(options.width, options.height, options.format);
+    const auto plain = ColorConvert::getDefaultOutputFormat(options.format);
+    if (ColorConvert::getFrameSize(width, height, options.format) < 0 ||
+        ColorConvert::getFrameSize(width, height, plain) < 0 ||
+        ColorConvert::getFrameSize(width, height, ColorConvert::RGBA8888) < 0) {
+        fail("a frame is 2 GiB or more");
+    }
+    const Source source(options);
+    const Naming naming = findNaming(options.format);
+    const auto parts = ColorConvert::getSeparateSize(width, height, options.format);
+    const std::string path = stemOf(options, naming, 0) + ".yuv";
+    for (int i = 0; i < source.frames(); ++i) {
+        const std::vector<uint8_t> dump = packFrame(source.frame(i), options.format, width, height);
+        if (!parts.empty()) {
+            const std::string* const endings[] = {&naming.pair->yBody, &naming.pair->yHeader,
+                                                  &naming.pair->cBody, &naming.pair->cHeader};
+            for (size_t part = 0; part < parts.size(); ++part) {
+                writeNew(stemOf(options, naming, i) + "_" + *endings[part],
+                         dump.data() + parts[part].second, parts[part].first);
+            }
+        } else if (i == 0) {
+            writeNew(path, dump.data(), static_cast<int>(dump.size()));
+        } else {
+            append(path, dump);
+        }
+    }
+    if (naming.pair == nullptr) {
+        fprintf(stderr, "No built-in rule decodes this format; convert it with -w %d -h %d -f %s\n",
+                options.width, options.height, colorFormatInfo(options.format).name);
+    }
+}
+
+}  // namespace
+
+int main(int argc, char* argv[]) {
+    writeDump(parseOptions(argc, argv));
+    return 0;
+}

@@ -1,0 +1,94 @@
+#include "Packer.h"
+
+#include "color/Catalogue.h"
+
+using host::Packing;
+using host::PlaneLayout;
+using host::Role;
+
+namespace {
+
+// Where the samples of one plane go.
+struct Target {
+    const PlaneLayout& plane;
+    uint8_t* body;
+    int samples;         // of a row
+    int pitch;           // bytes of a row, where the plane is rows
+    int rowSampleBytes;  // of a sample of rows
+};
+
+int bitsOfPacking(Packing packing) {
+    return packing == Packing::BLOCKS_10 ? 10 : packing == Packing::BLOCKS_12 ? 12 : 8;
+}
+
+void orBits(uint8_t* bytes, int64_t bit, unsigned value) {
+    value <<= bit % 8;
+    for (uint8_t* byte = bytes + bit / 8; value != 0; value >>= 8) {
+        *byte++ |= static_cast<uint8_t>(value);
+    }
+}
+
+void put(const Target& target, int x, int y, int value) {
+    const PlaneLayout& plane = target.plane;
+    if (plane.isRows()) {
+        const bool word = target.rowSampleBytes == 2;
+        orBits(target.body + int64_t{y} * target.pitch,
+               int64_t{x} * target.rowSampleBytes * 8 + (word ? 6 : 0),
+               static_cast<unsigned>(value));
+        return;
+    }
+    const int64_t block = int64_t{y / plane.blockLines} * (target.samples / plane.blockSamples) +
+                          x / plane.blockSamples;
+    const int sample = y % plane.blockLines * plane.blockSamples + x % plane.blockSamples;
+    const int bits = bitsOfPacking(plane.packing);
+    // Of 12 stored bits the highest 10 are the sample.
+    const int shift = bits == 12 ? 2 : 0;
+    orBits(target.body + block * plane.blockBytes + plane.blockOffset, int64_t{sample} * bits,
+           static_cast<unsigned>(value) << shift);
+}
+
+int valueAt(const PlainFrame& frame, Role role, int x, int y) {
+    switch (role) {
+        case Role::RGB:
+            return frame.rgbByte(x, y);
+        case Role::LUMA:
+            return frame.luma(x, y);
+        case Role::CBCR:
+            return frame.chroma(x, y);
+        case Role::CB:
+            return frame.chroma(x * 2, y);
+        default:
+            return frame.chroma(x * 2 + 1, y);
+    }
+}
+
+}  // namespace
+
+const host::Layout& layoutOf(ColorConvert::ColorFormat format) {
+    return *host::findLayout(colorFormatInfo(format).pxColor);
+}
+
+std::vector<uint8_t> packFrame(const PlainFrame& frame, ColorConvert::ColorFormat format, int width,
+                               int height) {
+    ColorConvert::ColorConvertBuffer geometry;
+    geometry.mWidth = width;
+    geometry.mHeight = height;
+    colorFormatInfo(format).calculate(geometry);
+    const host::Layout& layout = layoutOf(format);
+    const host::Bodies bodies = layout.bodies(width, height, geometry.mPlaneSize);
+
+    std::vector<uint8_t> dump(
+        static_cast<size_t>(ColorConvert::getFrameSize(width, height, format)));
+    for (size_t i = 0; i < static_cast<size_t>(layout.planeCount); ++i) {
+        const PlaneLayout& plane = layout.planes[i];
+        const int sampleBytes = isYuv(frame.form) ? bytesOf(frame.form) : 1;
+        const Target target = {plane, dump.data() + bodies[i], plane.samples(frame.form, width),
+                               i == 0 ? geometry.mYPitch : geometry.mUVPitch, sampleBytes};
+        for (int y = 0; y < plane.lines(height); ++y) {
+            for (int x = 0; x < target.samples; ++x) {
+                put(target, x, y, valueAt(frame, plane.role, x, y));
+            }
+        }
+    }
+    return dump;
+}

@@ -1,0 +1,29 @@
+// A frame in one of the plain forms, in memory.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "blit/Layout.h"
+
+struct PlainFrame {
+    host::Form form;
+    int width;                   // pixels
+    int height;                  // lines
+    std::vector<uint8_t> bytes;  // rows without gaps
+
+    PlainFrame(host::Form form, int width, int height);
+
+    // Bytes of such a frame.
+    static size_t sizeOf(host::Form form, int width, int height);
+
+    // Sample x of row y: of pixels' bytes (RGB), of luma, or of Cb, Cr pairs. Beyond the frame the
+    // nearest pixel's; no color where the frame has no chroma.
+    int rgbByte(int x, int y) const;
+    int luma(int x, int y) const;
+    int chroma(int x, int y) const;
+};
+
+// The picture, RGBA8888, in another form; profile: PX_PROFILE_ENUM of a YUV form. Chroma is the
+// mean of the pixels that it covers.
+PlainFrame convertPicture(const PlainFrame& rgba, host::Form form, uint32_t profile);
