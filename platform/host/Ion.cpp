@@ -102,7 +102,8 @@ int ion_map(int fd, ion_user_handle_t handle, size_t length, int prot, int flags
     if (status != 0) {
         return status;
     }
-    void* address = mmap(nullptr, length, prot, flags, shared, offset);
+    // A device's buffer is mapped in full at once.
+    void* address = mmap(nullptr, length, prot, flags | MAP_POPULATE, shared, offset);
     if (address == MAP_FAILED) {
         const int error = errno;
         close(shared);

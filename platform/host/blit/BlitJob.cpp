@@ -200,7 +200,7 @@ bool BlitJob::mapRows(const Frame& frame, int index, bool writable, int line, in
         offset += line / plane.blockLines * pitch;
         length = lines / plane.blockLines * pitch;
     }
-    BufferWindow& window = (writable ? mDstWindows : mSrcWindows)[i];
+    BufferWindow& window = writable ? mDstWindows[i] : mSrcWindows[i];
     rows.pitch = static_cast<ptrdiff_t>(pitch);
     rows.data = window.at(frame.buffer, writable, offset, static_cast<size_t>(length));
     return rows.data != nullptr;

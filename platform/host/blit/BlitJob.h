@@ -59,8 +59,10 @@ class BlitJob {
     bool plainMain(const Frame& src, int top, const Strip& strip, ConstRows& rows);
     bool plainChroma(const Frame& src, int top, const Strip& strip, ConstRows& rows);
 
-    std::array<BufferWindow, 3> mSrcWindows;
-    std::array<BufferWindow, 3> mDstWindows;
+    // A window a plane. All planes of an 8-bit 1920 x 1088 frame fit theirs, and so stay mapped.
+    static constexpr int64_t MIB = 1 << 20;
+    BufferWindow mSrcWindows[3] = {BufferWindow(3 * MIB), BufferWindow(MIB), BufferWindow(MIB)};
+    BufferWindow mDstWindows[2] = {BufferWindow(4 * MIB), BufferWindow(2 * MIB)};
     std::vector<uint8_t> mMainStrip;
     std::vector<uint8_t> mChromaStrip;
     std::vector<int32_t> mTerms;

@@ -9,7 +9,6 @@ namespace host {
 namespace {
 
 constexpr int64_t PAGE = 4096;
-constexpr int64_t LEAST = 2 << 20;  // bytes of a window, where the buffer has as many
 
 }  // namespace
 
@@ -22,7 +21,7 @@ uint8_t* BufferWindow::at(const BufferId& buffer, bool writable, int64_t offset,
     if (!same || offset < mOffset || end > mOffset + static_cast<int64_t>(mLength)) {
         unmap();
         const int64_t start = offset / PAGE * PAGE;
-        const int64_t wanted = std::max(end - start, std::min(LEAST, buffer.size - start));
+        const int64_t wanted = std::max(end - start, std::min(mLeast, buffer.size - start));
         const int protection = writable ? PROT_READ | PROT_WRITE : PROT_READ;
         void* address = mmap(nullptr, static_cast<size_t>(wanted), protection,
                              MAP_SHARED | MAP_POPULATE, buffer.fd, start);

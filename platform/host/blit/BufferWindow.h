@@ -20,7 +20,8 @@ struct BufferId {
 
 class BufferWindow {
   public:
-    BufferWindow() = default;
+    // least: bytes of a window, where the buffer has as many.
+    explicit BufferWindow(int64_t least) : mLeast(least) {}
     ~BufferWindow();
     BufferWindow(const BufferWindow&) = delete;
     BufferWindow& operator=(const BufferWindow&) = delete;
@@ -32,6 +33,7 @@ class BufferWindow {
   private:
     void unmap();
 
+    int64_t mLeast;
     uint8_t* mAddress = nullptr;
     int64_t mOffset = 0;  // of the window in the buffer
     size_t mLength = 0;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 #include "ColorMatrix.h"
 #include "Kernel.h"
@@ -40,15 +41,47 @@ KERNEL_PART int32_t finish(int32_t sum, int32_t max) {
     return low > max ? max : low;
 }
 
+// A Cb, Cr pair as it lies in memory: one word, so that a loop need not part the two.
+template <typename Sample>
+struct PairOf;
+template <>
+struct PairOf<uint8_t> {
+    using Word = uint16_t;
+    static constexpr int BITS = 8;
+};
+template <>
+struct PairOf<uint16_t> {
+    using Word = uint32_t;
+    static constexpr int BITS = 16;
+};
+template <typename Sample>
+using Pair = typename PairOf<Sample>::Word;
+
+template <typename Sample>
+KERNEL_PART Pair<Sample> loadPair(const uint8_t* row, int i) {
+    Pair<Sample> pair = 0;
+    memcpy(&pair, row + sizeof pair * static_cast<size_t>(i), sizeof pair);
+    return pair;
+}
+template <typename Sample>
+KERNEL_PART int32_t cbOf(Pair<Sample> pair) {
+    return load(static_cast<Sample>(pair));
+}
+template <typename Sample>
+KERNEL_PART int32_t crOf(Pair<Sample> pair) {
+    return load(static_cast<Sample>(pair >> PairOf<Sample>::BITS));
+}
+
 // What a row of chroma adds to row k of the step, for every pixel that it covers.
 template <typename Sample>
-KERNEL_PART void chromaTerms(const ColorStep& step, int k, const Sample* cbcr, int width,
+KERNEL_PART void chromaTerms(const ColorStep& step, int k, const uint8_t* cbcr, int width,
                              int32_t* __restrict terms) {
     const int32_t cb = step.m[k][1];
     const int32_t cr = step.m[k][2];
     const int32_t offset = step.offset[k];
     for (int i = 0; i < width / 2; ++i) {
-        const int32_t term = cb * load(cbcr[2 * i]) + cr * load(cbcr[2 * i + 1]) + offset;
+        const Pair<Sample> pair = loadPair<Sample>(cbcr, i);
+        const int32_t term = cb * cbOf<Sample>(pair) + cr * crOf<Sample>(pair) + offset;
         terms[2 * i] = term;
         terms[2 * i + 1] = term;
     }
@@ -88,23 +121,33 @@ KERNEL_PART void lumaRow(const ColorStep& step, const Sample* luma, int width,
 }
 
 template <typename Sample>
-KERNEL_PART void chromaRow(const ColorStep& step, const Sample* cbcr, int width,
-                           Sample* __restrict out) {
+KERNEL_PART void chromaRow(const ColorStep& step, const uint8_t* cbcr, int width,
+                           uint8_t* __restrict out) {
+    const int32_t cbCb = step.m[1][1];
+    const int32_t cbCr = step.m[1][2];
+    const int32_t crCb = step.m[2][1];
+    const int32_t crCr = step.m[2][2];
+    const int32_t cbOffset = step.offset[1];
+    const int32_t crOffset = step.offset[2];
     for (int i = 0; i < width / 2; ++i) {
-        const int32_t cb = load(cbcr[2 * i]);
-        const int32_t cr = load(cbcr[2 * i + 1]);
-        store(finish(step.m[1][1] * cb + step.m[1][2] * cr + step.offset[1], MAX<Sample>),
-              out[2 * i]);
-        store(finish(step.m[2][1] * cb + step.m[2][2] * cr + step.offset[2], MAX<Sample>),
-              out[2 * i + 1]);
+        const Pair<Sample> pair = loadPair<Sample>(cbcr, i);
+        const int32_t cb = cbOf<Sample>(pair);
+        const int32_t cr = crOf<Sample>(pair);
+        Sample newCb = 0;
+        Sample newCr = 0;
+        store(finish(cbCb * cb + cbCr * cr + cbOffset, MAX<Sample>), newCb);
+        store(finish(crCb * cb + crCr * cr + crOffset, MAX<Sample>), newCr);
+        const auto result =
+            static_cast<Pair<Sample>>(newCb | static_cast<uint32_t>(newCr) << PairOf<Sample>::BITS);
+        memcpy(out + sizeof result * static_cast<size_t>(i), &result, sizeof result);
     }
 }
 
-KERNEL void terms8(const ColorStep& step, int k, const void* cbcr, int width, int32_t* terms) {
-    chromaTerms(step, k, static_cast<const uint8_t*>(cbcr), width, terms);
+KERNEL void terms8(const ColorStep& step, int k, const uint8_t* cbcr, int width, int32_t* terms) {
+    chromaTerms<uint8_t>(step, k, cbcr, width, terms);
 }
-KERNEL void terms10(const ColorStep& step, int k, const void* cbcr, int width, int32_t* terms) {
-    chromaTerms(step, k, static_cast<const uint16_t*>(cbcr), width, terms);
+KERNEL void terms10(const ColorStep& step, int k, const uint8_t* cbcr, int width, int32_t* terms) {
+    chromaTerms<uint16_t>(step, k, cbcr, width, terms);
 }
 KERNEL void rgbaRow8(const ColorStep& step, const void* luma, int width, const int32_t* terms,
                      void* out) {
@@ -122,19 +165,19 @@ KERNEL void lumaRow10(const ColorStep& step, const void* luma, int width, const 
                       void* out) {
     lumaRow(step, static_cast<const uint16_t*>(luma), width, terms, static_cast<uint16_t*>(out));
 }
-KERNEL void chromaRow8(const ColorStep& step, const void* cbcr, int width, void* out) {
-    chromaRow(step, static_cast<const uint8_t*>(cbcr), width, static_cast<uint8_t*>(out));
+KERNEL void chromaRow8(const ColorStep& step, const uint8_t* cbcr, int width, uint8_t* out) {
+    chromaRow<uint8_t>(step, cbcr, width, out);
 }
-KERNEL void chromaRow10(const ColorStep& step, const void* cbcr, int width, void* out) {
-    chromaRow(step, static_cast<const uint16_t*>(cbcr), width, static_cast<uint16_t*>(out));
+KERNEL void chromaRow10(const ColorStep& step, const uint8_t* cbcr, int width, uint8_t* out) {
+    chromaRow<uint16_t>(step, cbcr, width, out);
 }
 
 // The row kernels of a YUV form.
 struct RowKernels {
-    void (*terms)(const ColorStep&, int, const void*, int, int32_t*);
+    void (*terms)(const ColorStep&, int, const uint8_t*, int, int32_t*);
     void (*rgba)(const ColorStep&, const void*, int, const int32_t*, void*);
     void (*luma)(const ColorStep&, const void*, int, const int32_t*, void*);
-    void (*chroma)(const ColorStep&, const void*, int, void*);
+    void (*chroma)(const ColorStep&, const uint8_t*, int, uint8_t*);
 };
 
 const RowKernels& kernelsOf(Form form) {

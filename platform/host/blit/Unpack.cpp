@@ -53,8 +53,13 @@ template <int BITS>
 KERNEL_PART void unpackFour(const uint8_t* in, uint8_t* out) {
     constexpr uint64_t SAMPLE = (1 << BITS) - 1;
     constexpr uint64_t PAIR = SAMPLE | SAMPLE << BITS;
-    uint64_t bits = 0;
-    memcpy(&bits, in, BITS / 2);
+    // Two loads: the bytes of one would have to pass through memory.
+    uint32_t low = 0;
+    memcpy(&low, in, 4);
+    uint64_t bits = low | static_cast<uint64_t>(in[4]) << 32;
+    if (BITS == 12) {
+        bits |= static_cast<uint64_t>(in[5]) << 40;
+    }
     bits = (bits & PAIR) | (bits >> (2 * BITS) & PAIR) << 32;
     constexpr uint64_t EVEN = SAMPLE | SAMPLE << 32;
     bits = (bits & EVEN) | (bits >> BITS & EVEN) << 16;
