@@ -1,5 +1,7 @@
 #include "config/PatternSearch.h"
 
+#include <sys/resource.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -13,13 +15,30 @@ constexpr size_t MAX_PATTERN = 2048;  // bytes
 // What a pattern expands to when its {n} are written out; the matcher may descend through all of
 // it without looking at the name once.
 constexpr size_t MAX_WEIGHT = 4096;
-constexpr uint32_t MAX_STEPS = 20'000'000;
-constexpr uintptr_t MAX_STACK = 3 << 20;  // bytes
+constexpr uint32_t MAX_STEPS = 10'000'000;
+// The matcher descends a kilobyte or so for each character that a repeat takes.
+constexpr rlim_t WANTED_STACK = 32 << 20;  // bytes
+
+// Bytes that a search may take of the main thread's stack, which grows as far as the limit of the
+// moment: half, since the matcher also descends without looking at the name.
+uintptr_t stackBudget() {
+    rlimit limit = {};
+    if (getrlimit(RLIMIT_STACK, &limit) != 0) {
+        return 1 << 20;
+    }
+    if (limit.rlim_cur < WANTED_STACK) {
+        limit.rlim_cur = std::min(WANTED_STACK, limit.rlim_max);
+        setrlimit(RLIMIT_STACK, &limit);
+        getrlimit(RLIMIT_STACK, &limit);
+    }
+    return std::min(WANTED_STACK, limit.rlim_cur) / 2;
+}
 
 // The bounds of one search, shared by all copies of its iterators.
 struct Budget {
     uint32_t steps = MAX_STEPS;
     uintptr_t stackStart = reinterpret_cast<uintptr_t>(__builtin_frame_address(0));
+    uintptr_t maxStack = stackBudget();
 };
 
 // Walks a name and charges every look at it to the budget. A spent budget ends the search the way
@@ -72,7 +91,7 @@ class BoundedIterator {
         }
         --mBudget->steps;
         const auto stack = reinterpret_cast<uintptr_t>(__builtin_frame_address(0));
-        if (mBudget->stackStart - stack > MAX_STACK && mBudget->stackStart > stack) {
+        if (stack < mBudget->stackStart && mBudget->stackStart - stack > mBudget->maxStack) {
             throw std::regex_error(std::regex_constants::error_stack);
         }
     }

@@ -1,0 +1,325 @@
+// Device buffers, the blit job and a file's conversion, against a platform that fails on demand.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+
+#include "FakePlatform.h"
+#include "color/ColorConvert.h"
+#include "driver/FileConversion.h"
+#include "memory/DmabufMemory.h"
+#include "memory/IonMemory.h"
+
+namespace {
+
+using Lines = std::vector<std::string>;
+const std::string ION = "VexConverter-IonMemory: ";
+const std::string DMABUF = "VexConverter-DmabufMemory: ";
+constexpr int FOREIGN_FD = FIRST_FAKE_FD;  // of somebody else's buffer
+
+class DeviceTest : public testing::Test {
+  protected:
+    DeviceTest() { fakePlatform = &mPlatform; }
+    ~DeviceTest() override { EXPECT_TRUE(mPlatform.held.empty()) << *mPlatform.held.begin(); }
+
+    std::unique_ptr<DeviceMemory> make(bool ion, int size, int importFd) {
+        if (ion) {
+            return std::make_unique<IonMemory>(size, importFd);
+        }
+        return std::make_unique<DmabufMemory>(size, importFd);
+    }
+
+    FakePlatform mPlatform;
+};
+
+struct Failure {
+    bool ion;
+    int size;
+    int importFd;
+    const char* call;  // that fails
+    Lines log;         // after construction, data() twice and destruction; # is the share fd
+};
+
+class BufferFailure : public DeviceTest, public testing::WithParamInterface<Failure> {};
+
+TEST_P(BufferFailure, LogsItsLineAndLeavesAnEmptyBuffer) {
+    const Failure& failure = GetParam();
+    mPlatform.failCall = failure.call;
+    const bool releaseFails = mPlatform.failCall == "munmap" || mPlatform.failCall == "ion_free";
+    {
+        const auto buffer = make(failure.ion, failure.size, failure.importFd);
+        const int fd = buffer->getFd();
+        EXPECT_EQ(buffer->data() != nullptr, releaseFails);
+        EXPECT_EQ(buffer->data() != nullptr, releaseFails);
+        EXPECT_EQ(buffer->getFd() > 0, releaseFails);
+        for (std::string& line : mPlatform.log) {
+            if (const size_t at = line.find(std::to_string(fd)); fd > 0 && at != line.npos) {
+                line.replace(at, std::to_string(fd).size(), "#");
+            }
+        }
+    }
+    EXPECT_EQ(mPlatform.log, failure.log);
+}
+
+const std::string ION_EMPTY = ION + "IonMemory::data failed to mapVA, mIonDevFd: -1";
+const std::string DMABUF_EMPTY = DMABUF + "DmabufMemory::data failed to mapVA, mShareFd: -1";
+const std::string FOREIGN = std::to_string(FOREIGN_FD);
+
+INSTANTIATE_TEST_SUITE_P(
+    Every, BufferFailure,
+    testing::Values(
+        Failure{true, 0, -1, "", {ION + "IonMemory: buffer size should > 0", ION_EMPTY, ION_EMPTY}},
+        Failure{true,
+                64,
+                -1,
+                "vx_ion_open",
+                {ION + "IonMemory: failed to open ion dev", ION_EMPTY, ION_EMPTY}},
+        Failure{true,
+                64,
+                -1,
+                "ion_alloc_mm",
+                {ION + "IonMemory: failed to ion_alloc_mm", ION_EMPTY, ION_EMPTY}},
+        Failure{true,
+                64,
+                FOREIGN_FD,
+                "ion_import",
+                {ION + "IonMemory: failed to ion_import, buffer import fd: " + FOREIGN, ION_EMPTY,
+                 ION_EMPTY}},
+        Failure{true,
+                64,
+                -1,
+                "ion_share",
+                {ION + "IonMemory: failed to ion_share, ion handle: 7", ION_EMPTY, ION_EMPTY}},
+        Failure{true,
+                64,
+                -1,
+                "ion_map",
+                {ION + "IonMemory::data failed to ion_map, share fd: #", ION_EMPTY}},
+        Failure{true, 64, -1, "munmap", {ION + "IonMemory::release munmap failed"}},
+        Failure{true, 64, -1, "ion_free", {ION + "IonMemory::release ion_free failed"}},
+        Failure{false,
+                -1,
+                -1,
+                "",
+                {DMABUF + "DmabufMemory: buffer size should > 0", DMABUF_EMPTY, DMABUF_EMPTY}},
+        Failure{false,
+                64,
+                FOREIGN_FD,
+                "dup",
+                {DMABUF + "DmabufMemory: failed to dup from importFd: " + FOREIGN, DMABUF_EMPTY,
+                 DMABUF_EMPTY}},
+        Failure{false,
+                64,
+                -1,
+                "CreateDmabufHeapBufferAllocator",
+                {DMABUF + "DmabufMemory: failed to create allocator", DMABUF_EMPTY, DMABUF_EMPTY}},
+        Failure{false,
+                64,
+                -1,
+                "DmabufHeapAlloc",
+                {DMABUF + "DmabufMemory: failed to allocate buffer on vex_mm-uncached heap",
+                 DMABUF_EMPTY, DMABUF_EMPTY}},
+        Failure{
+            false,
+            64,
+            -1,
+            "mmap",
+            {DMABUF + "DmabufMemory::data failed to ion_map, buffer import fd: -1", DMABUF_EMPTY}},
+        Failure{false, 64, -1, "munmap", {DMABUF + "DmabufMemory::release munmap failed"}}));
+
+TEST_F(DeviceTest, BufferCallsAndArguments) {
+    struct {
+        bool ion;
+        int importFd;
+        Lines calls;
+    } const cases[] = {
+        {true,
+         -1,
+         {"vx_ion_open(VexConverter)", "ion_alloc_mm(64, 64, 0)", "ion_share()",
+          "ion_map(64, 3, 1, 0)", "munmap(64)", "close()", "close()", "ion_free()", "ion_close()"}},
+        {true,
+         FOREIGN_FD,
+         {"vx_ion_open(VexConverter)", "ion_import()", "ion_share()", "ion_map(64, 3, 1, 0)",
+          "munmap(64)", "close()", "close()", "ion_free()", "ion_close()"}},
+        {false,
+         -1,
+         {"CreateDmabufHeapBufferAllocator()", "DmabufHeapAlloc(vex_mm-uncached, 64, 0, 0)",
+          "mmap(64, 3, 1, 0)", "munmap(64)", "close()", "FreeDmabufHeapBufferAllocator()"}},
+        {false, FOREIGN_FD, {"dup()", "mmap(64, 3, 1, 0)", "munmap(64)", "close()"}},
+    };
+    for (const auto& c : cases) {
+        mPlatform.calls.clear();
+        {
+            const auto buffer = make(c.ion, 64, c.importFd);
+            EXPECT_NE(buffer->getFd(), FOREIGN_FD);
+            EXPECT_EQ(buffer->data(), buffer->data());
+        }
+        EXPECT_EQ(mPlatform.calls, c.calls);
+    }
+    EXPECT_TRUE(mPlatform.log.empty());
+}
+
+TEST_F(DeviceTest, IonReleaseGivesBackOnce) {
+    IonMemory buffer(64, -1);
+    buffer.data();
+    buffer.release();
+    const size_t calls = mPlatform.calls.size();
+    buffer.release();
+    EXPECT_EQ(mPlatform.calls.size(), calls);
+    EXPECT_EQ(buffer.getFd(), -1);
+}
+
+ColorConvert::ColorConvertConfig blockToPicture() {
+    ColorConvert::ColorConvertConfig config;
+    config.mSrc = {ColorConvert::NV12_BLK, ColorConvert::BT709_FULL, 64, 32, 11};
+    config.mDst = {ColorConvert::RGBA8888, 99, 64, 32, 12};
+    return config;
+}
+
+TEST_F(DeviceTest, ConvertFrameCallsInOrder) {
+    {
+        ColorConvert converter;
+        EXPECT_EQ(converter.convertFrame(blockToPicture()), 0);
+    }
+    const Lines expected = {
+        "createJob(0, -1)",
+        "setConfigBegin(42)",
+        "setSrcBuffer(11, [2048 1024], -1)",
+        "setSrcConfig(64, 32, 2048, 1024, 13434956, 4, 0, 0, 0, 0)",
+        "setSrcCrop(0, (0, 0, 0, 0, 64, 0, 32, 0))",
+        "setDstBuffer(0, 12, [8192], -1)",
+        "setDstConfig(0, 64, 32, 256, 0, 2105378, 0, 0, (0, 0, 0, 0, 64, 0, 32, 0), 0, 0, 0, 0)",
+        "setConfigEnd()",
+        "invalidate(now)",
+        "sync_wait(-1)",
+        "close()",
+        "~PxAsyncBlitStream()"};
+    EXPECT_EQ(mPlatform.calls, expected);
+}
+
+TEST_F(DeviceTest, ProfilesOfColorSpaces) {
+    ColorConvert converter;
+    const int profiles[] = {0, 0, 2, 1, 4, 3, 5, 0};  // of -1 to 6
+    for (int space = -1; space <= 6; ++space) {
+        auto config = blockToPicture();
+        config.mSrc.mColorSpace = space;
+        mPlatform.calls.clear();
+        converter.convertFrame(config);
+        EXPECT_NE(mPlatform.calls[3].find(", " + std::to_string(profiles[space + 1]) + ", 0, 0, 0"),
+                  std::string::npos)
+            << mPlatform.calls[3];
+    }
+}
+
+TEST_F(DeviceTest, FailedFrameLogsOneLineLeaksNothingAndLeavesTheConverterUsable) {
+    const std::string prefix = "VexConverter-ColorConvert: ColorConvert::convertFrame ";
+    struct {
+        const char* call;
+        int statusOnly;
+        std::string line;
+    } const cases[] = {
+        {"createJob", 0, "createJob fail with error = -5, fence -1\n"},
+        {"", -3, "createJob fail with error = -3, fence "},
+        {"setSrcBuffer", 0, "setSrcBuffer fail with error = -5\n"},
+        {"setDstBuffer", 0, "setDstBuffer fail with error = -5\n"},
+        {"invalidate", 0, "Invalidate fail with error = -5\n"},
+    };
+    ColorConvert converter;
+    for (const auto& c : cases) {
+        mPlatform.failCall = c.call;
+        mPlatform.statusOnly = c.statusOnly;
+        mPlatform.log.clear();
+        EXPECT_EQ(converter.convertFrame(blockToPicture()), -1);
+        ASSERT_EQ(mPlatform.log.size(), 1U) << c.call;
+        EXPECT_EQ(mPlatform.log[0].rfind(prefix + c.line, 0), 0U) << mPlatform.log[0];
+        EXPECT_EQ(mPlatform.held, std::set<std::string>{"stream"});
+        mPlatform.failCall = "";
+        mPlatform.statusOnly = 0;
+        EXPECT_EQ(converter.convertFrame(blockToPicture()), 0);
+    }
+    mPlatform.log.clear();
+    auto unknown = blockToPicture();
+    unknown.mSrc.mFormat = static_cast<ColorConvert::ColorFormat>(18);
+    EXPECT_EQ(converter.convertFrame(unknown), -1);
+    EXPECT_EQ(mPlatform.log.size(), 1U);
+}
+
+class ConvertFileTest : public DeviceTest {
+  protected:
+    ConvertFileTest() {
+        std::filesystem::remove_all(mFolder);
+        std::filesystem::create_directory(mFolder);
+        std::ofstream(mFolder + "/in.yuv") << std::string(3 * 24, 'x');  // 3 frames of NV12 4 x 4
+        mJob.inputFormat = mJob.outputFormat = ColorConvert::NV12;
+        mJob.alignedWidth = mJob.alignedHeight = 4;
+    }
+    ~ConvertFileTest() override { std::filesystem::remove_all(mFolder); }
+
+    std::string convert() {
+        testing::internal::CaptureStderr();
+        convertFile(mFolder + "/in.yuv", mJob, mFolder, CommandLineOptions());
+        return testing::internal::GetCapturedStderr();
+    }
+
+    uintmax_t outputSize() const {
+        const std::string path = mFolder + "/in_converted.nv12";
+        return std::filesystem::exists(path) ? std::filesystem::file_size(path) : 0;
+    }
+
+    const std::string mFolder = testing::TempDir() + "convert-file";
+    FileJob mJob;
+};
+
+TEST_F(ConvertFileTest, ReleasesConverterThenDestinationThenSource) {
+    mPlatform.ion = true;
+    convert();
+    Lines names = mPlatform.names();
+    const auto stream = std::find(names.begin(), names.end(), "~PxAsyncBlitStream");
+    const Lines released(stream, names.end());
+    EXPECT_EQ(released, (Lines{"~PxAsyncBlitStream", "munmap", "close", "close", "ion_free",
+                               "ion_close", "munmap", "close", "close", "ion_free", "ion_close"}));
+}
+
+TEST_F(ConvertFileTest, FailedFrameIsLeftOutAndTheOthersFollow) {
+    mPlatform.failCall = "invalidate";
+    mPlatform.failOccurrence = 2;
+    EXPECT_EQ(convert(), "Process: " + mFolder + "/in.yuv\n" +
+                             "\r\x1b[kProcess: frame #1 of 3\r\x1b[kProcess: frame #2 of 3" +
+                             "Error: failed to convertFrame\n\r\x1b[kProcess: frame #3 of 3\n");
+    EXPECT_EQ(outputSize(), 2U * 24);
+}
+
+// Whatever call fails: no crash, nothing held, and what is written is whole frames.
+TEST_F(ConvertFileTest, AnyFailingCallIsSurvived) {
+    for (const bool ion : {false, true}) {
+        for (int n = 1; n <= 60; ++n) {
+            mPlatform = FakePlatform();
+            mPlatform.ion = ion;
+            mPlatform.failNth = n;
+            const std::string printed = convert();
+            const std::string bufferError = "Error: failed to make the device buffers";
+            const bool noBuffers = printed.find(bufferError) != std::string::npos;
+            EXPECT_EQ(outputSize() == 0, noBuffers) << "call " << n << ": " << printed;
+            EXPECT_EQ(outputSize() % 24, 0U);
+            EXPECT_TRUE(mPlatform.held.empty()) << "call " << n << ": " << *mPlatform.held.begin();
+            std::filesystem::remove(mFolder + "/in_converted.nv12");
+        }
+    }
+}
+
+TEST_F(ConvertFileTest, FramesOutOfRangeAndPartlessSetsAreReported) {
+    mJob.alignedWidth = mJob.alignedHeight = 100000;
+    EXPECT_NE(convert().find("\nError: frame is too large, 2 GiB or more, skip this file: "),
+              std::string::npos);
+    mJob.alignedWidth = mJob.alignedHeight = 0;
+    EXPECT_EQ(convert(), "Process: " + mFolder + "/in.yuv\n\n");
+    mJob.alignedWidth = mJob.alignedHeight = 4;
+    mJob.separate = true;
+    EXPECT_NE(convert().find("\nError: input color format has no separate parts"),
+              std::string::npos);
+    EXPECT_EQ(outputSize(), 0U);
+}
+
+}  // namespace

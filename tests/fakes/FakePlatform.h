@@ -1,0 +1,34 @@
+// The device's libraries for tests: records every call, makes a chosen one fail, and knows what is
+// still held.
+#pragma once
+
+#include <set>
+#include <string>
+#include <vector>
+
+struct FakePlatform {
+    std::vector<std::string> calls;  // name and arguments
+    std::vector<std::string> log;    // messages, as given
+    std::set<std::string> held;      // descriptors, handles, mappings, allocators, streams
+    bool ion = false;
+    int failNth = 0;         // the n-th call that can fail, counted from 1
+    std::string failCall;    // or the calls of that name,
+    int failOccurrence = 0;  // only that one of them, from 1; 0 for all
+    int failStatus = -5;     // what a failed call of the blit library or of ION returns
+    int statusOnly = 0;      // status of createJob beside a good fence
+
+    // Notes a call that can fail; true when it is to succeed.
+    bool note(const std::string& name, const std::string& arguments);
+    // Names of the calls, without arguments.
+    std::vector<std::string> names() const;
+
+  private:
+    int mCanFail = 0;
+    int mOccurrences = 0;
+};
+
+// The platform of the running test; a new one for each test.
+extern FakePlatform* fakePlatform;
+
+// Descriptors from here on are the platform's.
+constexpr int FIRST_FAKE_FD = 100000;
