@@ -1,0 +1,435 @@
+// The host's blit engine: layouts, color arithmetic, and jobs that don't fit their buffers.
+#include <PxAsyncBlitStream.h>
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <cstring>
+#include <random>
+
+#include "color/Catalogue.h"
+#include "color/ColorConvert.h"
+#include "memory/DmabufMemory.h"
+
+namespace {
+
+using C = ColorConvert;
+
+// A frame in a device buffer.
+struct Frame {
+    C::ColorFormat format;
+    int width;
+    int height;
+    int size;
+    DmabufMemory memory;
+
+    Frame(C::ColorFormat format, int width, int height)
+        : format(format),
+          width(width),
+          height(height),
+          size(C::getFrameSize(width, height, format)),
+          memory(size, -1) {}
+
+    C::ColorConvertBuffer side(int space) { return {format, space, width, height, memory.getFd()}; }
+    uint8_t* bytes() { return memory.data(); }
+    uint16_t word(size_t index) {
+        uint16_t value = 0;
+        memcpy(&value, bytes() + index * 2, 2);
+        return value;
+    }
+    // Sample of a plain YUV frame, the chroma rows after the luma rows.
+    int sample(size_t index) { return format == C::P010 ? word(index) >> 6 : bytes()[index]; }
+    void setSample(size_t index, int value) {
+        const auto wide = static_cast<uint16_t>(value << 6);
+        if (format == C::P010) {
+            memcpy(bytes() + index * 2, &wide, 2);
+        } else {
+            bytes()[index] = static_cast<uint8_t>(value);
+        }
+    }
+};
+
+int convert(Frame& src, int srcSpace, Frame& dst, int dstSpace) {
+    return ColorConvert().convertFrame({src.side(srcSpace), dst.side(dstSpace)});
+}
+
+// Where the samples of a block format lie, written out once more and independently: blocks of
+// columns x lines samples (chroma counts Cb and Cr), bits each, in the order of the lines.
+struct BlockLayout {
+    C::ColorFormat format;
+    int bits;
+    struct Plane {
+        int columns, lines;
+        int blockBytes, inBlock;
+        int64_t (*base)(int64_t w, int64_t h);
+    } planes[2];
+};
+
+int64_t page(int64_t v) { return (v + 4095) / 4096 * 4096; }
+int64_t zero(int64_t /*w*/, int64_t /*h*/) { return 0; }
+int64_t area(int64_t w, int64_t h) { return w * h; }
+int64_t tenBits(int64_t w, int64_t h) { return (w * h * 10 / 8 + 511) / 512 * 512; }
+int64_t pagedArea(int64_t w, int64_t h) { return page(w * h); }
+int64_t pagedTenBits(int64_t w, int64_t h) { return page(w * h * 10 / 8); }
+int64_t headersYuv(int64_t w, int64_t h) { return (w / 16 * h / 16 * 16 + 255) / 256 * 256; }
+int64_t headersRgb(int64_t w, int64_t h) { return (w * h / 16 + 1023) / 1024 * 1024; }
+int64_t lumoY(int64_t w, int64_t h) { return page(w * h / 64); }
+int64_t lumoChroma(int64_t w, int64_t h, int64_t luma) {
+    return page(lumoY(w, h) + luma + (w * h / 128 + 63) / 64 * 64);
+}
+int64_t lumoC(int64_t w, int64_t h) { return lumoChroma(w, h, w * h); }
+int64_t lumo12C(int64_t w, int64_t h) { return lumoChroma(w, h, w * h * 3 / 2); }
+
+const BlockLayout BLOCK_LAYOUTS[] = {
+    {C::NV12_BLK, 8, {{16, 32, 512, 0, zero}, {16, 16, 256, 0, area}}},
+    {C::NV12_BLK_10BIT_V, 10, {{16, 32, 640, 0, zero}, {16, 16, 320, 0, tenBits}}},
+    {C::CPQ, 8, {{16, 32, 512, 0, zero}, {16, 16, 256, 0, pagedArea}}},
+    {C::CPQ_10BIT_V, 10, {{16, 32, 640, 0, zero}, {16, 16, 320, 0, pagedTenBits}}},
+    {C::YUV420P_AFBC, 8, {{16, 16, 384, 0, headersYuv}, {16, 8, 384, 256, headersYuv}}},
+    {C::YUV420P_10BIT_AFBC, 10, {{16, 16, 512, 0, headersYuv}, {16, 8, 512, 320, headersYuv}}},
+    {C::NV12_LUMO, 8, {{8, 8, 64, 0, lumoY}, {16, 4, 64, 0, lumoC}}},
+    {C::P010_LUMO, 12, {{8, 8, 96, 0, lumoY}, {16, 4, 96, 0, lumo12C}}},
+    {C::RGBA8888_AFBC, 8, {{64, 16, 1024, 0, headersRgb}, {}}},
+    {C::RGBA1010102_AFBC, 8, {{64, 16, 1024, 0, headersRgb}, {}}},
+};
+
+class EngineLayout : public testing::TestWithParam<BlockLayout> {};
+
+TEST_P(EngineLayout, EveryStoredSampleReachesItsPlace) {
+    const BlockLayout& layout = GetParam();
+    std::mt19937 random(1);
+    for (const auto& [w, h] : {std::pair(64, 64), std::pair(320, 192), std::pair(1920, 1088)}) {
+        Frame src(layout.format, w, h);
+        Frame dst(C::getDefaultOutputFormat(layout.format), w, h);
+        const bool rgb = layout.planes[1].columns == 0;
+        std::vector<int> expected;
+        for (const BlockLayout::Plane& plane : layout.planes) {
+            const int columns = rgb ? w * 4 : w;
+            const int lines = plane.columns == 0 ? 0 : &plane == layout.planes ? h : h / 2;
+            for (int i = 0; i < columns * lines; ++i) {
+                const int x = i % columns;
+                const int y = i / columns;
+                const int value = static_cast<int>(random() % (layout.bits == 8 ? 256 : 1024));
+                expected.push_back(value);
+                const int64_t block =
+                    y / plane.lines * (columns / plane.columns) + x / plane.columns;
+                const int64_t bit =
+                    (plane.base(w, h) + block * plane.blockBytes + plane.inBlock) * 8 +
+                    (y % plane.lines * plane.columns + x % plane.columns) * layout.bits;
+                const int stored = (layout.bits == 12 ? value << 2 : value) << bit % 8;
+                src.bytes()[bit / 8] |= static_cast<uint8_t>(stored);
+                if (stored > 255) {
+                    src.bytes()[bit / 8 + 1] |= static_cast<uint8_t>(stored >> 8);
+                }
+                if (stored > 65535) {
+                    src.bytes()[bit / 8 + 2] |= static_cast<uint8_t>(stored >> 16);
+                }
+            }
+        }
+        ASSERT_EQ(convert(src, 0, dst, 0), 0);
+        size_t wrong = 0;
+        for (size_t i = 0; i < expected.size(); ++i) {
+            wrong += dst.sample(i) != expected[i];
+        }
+        EXPECT_EQ(wrong, 0U) << w << " x " << h;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, EngineLayout, testing::ValuesIn(BLOCK_LAYOUTS), [](const auto& i) {
+    return std::string(colorFormatInfo(i.param.format).name);
+});
+
+// Colors in floating point, from the definitions.
+struct Space {
+    double kr, kb;
+    bool full;
+};
+const Space SPACES[] = {{0.299, 0.114, false},  {0.299, 0.114, true},    {0.2126, 0.0722, false},
+                        {0.2126, 0.0722, true}, {0.2627, 0.0593, false}, {0.2627, 0.0593, true}};
+
+struct Rgb {
+    double r, g, b;
+};
+
+Rgb decode(const Space& s, int bits, double y, double cb, double cr) {
+    const double unit = 1 << (bits - 8);
+    const double top = 256 * unit - 1;
+    const double luma = s.full ? y / top : (y - 16 * unit) / (219 * unit);
+    const double b = (cb - 128 * unit) / (s.full ? top : 224 * unit);
+    const double r = (cr - 128 * unit) / (s.full ? top : 224 * unit);
+    const double red = luma + 2 * (1 - s.kr) * r;
+    const double blue = luma + 2 * (1 - s.kb) * b;
+    return {red, (luma - s.kr * red - s.kb * blue) / (1 - s.kr - s.kb), blue};
+}
+
+void encode(const Space& s, int bits, const Rgb& c, double out[3]) {
+    const double unit = 1 << (bits - 8);
+    const double top = 256 * unit - 1;
+    const double luma = s.kr * c.r + (1 - s.kr - s.kb) * c.g + s.kb * c.b;
+    const double span = s.full ? top : 224 * unit;
+    out[0] = s.full ? luma * top : 16 * unit + luma * 219 * unit;
+    out[1] = 128 * unit + (c.b - luma) / (2 * (1 - s.kb)) * span;
+    out[2] = 128 * unit + (c.r - luma) / (2 * (1 - s.kr)) * span;
+}
+
+// Every Y, Cb, Cr of a grid that holds the extremes: a row a Y, two columns a Cb, Cr.
+class Grid {
+  public:
+    Grid(C::ColorFormat format, int steps)
+        : mTop(format == C::P010 ? 1023 : 255),
+          mSteps(steps),
+          frame(format, 2 * steps * steps, steps + steps % 2) {
+        for (int row = 0; row < frame.height; ++row) {
+            for (int x = 0; x < frame.width; ++x) {
+                frame.setSample(at(x, row), y(row));
+                if (row < frame.height / 2) {
+                    frame.setSample(at(x, frame.height + row), x % 2 == 0 ? cb(x) : cr(x));
+                }
+            }
+        }
+    }
+    int y(int row) const { return value(std::min(row, mSteps - 1)); }
+    int cb(int x) const { return value(x / 2 / mSteps); }
+    int cr(int x) const { return value(x / 2 % mSteps); }
+    size_t at(int x, int row) const {
+        return static_cast<size_t>(row) * static_cast<size_t>(frame.width) + static_cast<size_t>(x);
+    }
+
+  private:
+    int value(int step) const { return mTop * step / (mSteps - 1); }
+    int mTop;
+    int mSteps;
+
+  public:
+    Frame frame;
+};
+
+double kept(double value, double top) { return std::min(std::max(value, 0.0), top); }
+
+class EngineColor : public testing::TestWithParam<C::ColorFormat> {
+  protected:
+    int bits() const { return GetParam() == C::P010 ? 10 : 8; }
+};
+
+TEST_P(EngineColor, EverySpaceToRgbaIsExactToTheRounding) {
+    Grid grid(GetParam(), 52);
+    Frame picture(C::RGBA8888, grid.frame.width, grid.frame.height);
+    for (int space = 0; space < 6; ++space) {
+        ASSERT_EQ(convert(grid.frame, space, picture, 0), 0);
+        double worst = 0;
+        size_t unequal = 0;
+        for (int row = 0; row < grid.frame.height; ++row) {
+            for (int x = 0; x < grid.frame.width; ++x) {
+                const Rgb c = decode(SPACES[space], bits(), grid.y(row), grid.cb(x), grid.cr(x));
+                const double exact[] = {c.r * 255, c.g * 255, c.b * 255, 255};
+                for (size_t i = 0; i < 4; ++i) {
+                    const double wanted = kept(exact[i], 255);
+                    const int got = picture.bytes()[grid.at(x, row) * 4 + i];
+                    worst = std::max(worst, std::abs(got - wanted));
+                    unequal += got != std::lround(wanted);
+                }
+            }
+        }
+        EXPECT_LE(worst, 1) << "space " << space;
+        EXPECT_LE(static_cast<double>(unequal), 0.001 * picture.size) << "space " << space;
+    }
+}
+
+TEST_P(EngineColor, EveryPairOfSpacesIsWithinItsBound) {
+    Grid grid(GetParam(), 18);
+    Frame changed(GetParam(), grid.frame.width, grid.frame.height);
+    const double top = (1 << bits()) - 1;
+    for (int pair = 0; pair < 36; ++pair) {
+        const int from = pair / 6;
+        const int to = pair % 6;
+        ASSERT_EQ(convert(grid.frame, from, changed, to), 0);
+        if (from == to) {
+            EXPECT_EQ(
+                memcmp(changed.bytes(), grid.frame.bytes(), static_cast<size_t>(changed.size)), 0);
+            continue;
+        }
+        double worst = 0;
+        for (int row = 0; row < grid.frame.height; ++row) {
+            for (int x = 0; x < grid.frame.width; ++x) {
+                double exact[3];
+                encode(SPACES[to], bits(),
+                       decode(SPACES[from], bits(), grid.y(row), grid.cb(x), grid.cr(x)), exact);
+                const auto check = [&](size_t index, double wanted) {
+                    worst = std::max(
+                        worst, std::abs(changed.sample(index) - std::round(kept(wanted, top))));
+                };
+                check(grid.at(x, row), exact[0]);
+                check(grid.at(x, grid.frame.height + row / 2), exact[1 + x % 2]);
+            }
+        }
+        EXPECT_LE(worst, bits() == 8 ? 1 : 2) << from << " to " << to;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, EngineColor, testing::Values(C::NV12, C::P010),
+                         [](const auto& i) { return std::string(colorFormatInfo(i.param).name); });
+
+TEST(Engine, RgbToRgbaScalesDepthAndAlpha) {
+    Frame deep(C::RGBA1010102, 1024, 2);
+    Frame plain(C::RGB888, 1024, 2);
+    Frame picture(C::RGBA8888, 1024, 2);
+    for (uint32_t i = 0; i < 2048; ++i) {
+        const uint32_t v = i % 1024;
+        const uint32_t word = v | (1023 - v) << 10 | (v * 7 % 1024) << 20 | (i % 4) << 30;
+        memcpy(deep.bytes() + i * 4, &word, 4);
+        plain.bytes()[i * 3 + i % 3] = static_cast<uint8_t>(i);
+    }
+    ASSERT_EQ(convert(deep, 0, picture, 3), 0);
+    for (uint32_t i = 0; i < 2048; ++i) {
+        const uint32_t v = i % 1024;
+        const uint32_t tens[] = {v, 1023 - v, v * 7 % 1024};
+        for (uint32_t c = 0; c < 3; ++c) {
+            ASSERT_EQ(picture.bytes()[i * 4 + c], std::lround(tens[c] * 255 / 1023.0)) << i;
+        }
+        ASSERT_EQ(picture.bytes()[i * 4 + 3], i % 4 * 85);
+    }
+    ASSERT_EQ(convert(plain, 0, picture, 0), 0);
+    for (uint32_t i = 0; i < 2048; ++i) {
+        ASSERT_EQ(memcmp(picture.bytes() + i * 4, plain.bytes() + i * 3, 3), 0);
+        ASSERT_EQ(picture.bytes()[i * 4 + 3], 255);
+    }
+}
+
+// Widths and heights down to one, where chroma is short or missing.
+TEST(Engine, OddSizesTakeTheNearestChroma) {
+    for (const C::ColorFormat format : {C::NV12, C::P010, C::YUV420P, C::YV12}) {
+        for (int size = 0; size < 64; ++size) {
+            const int w = 1 + size % 8;
+            const int h = 1 + size / 8 + (size % 3) * 31;
+            Frame src(format, w, h);
+            for (int i = 0; i < src.size; ++i) {
+                src.bytes()[i] = static_cast<uint8_t>(i * 37);
+            }
+            Frame plain(C::getDefaultOutputFormat(format), w, h);
+            Frame picture(C::RGBA8888, w, h);
+            Frame again(C::RGBA8888, w, h);
+            Frame changed(plain.format, w, h);
+            ASSERT_EQ(convert(src, 0, plain, 0), 0);
+            ASSERT_EQ(convert(src, 0, picture, 0), 0);
+            ASSERT_EQ(convert(plain, 0, again, 0), 0);
+            ASSERT_EQ(convert(src, 0, changed, 3), 0);
+            EXPECT_EQ(memcmp(picture.bytes(), again.bytes(), static_cast<size_t>(again.size)), 0);
+            // The last pixel has the color of the last pair.
+            const bool gray = w < 2 || h < 2;
+            const int bits = plain.format == C::P010 ? 10 : 8;
+            const auto chroma = static_cast<size_t>((h + h / 2 - 1) * w + w / 2 * 2 - 2);
+            const int middle = 1 << (bits - 1);
+            const Rgb c = decode(SPACES[0], bits, plain.sample(static_cast<size_t>(w * h - 1)),
+                                 gray ? middle : plain.sample(chroma),
+                                 gray ? middle : plain.sample(chroma + 1));
+            const uint8_t* last = again.bytes() + again.size - 4;
+            EXPECT_NEAR(last[0], kept(c.r * 255, 255), 1) << w << " x " << h;
+            EXPECT_NEAR(last[2], kept(c.b * 255, 255), 1) << w << " x " << h;
+        }
+    }
+}
+
+TEST(Engine, RefusesWhatItCannotDo) {
+    struct {
+        C::ColorFormat src, dst;
+        int w, h;
+    } const cases[] = {
+        {C::RGBA8888, C::NV12, 64, 64}, {C::NV12, C::P010, 64, 64},
+        {C::P010, C::NV12, 64, 64},     {C::NV12, C::RGB888, 64, 64},
+        {C::NV12, C::YUV420P, 64, 64},  {C::NV12, C::NV12_BLK, 64, 64},
+        {C::NV12_BLK, C::NV12, 24, 32}, {C::NV12_BLK, C::NV12, 16, 16},
+        {C::NV12_LUMO, C::NV12, 8, 8},  {C::RGBA8888_AFBC, C::RGBA8888, 16, 8},
+    };
+    for (const auto& c : cases) {
+        Frame src(c.src, c.w, c.h);
+        Frame dst(c.dst, c.w, c.h);
+        EXPECT_EQ(convert(src, 0, dst, 0), -1) << c.src << " to " << c.dst;
+    }
+    Frame frame(C::NV12, 16, 16);
+    EXPECT_EQ(convert(frame, 0, frame, 0), -1) << "one buffer";
+}
+
+// Jobs with any numbers: refused or done, and never a byte beyond the planes.
+TEST(Engine, AnyJobStaysInsideItsBuffers) {
+    std::mt19937 random(7);
+    const auto pick = [&random](int count) { return static_cast<int>(random() % count); };
+    int done = 0;
+    for (int round = 0; round < 20000; ++round) {
+        C::ColorConvertBuffer sides[2];
+        int fds[2];
+        unsigned char* guards[2];
+        const size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+        size_t sizes[2];
+        const int width = pick(4) == 0 ? 1 + pick(70) : 32 * (1 + pick(4));
+        const int height = pick(4) == 0 ? 1 + pick(70) : 32 * (1 + pick(3));
+        for (int i = 0; i < 2; ++i) {
+            C::ColorConvertBuffer& side = sides[i];
+            side.mFormat = static_cast<C::ColorFormat>(1 + pick(17));
+            if (i == 1 && pick(8) != 0) {
+                side.mFormat =
+                    pick(3) == 0 ? C::RGBA8888 : C::getDefaultOutputFormat(sides[0].mFormat);
+            }
+            side.mWidth = width;
+            side.mHeight = height;
+            colorFormatInfo(side.mFormat).calculate(side);
+            const int size = C::getFrameSize(width, height, side.mFormat);
+            // One number in four is off, by a little or by much.
+            int32_t* const numbers[] = {&side.mWidth, &side.mHeight, &side.mYPitch, &side.mUVPitch};
+            if (pick(4) == 0) {
+                *numbers[pick(4)] += pick(2) == 0 ? pick(9) - 4 : static_cast<int>(random());
+            }
+            if (pick(8) == 0) {
+                side.mPlaneSize[pick(3)] += static_cast<uint32_t>(pick(65) - 32);
+            }
+            if (pick(16) == 0) {
+                side.mPlaneCount = static_cast<uint32_t>(pick(5));
+            }
+            sizes[i] = static_cast<size_t>(std::max(0, size - (pick(4) == 0 ? pick(40) : 0)));
+            fds[i] = memfd_create("job", 0);
+            ASSERT_EQ(ftruncate(fds[i], static_cast<off_t>(sizes[i])), 0);
+            // What lies behind the last byte shows through the rest of its page.
+            guards[i] =
+                static_cast<unsigned char*>(mmap(nullptr, (sizes[i] / page + 1) * page,
+                                                 PROT_READ | PROT_WRITE, MAP_SHARED, fds[i], 0));
+            for (size_t at = sizes[i]; at % page != 0; ++at) {
+                guards[i][at] = 0xA5;
+            }
+        }
+        PxAsyncBlitStream stream;
+        unsigned int job = 0;
+        int fence = -1;
+        timeval now = {};
+        PxRect whole = {0, 0, 0, 0, sides[0].mWidth, 0, sides[0].mHeight, 0};
+        PxRect target = {0, 0, 0, 0, sides[1].mWidth, 0, sides[1].mHeight, 0};
+        ASSERT_EQ(stream.createJob(job, fence), 0);
+        const auto code = [](const C::ColorConvertBuffer& side) {
+            return static_cast<PX_COLOR_ENUM>(colorFormatInfo(side.mFormat).pxColor);
+        };
+        const auto profile = static_cast<PX_PROFILE_ENUM>(pick(8));
+        stream.setConfigBegin(job);
+        stream.setSrcBuffer(pick(50) == 0 ? -1 : fds[0], sides[0].mPlaneSize, sides[0].mPlaneCount,
+                            -1);
+        stream.setSrcConfig(sides[0].mWidth, sides[0].mHeight, sides[0].mYPitch, sides[0].mUVPitch,
+                            code(sides[0]), profile, {}, {}, false, 0);
+        stream.setSrcCrop(0, whole);
+        stream.setDstBuffer(0, pick(50) == 0 ? 9999 : fds[1], sides[1].mPlaneSize,
+                            sides[1].mPlaneCount, -1);
+        stream.setDstConfig(0, sides[1].mWidth, sides[1].mHeight, sides[1].mYPitch,
+                            sides[1].mUVPitch, code(sides[1]), static_cast<PX_PROFILE_ENUM>(0), {},
+                            &target, {}, false, 0, 0);
+        stream.setConfigEnd();
+        done += stream.invalidate(&now) == 0;
+        close(fence);
+        for (int i = 0; i < 2; ++i) {
+            for (size_t at = sizes[i]; at % page != 0; ++at) {
+                ASSERT_EQ(guards[i][at], 0xA5) << "round " << round << ", side " << i;
+            }
+            munmap(guards[i], (sizes[i] / page + 1) * page);
+            close(fds[i]);
+        }
+    }
+    EXPECT_GT(done, 2000);
+}
+
+}  // namespace
