@@ -21,6 +21,7 @@ enum LongOnly {
 constexpr option LONG_OPTIONS[] = {
     {"input", required_argument, nullptr, 'i'},
     {"output", required_argument, nullptr, 'o'},
+    {"out", required_argument, nullptr, 'o'},  // else ambiguous with output-colorspace
     {"width", required_argument, nullptr, 'w'},
     {"height", required_argument, nullptr, 'h'},
     {"format", required_argument, nullptr, 'f'},

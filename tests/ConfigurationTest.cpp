@@ -1,0 +1,275 @@
+// Configuration mode, through the binary where a user would see it: rules, names, messages, sets.
+#include <climits>
+
+#include "ToolRun.h"
+#include "config/FormatConfig.h"
+#include "config/PatternSearch.h"
+#include "fileutils/FileUtils.h"
+
+namespace {
+
+const std::string SKIP = "Error: failed to get convert config from config file, skip this file: ";
+const std::string DEFAULT = "No config file specified, using default config\n";
+const std::string MODE = "Convert with arguments parsed from config file\n";
+const std::string ALL_FORMATS = "VEX_HOST_BOARD_PLATFORM=vx2415";
+
+// A rule in full; keys are changed by replacing text.
+std::string ruleText() {
+    return R"json([{"Name": "n", "Description": "d", "Pattern": "w(\\d+)?h(\\d+)?_(\\w*)",
+"WidthIndex": 1, "HeightIndex": 2, "ColorFormatIndex": 3, "SeparateStringIndex": -1,
+"DefaultWidth": 8, "DefaultHeight": 4, "DefaultWidthAlignment": 2, "DefaultHeightAlignment": 2,
+"DefaultColorFormat": "NV12", "ColorFormatPair": [
+{"FormatStr": "a", "ColorFormat": "YV12", "WidthAlignment": 16, "HeightAlignment": 2,
+"Separate": false}]}])json";
+}
+
+std::string replaced(std::string text, const std::string& what, const std::string& with) {
+    const size_t at = text.find(what);
+    EXPECT_NE(at, std::string::npos) << what;
+    return text.replace(at, what.size(), with);
+}
+
+class Configuration : public ToolTest {
+  protected:
+    std::string convert(const std::vector<std::string>& arguments,
+                        const std::string& environment = ALL_FORMATS) const {
+        const ToolResult result = tool(arguments, environment);
+        EXPECT_EQ(result.status, 0);
+        EXPECT_EQ(result.out, "");
+        return result.err;
+    }
+};
+
+TEST_F(Configuration, BuiltInRulesDecodeNames) {
+    const struct {
+        std::string name;
+        std::string output;  // empty: no rule matches
+        uintmax_t size;
+    } cases[] = {
+        {"vdec_output_1_W60H30_F0x7F000001_12.yuv", "nv12", 64 * 32 * 3 / 2},
+        {"vdec_output_1_W60H30_F0x1000.yuv", "nv12", 60 * 30 * 3 / 2},
+        {"vdec_output_2_W60H30_F0x10F_5.yuv", "nv12", 60 * 30 * 3 / 2},
+        {"vdec_output_1_W60H30_F0x7f000001_12.yuv", "nv12", 60 * 30 * 3 / 2},
+        {"vdec_output_0_W60H30_F0x7F000005_3.yuv", "p010", 64 * 32 * 3},
+        {"vdec_output_0_W60H30_F0x36AFBC.yuv", "p010", 64 * 32 * 3},
+        {"vdec_output_0_W60H30_F0x36afbc.yuv", "nv12", 60 * 30 * 3 / 2},
+        {"vdec_output_0_W0000060H30_F0x1000AFBC.yuv", "nv12", 64 * 32 * 3 / 2},
+        {"venc_input_3_W60H30_F0x1AFBC_7.bin", "rgba8888", 64 * 32 * 4},
+        {"venc_input_3_W60H30_F0x1.yuv", "rgba8888", 60 * 30 * 4},
+        {"venc_input_3_W61H31_F0x3.yuv", "rgb888", 61 * 31 * 3},
+        {"venc_input_0_W60H30_F0x32315659.yuv", "nv12", 64 * 30 * 3 / 2},
+        {"vdec_output_1_w60h30_F0x1000.yuv", "", 0},
+        {"test.yuv", "", 0},
+    };
+    for (const auto& c : cases) {
+        write("in/" + c.name, "x");
+        const std::string path = "in/" + c.name;
+        const std::string head = "Output folder path: out\n" + DEFAULT + MODE;
+        if (c.output.empty()) {
+            EXPECT_EQ(convert({path, "-o", "out"}),
+                      head + "Error: failed to match: " + path + "\n" + SKIP + path + "\n");
+            continue;
+        }
+        EXPECT_EQ(convert({path, "-o", "out"}), head + "Process: " + path + "\n");
+        const std::string stem = c.name.substr(0, c.name.rfind('.'));
+        EXPECT_EQ(files("out")[stem + "_converted." + c.output], c.size) << c.name;
+    }
+}
+
+TEST_F(Configuration, SeparateSetIsConvertedOnceAfterTheFileThatCameFirst) {
+    const std::string stem = "in/vdec_output_2_W100H60_F0x7F000010_5_";
+    for (const char* part : {"Y.dat", "Y.len", "C.dat", "C.len"}) {
+        write(stem + part, std::string(128 * 64, part[0]));
+    }
+    EXPECT_EQ(convert({stem + "C.len", stem + "Y.dat", stem + "Y.len", stem + "C.dat", "-oout"}),
+              "Output folder path: out\n" + DEFAULT + MODE + "Process: " + stem + "C.len\n");
+    EXPECT_EQ(read("out/vdec_output_2_W100H60_F0x7F000010_5_C_converted.nv12"),
+              std::string(128 * 64, 'Y') + std::string(128 * 32, 'C'));
+    EXPECT_EQ(files("out").size(), 1U);
+    // Another form of the path is another set.
+    convert({stem + "C.len", "in//vdec_output_2_W100H60_F0x7F000010_5_Y.dat", "-oout"});
+    EXPECT_EQ(files("out").size(), 2U);
+    // A part that can't be read is logged, and the rest converted.
+    takeLog();
+    std::filesystem::remove(mFolder + "/" + stem + "Y.len");
+    convert({stem + "C.len", "-oout"});
+    EXPECT_NE(takeLog().find("E VexConverter-FileUtils: readFromFile: Failed to open file: " +
+                             stem + "Y.len, errno: 2, No such file or directory\n"),
+              std::string::npos);
+}
+
+TEST_F(Configuration, MatchesThatCannotBeUsedAreReported) {
+    const struct {
+        std::string what, with;  // in the rule
+        std::string name;
+        std::string printed;
+    } cases[] = {
+        {"", "", "w0h0_",
+         "Error: match width <= 0, width: 0\nError: match height <= 0, height: 0\n"},
+        {"\"WidthIndex\": 1", "\"WidthIndex\": 9, \"DefaultWidth\": -3", "w1h4_",
+         "Error: match width <= 0, width: -3\n"},
+        {"YV12", "yv12", "w8h4_a", "Error: unknown match input color format\n"},
+        {"YV12", "P010_Lumo", "w8h4_a",
+         "Error: unsupported match input color format on this platform\n"},
+        {": 16", ": -16", "w8h4_a", "Error: match size 8 x 4 can't be aligned to -16 x 2\n"},
+        {": 16", ": 2000000000", "w2000000001h4_a",
+         "Error: match size 2000000001 x 4 can't be aligned to 2000000000 x 2\n"},
+        {"", "", "w2147483648h4_", "Error: failed to match: in/w2147483648h4_\n"},
+        {"", "", "wh4_", "Error: failed to match: in/wh4_\n"},
+        {"w(", "w((", "w8h4_", "Error: failed to match: in/w8h4_\n"},
+    };
+    for (const auto& c : cases) {
+        write("rules.json", c.what.empty() ? ruleText() : replaced(ruleText(), c.what, c.with));
+        write("in/" + c.name, "x");
+        EXPECT_EQ(convert({"in/" + c.name, "-c", "rules.json"}, ""),
+                  "Output folder path: in\nConfig file path: rules.json\n" + MODE + c.printed +
+                      SKIP + "in/" + c.name + "\n");
+    }
+    EXPECT_EQ(takeLog().find("E VexConverter-FormatConfig: FormatConfig::match: Failed to use "
+                             "pattern: w((\\d+)?h(\\d+)?_(\\w*), "),
+              0U);
+}
+
+TEST_F(Configuration, DocumentsThatCannotBeLoadedAreLoggedAndTriedAgain) {
+    const std::string log = "E VexConverter-FileUtils: parseConfigFile: ";
+    const std::string rule = ruleText();
+    const struct {
+        std::string text;
+        std::string logged;
+    } cases[] = {
+        {"", "Empty config file: rules.json"},
+        {" \n", "Failed to parse config file: rules.json"},
+        {"[{]", "Failed to parse config file: rules.json"},
+        {"[5]", "rule 1 is no object"},
+        {replaced(rule, "\"Pattern\"", "\"pat\""), "rule 1, key \"Pattern\" is missing"},
+        {replaced(rule, "\"n\"", "7"), "rule 1, key \"Name\" is no string"},
+        {replaced(rule, "\"DefaultWidth\": 8,", ""), "rule 1, key \"DefaultWidth\" is missing"},
+        {replaced(rule, "[\n{", "[\n7, {"), "rule 1 \"n\", pair 1 is no object"},
+        {replaced(rule, "\"FormatStr\"", "\"x\""),
+         "rule 1 \"n\", pair 1, key \"FormatStr\" is missing"},
+        {replaced(rule, "false", "true"), "rule 1 \"n\", pair 1, key \"YBody\" is missing"},
+        {replaced(replaced(rule, "[\n{", "{\"a\": {"), "}]}]", "}}}]"),
+         "rule 1 \"n\", key \"ColorFormatPair\" is no array"},
+        {replaced(rule, "}]}]", "}]}, {}]"), "rule 2, key \"Name\" is missing"},
+    };
+    write("in/w8h4_", "x");
+    for (const auto& c : cases) {
+        write("rules.json", c.text);
+        const std::string load =
+            "Config file path: rules.json\nError: failed to parse config file\n";
+        const std::string fail = "Error: failed to match: in/w8h4_\n" + SKIP + "in/w8h4_\n";
+        EXPECT_EQ(convert({"in/w8h4_", "in/w8h4_", "-crules.json"}),
+                  "Output folder path: in\n" + load + MODE + fail + load + fail);
+        EXPECT_EQ(takeLog(), log + c.logged + "\n" + log + c.logged + "\n");
+    }
+    for (const std::string path : {"missing", "in"}) {
+        convert({"in/w8h4_", "-c", path}, "ASAN_OPTIONS=allocator_may_return_null=1");
+        const std::string text = takeLog();
+        EXPECT_EQ(text.find(log + (path == "in" ? "Failed to read file: in, fileSize: "
+                                                : "Failed to open file: missing, errno: 2, ")),
+                  0U)
+            << text;
+    }
+    // No rules are no failure, but are looked for again.
+    write("rules.json", "[]");
+    const std::string load = "Config file path: rules.json\n";
+    const std::string fail = "Error: failed to match: in/w8h4_\n" + SKIP + "in/w8h4_\n";
+    EXPECT_EQ(convert({"in/w8h4_", "in/w8h4_", "-crules.json"}),
+              "Output folder path: in\n" + load + MODE + fail + load + fail);
+    EXPECT_EQ(takeLog(), "");
+}
+
+class Loader : public Configuration {
+  protected:
+    ~Loader() override { formatConfigs.clear(); }
+    int load(const std::string& text) {
+        formatConfigs.clear();
+        write("rules.json", text);
+        return FileUtils::parseConfigFile(mFolder + "/rules.json");
+    }
+};
+
+TEST_F(Loader, ReadsValuesAsCJsonDoes) {
+    const std::string rule = ruleText();
+    ASSERT_EQ(load(replaced(rule, "\"WidthIndex\": 1", "\"widthindex\": 1.9") + " trailing"), 0);
+    EXPECT_EQ(formatConfigs.at(0).widthIndex, 1);
+    ASSERT_EQ(
+        load("\xEF\xBB\xBF" + replaced(rule, "\"DefaultWidth\": 8", "\"DefaultWidth\": 1e99")), 0);
+    EXPECT_EQ(formatConfigs.at(0).defaultWidth, INT32_MAX);
+    ASSERT_EQ(load(replaced(rule, "\"DefaultWidth\": 8", "\"DefaultWidth\": \"8\"")), 0);
+    EXPECT_EQ(formatConfigs.at(0).defaultWidth, 0);
+    ASSERT_EQ(load(replaced(rule, "\"Separate\": false",
+                            "\"SEPARATE\": 1, \"YBody\": \"y\", \"YHeader\": \"\", "
+                            "\"CBody\": \"\\u00e4\", \"CHeader\": \"\"")),
+              0);
+    EXPECT_TRUE(formatConfigs.at(0).formatPairs.at(0).separate);
+    EXPECT_EQ(formatConfigs.at(0).formatPairs.at(0).cBody, "\xC3\xA4");
+    ASSERT_EQ(load(replaced(rule, "\"Separate\": false", "\"Separate\": 2")), 0);
+    EXPECT_FALSE(formatConfigs.at(0).formatPairs.at(0).separate);
+    formatConfigs.clear();
+    ASSERT_EQ(FileUtils::parseConfigFile(""), 0);
+    ASSERT_EQ(formatConfigs.size(), 3U);
+    EXPECT_EQ(formatConfigs[0].formatPairs.size(), 6U);
+    EXPECT_EQ(formatConfigs[1].formatPairs.size(), 4U);
+    EXPECT_EQ(formatConfigs[2].formatPairs.size(), 7U);
+}
+
+FormatConfig makeRule(const std::string& pattern, int separateIndex) {
+    FormatConfig rule("", "", pattern, 1, 2, 3, separateIndex, 320, 240, 2, 2, "NV12");
+    rule.addFormatPair("s", "CPQ", 32, 16, true, "Y.dat", "Y.len", "C.dat", "C.len");
+    rule.addFormatPair("s", "YV12", 1, 1);
+    rule.addFormatPair("", "P010", 4, 4);
+    return rule;
+}
+
+TEST(Match, GroupsPairsAndDefaults) {
+    const struct {
+        std::string pattern, name;
+        int separateIndex;
+        bool matches;
+        int width, height, alignment;
+        std::string format, yBody, cHeader;
+    } cases[] = {
+        {"W(\\d+)H(\\d+)_(\\w)_(\\S*)", "a/W64H32_s_C.len", 4, true, 64, 32, 32, "CPQ",
+         "a/W64H32_s_Y.dat", "a/W64H32_s_C.len"},
+        {"W(\\d+)H(\\d+)_(\\w)_(\\S*)", "W64H32_s_C.len/b", -1, true, 64, 32, 32, "CPQ", "", ""},
+        {"W(\\d+)H(\\d+)_(s)(x)?", "W64H32_s", 4, true, 64, 32, 32, "CPQ", "W64H32_sY.dat",
+         "W64H32_sC.len"},
+        {"W(\\d+)H(\\d+)_(x)?", "W64H32_", 4, true, 64, 32, 4, "P010", "", ""},
+        {"W(\\d+)H(\\d+)_(x)?", "W64H32_x", 4, true, 64, 32, 2, "NV12", "", ""},
+        {"W(\\d+)H(?:\\d+)", "W64H32", 4, true, 64, 240, 2, "NV12", "", ""},
+        {"W\\d+", "W64H32", 4, true, 320, 240, 2, "NV12", "", ""},
+        {"W(\\d+)(H)", "W64H32", 4, false, 320, 240, 2, "NV12", "", ""},
+        {"w(\\d+)", "W64H32", 4, false, 320, 240, 2, "NV12", "", ""},
+    };
+    for (const auto& c : cases) {
+        FormatConfig rule = makeRule(c.pattern, c.separateIndex);
+        EXPECT_EQ(rule.match(c.name), c.matches) << c.name;
+        EXPECT_EQ(std::tie(rule.width, rule.height, rule.widthAlignment, rule.colorFormat,
+                           rule.yBodyFile, rule.cHeaderFile),
+                  std::tie(c.width, c.height, c.alignment, c.format, c.yBody, c.cHeader))
+            << c.pattern << " in " << c.name;
+        EXPECT_EQ(rule.separate, c.format == "CPQ");
+    }
+}
+
+TEST(Match, LongNamesAndHostilePatternsEndWithAResult) {
+    const std::string name = "vdec_output_" + std::string(PATH_MAX - 40, 'W') + "W64H32_s_Y.x";
+    EXPECT_TRUE(makeRule("vdec_output_.*W(\\d+)H(\\d+)_(.)_(.*)", 4).match(name));
+    std::string nested = "b";
+    for (int depth = 0; depth < 60; ++depth) {
+        nested = "(" + nested + "*)*";
+    }
+    for (const std::string& pattern :
+         {std::string("(a+)+$"), std::string("((a)|(b))*c"), std::string(".*.*.*.*x"), nested + "z",
+          std::string("(?:|){4000}z"), std::string("((a{99}){99}){99}"),
+          std::string("[[.].]a{9999}"), std::string(2000, '(') + std::string(2000, ')'),
+          std::string(100000, 'a'), std::string("[\\c](a{99}){99}"),
+          std::string("a{99999999999999999999}")}) {
+        EXPECT_EQ(searchPattern(std::string(PATH_MAX, 'a') + "b", pattern).outcome,
+                  PatternSearch::FAILED)
+            << pattern.substr(0, 40);
+    }
+}
+
+}  // namespace

@@ -1,0 +1,78 @@
+// Runs the tool's own binaries as a user would.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+struct ToolResult {
+    int status;
+    std::string out;
+    std::string err;
+};
+
+class ToolTest : public testing::Test {
+  protected:
+    ToolTest() {
+        std::filesystem::remove_all(mFolder);
+        std::filesystem::create_directories(mFolder + "/in");
+        std::filesystem::create_directories(mFolder + "/out");
+    }
+    ~ToolTest() override { std::filesystem::remove_all(mFolder); }
+
+    // Runs the program in the test's folder, where the log goes to the file "log".
+    ToolResult run(const std::string& program, const std::vector<std::string>& arguments,
+                   const std::string& environment = "") const {
+        std::string command = "cd '" + mFolder + "' && env -u VEX_HOST_ION VEX_HOST_LOG=log " +
+                              environment + " '" + program + "'";
+        for (const std::string& argument : arguments) {
+            command += " '" + argument + "'";
+        }
+        const int status = system((command + " >stdout 2>stderr").c_str());
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read("stdout"), read("stderr")};
+    }
+    ToolResult tool(const std::vector<std::string>& arguments,
+                    const std::string& environment = "") const {
+        return run(VEX_CONVERTER, arguments, environment);
+    }
+    ToolResult makeDump(const std::vector<std::string>& arguments) const {
+        return run(MAKE_DUMP, arguments);
+    }
+
+    std::string read(const std::string& name) const {
+        std::ostringstream text;
+        text << std::ifstream(mFolder + "/" + name, std::ios::binary).rdbuf();
+        return text.str();
+    }
+    void write(const std::string& name, const std::string& text) const {
+        std::ofstream(mFolder + "/" + name, std::ios::binary) << text;
+    }
+    // The log's entries so far; the next ones start anew.
+    std::string takeLog() const {
+        std::string text = read("log");
+        std::filesystem::remove(mFolder + "/log");
+        return text;
+    }
+    // Names and sizes of the files in a folder.
+    std::map<std::string, uintmax_t> files(const std::string& folder) const {
+        std::map<std::string, uintmax_t> sizes;
+        for (const auto& entry : std::filesystem::directory_iterator(mFolder + "/" + folder)) {
+            if (entry.is_regular_file()) {
+                sizes[entry.path().filename()] = entry.file_size();
+            }
+        }
+        return sizes;
+    }
+
+    const std::string mFolder =
+        testing::TempDir() + "vex-" +
+        testing::UnitTest::GetInstance()->current_test_info()->test_suite_name() + "-" +
+        testing::UnitTest::GetInstance()->current_test_info()->name();
+};
