@@ -14,6 +14,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "TestFolder.h"
 #include "fileutils/FileUtils.h"
 #include "memory/DmabufMemory.h"
 #include "memory/IonMemory.h"
@@ -44,7 +45,7 @@ class FileUtilsTest : public testing::Test {
     }
     std::string log() const { return textOf(mFolder + "/sub/log"); }
 
-    const std::string mFolder = testing::TempDir() + "file-utils";
+    const std::string mFolder = testFolder();
 };
 
 TEST_F(FileUtilsTest, Paths) {

@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+#include "TestFolder.h"
+
 struct ToolResult {
     int status;
     std::string out;
@@ -71,8 +73,5 @@ class ToolTest : public testing::Test {
         return sizes;
     }
 
-    const std::string mFolder =
-        testing::TempDir() + "vex-" +
-        testing::UnitTest::GetInstance()->current_test_info()->test_suite_name() + "-" +
-        testing::UnitTest::GetInstance()->current_test_info()->name();
+    const std::string mFolder = testFolder();
 };

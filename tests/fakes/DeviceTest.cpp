@@ -6,6 +6,7 @@
 #include <fstream>
 #include <memory>
 
+#include "../TestFolder.h"
 #include "FakePlatform.h"
 #include "color/ColorConvert.h"
 #include "driver/FileConversion.h"
@@ -268,7 +269,7 @@ class ConvertFileTest : public DeviceTest {
         return std::filesystem::exists(path) ? std::filesystem::file_size(path) : 0;
     }
 
-    const std::string mFolder = testing::TempDir() + "convert-file";
+    const std::string mFolder = testFolder();
     FileJob mJob;
 };
 
