@@ -353,13 +353,13 @@ TEST(Engine, RefusesWhatItCannotDo) {
 // Jobs with any numbers: refused or done, and never a byte beyond the planes.
 TEST(Engine, AnyJobStaysInsideItsBuffers) {
     std::mt19937 random(7);
-    const auto pick = [&random](int count) { return static_cast<int>(random() % count); };
+    const auto pick = [&random](unsigned count) { return static_cast<int>(random() % count); };
     int done = 0;
     for (int round = 0; round < 20000; ++round) {
         C::ColorConvertBuffer sides[2];
         int fds[2];
         unsigned char* guards[2];
-        const size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+        const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
         size_t sizes[2];
         const int width = pick(4) == 0 ? 1 + pick(70) : 32 * (1 + pick(4));
         const int height = pick(4) == 0 ? 1 + pick(70) : 32 * (1 + pick(3));

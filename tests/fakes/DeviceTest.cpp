@@ -56,7 +56,8 @@ TEST_P(BufferFailure, LogsItsLineAndLeavesAnEmptyBuffer) {
         EXPECT_EQ(buffer->data() != nullptr, releaseFails);
         EXPECT_EQ(buffer->getFd() > 0, releaseFails);
         for (std::string& line : mPlatform.log) {
-            if (const size_t at = line.find(std::to_string(fd)); fd > 0 && at != line.npos) {
+            if (const size_t at = line.find(std::to_string(fd));
+                fd > 0 && at != std::string::npos) {
                 line.replace(at, std::to_string(fd).size(), "#");
             }
         }

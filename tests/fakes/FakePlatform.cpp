@@ -36,7 +36,7 @@ int openFd() {
 
 int status(bool succeeds) { return succeeds ? 0 : fakePlatform->failStatus; }
 
-std::string sizes(const unsigned int* sizes, unsigned int count) {
+std::string sizeList(const unsigned int* sizes, unsigned int count) {
     std::string text = "[";
     for (unsigned int i = 0; i < count; ++i) {
         text += (i == 0 ? "" : " ") + std::to_string(sizes[i]);
@@ -229,10 +229,10 @@ int PxAsyncBlitStream::setConfigBegin(unsigned int jobId) {
     return status(fakePlatform->note("setConfigBegin", list(jobId)));
 }
 
-int PxAsyncBlitStream::setSrcBuffer(int fd, unsigned int* planes, unsigned int planeCount,
+int PxAsyncBlitStream::setSrcBuffer(int fd, unsigned int* sizes, unsigned int planeCount,
                                     int reserved) {
     return status(fakePlatform->note(
-        "setSrcBuffer", list(fd) + ", " + sizes(planes, planeCount) + ", " + list(reserved)));
+        "setSrcBuffer", list(fd) + ", " + sizeList(sizes, planeCount) + ", " + list(reserved)));
 }
 
 int PxAsyncBlitStream::setSrcConfig(int width, int height, int yPitch, int uvPitch,
@@ -248,11 +248,11 @@ int PxAsyncBlitStream::setSrcCrop(unsigned int output, PxRect crop) {
     return status(fakePlatform->note("setSrcCrop", list(output) + ", " + rect(crop)));
 }
 
-int PxAsyncBlitStream::setDstBuffer(unsigned int output, int fd, unsigned int* planes,
+int PxAsyncBlitStream::setDstBuffer(unsigned int output, int fd, unsigned int* sizes,
                                     unsigned int planeCount, int reserved) {
     return status(fakePlatform->note(
         "setDstBuffer",
-        list(output, fd) + ", " + sizes(planes, planeCount) + ", " + list(reserved)));
+        list(output, fd) + ", " + sizeList(sizes, planeCount) + ", " + list(reserved)));
 }
 
 int PxAsyncBlitStream::setDstConfig(unsigned int output, int width, int height, int yPitch,
