@@ -14,23 +14,19 @@ namespace {
 using C = ColorConvert;
 using Parts = std::vector<std::pair<int, int>>;
 
+// Tables, several cases a line.
+// clang-format off
+
 TEST(Catalogue, Names) {
-    const std::tuple<const char*, int> formats[] = {{"NV12", C::NV12},
-                                                    {"nv12", C::UNKNOWN},
-                                                    {"NV12 ", C::UNKNOWN},
-                                                    {"NV1", C::UNKNOWN},
-                                                    {"", C::UNKNOWN},
-                                                    {"RGB888", C::RGB888},
-                                                    {"P010_Lumo", C::P010_LUMO},
-                                                    {"NV12_Lumo", C::NV12_LUMO},
-                                                    {"NV12_LUMO", C::UNKNOWN}};
+    const std::pair<const char*, int> formats[] = {
+        {"NV12", C::NV12}, {"nv12", 0}, {"NV12 ", 0}, {"NV1", 0}, {"", 0}, {"RGB888", C::RGB888},
+        {"NV12_Lumo", C::NV12_LUMO}, {"NV12_LUMO", 0}, {"P010_Lumo", C::P010_LUMO}};
     for (const auto& [name, format] : formats) {
         EXPECT_EQ(C::getColorFormatFromStr(name), format) << name;
     }
-    const std::tuple<const char*, int> spaces[] = {
-        {"BT601_LIMIT", 0}, {"BT601_FULL", 1},   {"BT709_LIMIT", 2},
-        {"BT709_FULL", 3},  {"BT2020_LIMIT", 4}, {"BT2020_FULL", 5},
-        {"bt709_full", 0},  {"BT709", 0},        {"", 0}};
+    const std::pair<const char*, int> spaces[] = {
+        {"BT601_LIMIT", 0}, {"BT601_FULL", 1}, {"BT709_LIMIT", 2}, {"BT709_FULL", 3}, {"BT2020_LIMIT", 4},
+        {"BT2020_FULL", 5}, {"bt709_full", 0}, {"BT709", 0}, {"", 0}};
     for (const auto& [name, space] : spaces) {
         EXPECT_EQ(C::getColorSpaceFromStr(name), space) << name;
     }
@@ -38,8 +34,7 @@ TEST(Catalogue, Names) {
 
 TEST(Catalogue, OutputsByValue) {
     const int outputs[] = {6, 1, 2, 3, 2, 3, 6, 7, 6, 6, 6, 7, 6, 7, 6, 7, 6, 7, 6};  // of 0 to 18
-    const char* const extensions[] = {"yuv", "rgb888", "rgba8888", "rgba1010102",
-                                      "yuv", "yuv",    "nv12",     "p010"};
+    const char* const extensions[] = {"yuv", "rgb888", "rgba8888", "rgba1010102", "yuv", "yuv", "nv12", "p010"};
     for (int value = 0; value <= 18; ++value) {
         const auto format = static_cast<C::ColorFormat>(value);
         EXPECT_EQ(C::getDefaultOutputFormat(format), outputs[value]) << value;
@@ -50,16 +45,14 @@ TEST(Catalogue, OutputsByValue) {
 
 TEST(Geometry, AlignedSizes) {
     const std::tuple<int, int, C::ColorFormat, int, int> cases[] = {
-        {1920, 1080, C::NV12_BLK, 1920, 1088}, {1918, 1080, C::YV12, 1920, 1080},
-        {1, 1, C::NV12_LUMO, 64, 64},          {1919, 1079, C::RGB888, 1919, 1079},
-        {1920, 1080, C::UNKNOWN, 0, 0},        {INT32_MAX, 1, C::NV12, -1, 2}};
+        {1920, 1080, C::NV12_BLK, 1920, 1088}, {1918, 1080, C::YV12, 1920, 1080}, {1, 1, C::NV12_LUMO, 64, 64},
+        {1919, 1079, C::RGB888, 1919, 1079}, {1920, 1080, C::UNKNOWN, 0, 0}, {INT32_MAX, 1, C::NV12, -1, 2}};
     for (const auto& [w, h, format, alignedW, alignedH] : cases) {
         EXPECT_EQ(C::getDefaultAlignedSize(w, h, format), std::pair(alignedW, alignedH));
     }
     const std::tuple<int, int, int> roundings[] = {
-        {1080, 32, 1088},  {1920, 16, 1920}, {7, 2, 8},          {5, 1, 5},
-        {5, 0, 0},         {5, -2, -1},      {INT32_MAX, 2, -1}, {INT32_MAX, INT32_MAX, INT32_MAX},
-        {2, INT32_MIN, -1}};
+        {1080, 32, 1088}, {1920, 16, 1920}, {7, 2, 8}, {5, 1, 5}, {5, 0, 0}, {5, -2, -1}, {2, INT32_MIN, -1},
+        {INT32_MAX, 2, -1}, {INT32_MAX, INT32_MAX, INT32_MAX}};
     for (const auto& [value, alignment, result] : roundings) {
         EXPECT_EQ(C::roundUp(value, alignment), result) << value << ", " << alignment;
     }
@@ -120,27 +113,12 @@ TEST(Geometry, PartLists) {
     const std::tuple<C::ColorFormat, int, int, Parts> cases[] = {
         {C::CPQ, 1920, 1088, {{2088960, 0}, {8320, 3133440}, {1044480, 2088960}, {4288, 3141760}}},
         {C::CPQ, 1280, 720, {{921600, 0}, {3776, 1382400}, {460800, 921600}, {2016, 1386176}}},
-        {C::CPQ_10BIT_V,
-         1920,
-         1088,
-         {{2613248, 0}, {8320, 3918848}, {1305600, 2613248}, {4288, 3927168}}},
+        {C::CPQ_10BIT_V, 1920, 1088, {{2613248, 0}, {8320, 3918848}, {1305600, 2613248}, {4288, 3927168}}},
         {C::CPQ_10BIT_V, 64, 64, {{8192, 0}, {192, 10752}, {2560, 8192}, {224, 10944}}},
-        {C::NV12_LUMO,
-         1920,
-         1088,
-         {{2088960, 32768}, {32640, 128}, {1044480, 2138112}, {16320, 2121792}}},
-        {C::NV12_LUMO,
-         1280,
-         720,
-         {{921600, 16384}, {14400, 1984}, {460800, 946176}, {7200, 938944}}},
-        {C::P010_LUMO,
-         1920,
-         1088,
-         {{3133440, 32768}, {32640, 128}, {1566720, 3182592}, {16320, 3166272}}},
-        {C::NV12, 1920, 1088, {}},
-        {C::NV12_BLK, 1920, 1088, {}},
-        {C::UNKNOWN, 64, 64, {}},
-        {C::CPQ, 100000, 100000, {}}};
+        {C::NV12_LUMO, 1920, 1088, {{2088960, 32768}, {32640, 128}, {1044480, 2138112}, {16320, 2121792}}},
+        {C::NV12_LUMO, 1280, 720, {{921600, 16384}, {14400, 1984}, {460800, 946176}, {7200, 938944}}},
+        {C::P010_LUMO, 1920, 1088, {{3133440, 32768}, {32640, 128}, {1566720, 3182592}, {16320, 3166272}}},
+        {C::NV12, 1920, 1088, {}}, {C::NV12_BLK, 1920, 1088, {}}, {C::UNKNOWN, 64, 64, {}}, {C::CPQ, 100000, 100000, {}}};
     for (const auto& [format, w, h, parts] : cases) {
         EXPECT_EQ(C::getSeparateSize(w, h, format), parts) << format << ", " << w;
     }
@@ -164,20 +142,16 @@ TEST(Geometry, FramesThatLeaveTheRangeAreRefused) {
 
 TEST(Platform, FormatsOfBoards) {
     // A character a value from 0 to 18: y where the board reads the format.
-    const std::tuple<const char*, const char*> cases[] = {
-        {nullptr, "yyyynnyyyynnyyyynny"},  {"", "yyyynnyyyynnyyyynny"},
-        {"vx2415", "yyyyyyyyyyyyyyyyyyy"}, {"vx2410", "yyyyyyyyyyyyyyyynny"},
-        {"vx2365", "yyyyyyyyyyyyyyyynny"}, {"vx2340", "yyyyyyyyyyyyyyyynny"},
-        {"vx2355", "yyyyyyyyyyyyyyyynny"}, {"vx2360", "yyyyyyyyyynnyyyynny"},
-        {"vx2350", "yyyyyyyyyynnyyyynny"}, {"vx2335", "yyyyyyyyyynnyyyynny"},
-        {"vx2330", "yyyyyyyyyynnyyyynny"}, {"vx2320", "yyyyyyyyyynnyyyynny"},
-        {"vx2215", "yyyynnyyyynnyynnnny"}, {"vx2210", "yyyynnyyyynnyynnnny"},
-        {"vx2105", "yyynnnynyynnyynnnny"}, {"VX2415", "yyyynnyyyynnyyyynny"},
-        {"vx2415 ", "yyyynnyyyynnyyyynny"}};
+    const std::pair<const char*, const char*> cases[] = {
+        {nullptr, "yyyynnyyyynnyyyynny"}, {"", "yyyynnyyyynnyyyynny"}, {"vx2415", "yyyyyyyyyyyyyyyyyyy"},
+        {"vx2410", "yyyyyyyyyyyyyyyynny"}, {"vx2365", "yyyyyyyyyyyyyyyynny"}, {"vx2340", "yyyyyyyyyyyyyyyynny"},
+        {"vx2355", "yyyyyyyyyyyyyyyynny"}, {"vx2360", "yyyyyyyyyynnyyyynny"}, {"vx2350", "yyyyyyyyyynnyyyynny"},
+        {"vx2335", "yyyyyyyyyynnyyyynny"}, {"vx2330", "yyyyyyyyyynnyyyynny"}, {"vx2320", "yyyyyyyyyynnyyyynny"},
+        {"vx2215", "yyyynnyyyynnyynnnny"}, {"vx2210", "yyyynnyyyynnyynnnny"}, {"vx2105", "yyynnnynyynnyynnnny"},
+        {"VX2415", "yyyynnyyyynnyyyynny"}, {"vx2415 ", "yyyynnyyyynnyyyynny"}};
     for (const auto& [board, supported] : cases) {
-        if (board == nullptr) {
-            unsetenv("VEX_HOST_BOARD_PLATFORM");
-        } else {
+        unsetenv("VEX_HOST_BOARD_PLATFORM");
+        if (board != nullptr) {
             setenv("VEX_HOST_BOARD_PLATFORM", board, 1);
         }
         std::string answers;
@@ -189,5 +163,7 @@ TEST(Platform, FormatsOfBoards) {
     }
     unsetenv("VEX_HOST_BOARD_PLATFORM");
 }
+
+// clang-format on
 
 }  // namespace

@@ -31,8 +31,7 @@ std::string replaced(std::string text, const std::string& what, const std::strin
 
 class Configuration : public ToolTest {
   protected:
-    std::string convert(const std::vector<std::string>& arguments,
-                        const std::string& environment = ALL_FORMATS) const {
+    std::string convert(const std::vector<std::string>& arguments, const std::string& environment = ALL_FORMATS) const {
         const ToolResult result = tool(arguments, environment);
         EXPECT_EQ(result.status, 0);
         EXPECT_EQ(result.out, "");
@@ -40,11 +39,14 @@ class Configuration : public ToolTest {
     }
 };
 
+// Tables, a case a line.
+// clang-format off
+
 TEST_F(Configuration, BuiltInRulesDecodeNames) {
     const struct {
         std::string name;
         std::string output;  // empty: no rule matches
-        uintmax_t size;
+        unsigned size;
     } cases[] = {
         {"vdec_output_1_W60H30_F0x7F000001_12.yuv", "nv12", 64 * 32 * 3 / 2},
         {"vdec_output_1_W60H30_F0x1000.yuv", "nv12", 60 * 30 * 3 / 2},
@@ -101,19 +103,14 @@ TEST_F(Configuration, SeparateSetIsConvertedOnceAfterTheFileThatCameFirst) {
 TEST_F(Configuration, MatchesThatCannotBeUsedAreReported) {
     const struct {
         std::string what, with;  // in the rule
-        std::string name;
-        std::string printed;
+        std::string name, printed;
     } cases[] = {
-        {"", "", "w0h0_",
-         "Error: match width <= 0, width: 0\nError: match height <= 0, height: 0\n"},
-        {"\"WidthIndex\": 1", "\"WidthIndex\": 9, \"DefaultWidth\": -3", "w1h4_",
-         "Error: match width <= 0, width: -3\n"},
+        {"", "", "w0h0_", "Error: match width <= 0, width: 0\nError: match height <= 0, height: 0\n"},
+        {"Index\": 1", "Index\": 9, \"DefaultWidth\": -3", "w1h4_", "Error: match width <= 0, width: -3\n"},
         {"YV12", "yv12", "w8h4_a", "Error: unknown match input color format\n"},
-        {"YV12", "P010_Lumo", "w8h4_a",
-         "Error: unsupported match input color format on this platform\n"},
+        {"YV12", "P010_Lumo", "w8h4_a", "Error: unsupported match input color format on this platform\n"},
         {": 16", ": -16", "w8h4_a", "Error: match size 8 x 4 can't be aligned to -16 x 2\n"},
-        {": 16", ": 2000000000", "w2000000001h4_a",
-         "Error: match size 2000000001 x 4 can't be aligned to 2000000000 x 2\n"},
+        {": 16", ": 2000000000", "w2000000001h4_a", "Error: match size 2000000001 x 4 can't be aligned to 2000000000 x 2\n"},
         {"", "", "w2147483648h4_", "Error: failed to match: in/w2147483648h4_\n"},
         {"", "", "wh4_", "Error: failed to match: in/wh4_\n"},
         {"w(", "w((", "w8h4_", "Error: failed to match: in/w8h4_\n"},
@@ -134,8 +131,7 @@ TEST_F(Configuration, DocumentsThatCannotBeLoadedAreLoggedAndTriedAgain) {
     const std::string log = "E VexConverter-FileUtils: parseConfigFile: ";
     const std::string rule = ruleText();
     const struct {
-        std::string text;
-        std::string logged;
+        std::string text, logged;
     } cases[] = {
         {"", "Empty config file: rules.json"},
         {" \n", "Failed to parse config file: rules.json"},
@@ -145,11 +141,9 @@ TEST_F(Configuration, DocumentsThatCannotBeLoadedAreLoggedAndTriedAgain) {
         {replaced(rule, "\"n\"", "7"), "rule 1, key \"Name\" is no string"},
         {replaced(rule, "\"DefaultWidth\": 8,", ""), "rule 1, key \"DefaultWidth\" is missing"},
         {replaced(rule, "[\n{", "[\n7, {"), "rule 1 \"n\", pair 1 is no object"},
-        {replaced(rule, "\"FormatStr\"", "\"x\""),
-         "rule 1 \"n\", pair 1, key \"FormatStr\" is missing"},
+        {replaced(rule, "\"FormatStr\"", "\"x\""), "rule 1 \"n\", pair 1, key \"FormatStr\" is missing"},
         {replaced(rule, "false", "true"), "rule 1 \"n\", pair 1, key \"YBody\" is missing"},
-        {replaced(replaced(rule, "[\n{", "{\"a\": {"), "}]}]", "}}}]"),
-         "rule 1 \"n\", key \"ColorFormatPair\" is no array"},
+        {replaced(replaced(rule, "[\n{", "{\"a\": {"), "}]}]", "}}}]"), "rule 1 \"n\", key \"ColorFormatPair\" is no array"},
         {replaced(rule, "}]}]", "}]}, {}]"), "rule 2, key \"Name\" is missing"},
     };
     write("in/w8h4_", "x");
@@ -191,21 +185,19 @@ class Loader : public Configuration {
 
 TEST_F(Loader, ReadsValuesAsCJsonDoes) {
     const std::string rule = ruleText();
+    const auto first = [] { return formatConfigs.at(0); };
     ASSERT_EQ(load(replaced(rule, "\"WidthIndex\": 1", "\"widthindex\": 1.9") + " trailing"), 0);
-    EXPECT_EQ(formatConfigs.at(0).widthIndex, 1);
-    ASSERT_EQ(
-        load("\xEF\xBB\xBF" + replaced(rule, "\"DefaultWidth\": 8", "\"DefaultWidth\": 1e99")), 0);
-    EXPECT_EQ(formatConfigs.at(0).defaultWidth, INT32_MAX);
+    EXPECT_EQ(first().widthIndex, 1);
+    ASSERT_EQ(load("\xEF\xBB\xBF" + replaced(rule, "\"DefaultWidth\": 8", "\"DefaultWidth\": 1e99")), 0);
+    EXPECT_EQ(first().defaultWidth, INT32_MAX);
     ASSERT_EQ(load(replaced(rule, "\"DefaultWidth\": 8", "\"DefaultWidth\": \"8\"")), 0);
-    EXPECT_EQ(formatConfigs.at(0).defaultWidth, 0);
-    ASSERT_EQ(load(replaced(rule, "\"Separate\": false",
-                            "\"SEPARATE\": 1, \"YBody\": \"y\", \"YHeader\": \"\", "
-                            "\"CBody\": \"\\u00e4\", \"CHeader\": \"\"")),
-              0);
-    EXPECT_TRUE(formatConfigs.at(0).formatPairs.at(0).separate);
-    EXPECT_EQ(formatConfigs.at(0).formatPairs.at(0).cBody, "\xC3\xA4");
+    EXPECT_EQ(first().defaultWidth, 0);
+    const std::string parts = R"("SEPARATE": 1, "YBody": "y", "YHeader": "", "CBody": "\u00e4", "CHeader": "")";
+    ASSERT_EQ(load(replaced(rule, "\"Separate\": false", parts)), 0);
+    EXPECT_TRUE(first().formatPairs.at(0).separate);
+    EXPECT_EQ(first().formatPairs.at(0).cBody, "\xC3\xA4");
     ASSERT_EQ(load(replaced(rule, "\"Separate\": false", "\"Separate\": 2")), 0);
-    EXPECT_FALSE(formatConfigs.at(0).formatPairs.at(0).separate);
+    EXPECT_FALSE(first().formatPairs.at(0).separate);
     formatConfigs.clear();
     ASSERT_EQ(FileUtils::parseConfigFile(""), 0);
     ASSERT_EQ(formatConfigs.size(), 3U);
@@ -230,11 +222,9 @@ TEST(Match, GroupsPairsAndDefaults) {
         int width, height, alignment;
         std::string format, yBody, cHeader;
     } cases[] = {
-        {"W(\\d+)H(\\d+)_(\\w)_(\\S*)", "a/W64H32_s_C.len", 4, true, 64, 32, 32, "CPQ",
-         "a/W64H32_s_Y.dat", "a/W64H32_s_C.len"},
+        {"W(\\d+)H(\\d+)_(\\w)_(\\S*)", "a/W64H32_s_C.len", 4, true, 64, 32, 32, "CPQ", "a/W64H32_s_Y.dat", "a/W64H32_s_C.len"},
         {"W(\\d+)H(\\d+)_(\\w)_(\\S*)", "W64H32_s_C.len/b", -1, true, 64, 32, 32, "CPQ", "", ""},
-        {"W(\\d+)H(\\d+)_(s)(x)?", "W64H32_s", 4, true, 64, 32, 32, "CPQ", "W64H32_sY.dat",
-         "W64H32_sC.len"},
+        {"W(\\d+)H(\\d+)_(s)(x)?", "W64H32_s", 4, true, 64, 32, 32, "CPQ", "W64H32_sY.dat", "W64H32_sC.len"},
         {"W(\\d+)H(\\d+)_(x)?", "W64H32_", 4, true, 64, 32, 4, "P010", "", ""},
         {"W(\\d+)H(\\d+)_(x)?", "W64H32_x", 4, true, 64, 32, 2, "NV12", "", ""},
         {"W(\\d+)H(?:\\d+)", "W64H32", 4, true, 64, 240, 2, "NV12", "", ""},
@@ -271,5 +261,7 @@ TEST(Match, LongNamesAndHostilePatternsEndWithAResult) {
             << pattern.substr(0, 40);
     }
 }
+
+// clang-format on
 
 }  // namespace

@@ -19,8 +19,7 @@ class RoundTrip : public ToolTest, public testing::WithParamInterface<int> {
         std::mt19937 random(1);
         for (size_t i = 0; i + 4 <= bytes.size(); i += 4) {
             // P010 has its ten bits at the top.
-            const auto word =
-                static_cast<uint32_t>(random()) & (plain == C::P010 ? 0xFFC0FFC0U : 0xFFFFFFFFU);
+            const auto word = static_cast<uint32_t>(random()) & (plain == C::P010 ? 0xFFC0FFC0U : 0xFFFFFFFFU);
             memcpy(&bytes[i], &word, 4);
         }
         return bytes;
@@ -33,64 +32,38 @@ class RoundTrip : public ToolTest, public testing::WithParamInterface<int> {
             std::filesystem::create_directory(mFolder + folder);
         }
         const char* name = colorFormatInfo(format()).name;
-        const std::vector<std::string> size = {
-            "-f", name, "-w", std::to_string(width), "-h", std::to_string(height)};
+        const std::vector<std::string> size = {"-f", name, "-w", std::to_string(width), "-h", std::to_string(height)};
         std::vector<std::string> arguments = {"-i", "raw", "-o", "in"};
         arguments.insert(arguments.end(), size.begin(), size.end());
         const ToolResult made = makeDump(arguments);
         ASSERT_EQ(made.status, 0) << made.err;
         // No built-in rule has a code for some formats; make-dump says how to convert them.
         arguments = {"-i", "in", "-o", "out"};
-        if (!made.err.empty()) {
-            arguments.insert(arguments.end(), size.begin(), size.end());
-        }
-        const ToolResult converted =
-            tool(arguments, "VEX_HOST_BOARD_PLATFORM=vx2415 " + environment);
+        if (!made.err.empty()) { arguments.insert(arguments.end(), size.begin(), size.end()); }
+        const ToolResult converted = tool(arguments, "VEX_HOST_BOARD_PLATFORM=vx2415 " + environment);
         EXPECT_EQ(converted.err.find("Error"), std::string::npos) << converted.err;
     }
 };
 
-TEST_P(RoundTrip, GivesTheRawFrameBack) {
+TEST_P(RoundTrip, GivesTheRawFramesBack) {
+    const bool separate = C::isSeparate(format());
+    const bool compressed = separate || std::string(colorFormatInfo(format()).name).find("AFBC") != std::string::npos;
     const auto smallest = C::getDefaultAlignedSize(1, 1, format());
-    for (const auto& [w, h] :
-         {smallest, std::pair(192, 64), std::pair(1920, 1088), std::pair(4096, 2176)}) {
+    for (const auto& [w, h] : {smallest, std::pair(192, 64), std::pair(1920, 1088), std::pair(4096, 2176)}) {
         const std::string frame = randomFrame(w, h);
-        write("raw", frame);
+        const size_t frames = w == 192 ? 2 : 1;
+        write("raw", frames == 2 ? frame + frame : frame);
         for (const char* memory : {"VEX_HOST_ION=0", "VEX_HOST_ION=1"}) {
             ASSERT_NO_FATAL_FAILURE(dumpAndConvert(w, h, memory));
-            const auto outputs = files("out");
-            ASSERT_EQ(outputs.size(), 1U);
-            EXPECT_TRUE(read("out/" + outputs.begin()->first) == frame) << w << " x " << h;
+            std::string all;
+            for (const auto& [name, size] : files("out")) { all += read("out/" + name); }
+            EXPECT_TRUE(all == read("raw")) << w << " x " << h;
+            EXPECT_EQ(files("out").size(), separate ? frames : 1);
+            // One entry a stream says that what the device compresses is read as it lies.
+            std::string expected = compressed ? "I PxAsyncBlitStream: payload is read as stored blocks\n" : "";
+            EXPECT_EQ(takeLog(), separate && frames == 2 ? expected + expected : expected);
         }
     }
-}
-
-TEST_P(RoundTrip, SeveralFramesOfASizeThatIsPadded) {
-    const int w = 50;
-    const int h = 38;
-    const std::string frame = randomFrame(w, h);
-    write("raw", frame + frame + frame);
-    ASSERT_NO_FATAL_FAILURE(dumpAndConvert(w, h, ""));
-    const auto [width, height] = C::getDefaultAlignedSize(w, h, format());
-    const auto size =
-        static_cast<uintmax_t>(C::getFrameSize(width, height, C::getDefaultOutputFormat(format())));
-    const bool separate = C::isSeparate(format());
-    const auto outputs = files("out");
-    EXPECT_EQ(outputs.size(), separate ? 3U : 1U);
-    for (const auto& [name, bytes] : outputs) {
-        EXPECT_EQ(bytes, separate ? size : 3 * size);
-        EXPECT_EQ(read("out/" + name).substr(0, static_cast<size_t>(w)),
-                  frame.substr(0, static_cast<size_t>(w)));
-    }
-    // One entry a stream says that what the device compresses is read as it lies.
-    const std::string log = takeLog();
-    const std::string entry = "I PxAsyncBlitStream: payload is read as stored blocks\n";
-    std::string expected;
-    const std::string name = colorFormatInfo(format()).name;
-    if (separate || name.find("AFBC") != std::string::npos) {
-        expected = separate ? entry + entry + entry : entry;
-    }
-    EXPECT_EQ(log, expected);
 }
 
 INSTANTIATE_TEST_SUITE_P(All, RoundTrip, testing::Range(1, COLOR_FORMAT_COUNT), [](const auto& i) {
@@ -113,8 +86,7 @@ TEST_F(MakeDump, ErrorsAreClear) {
         {{"-f", "NV12", "-w4", "-h4", "-i", "none"}, "Error: no file of less than 2 GiB: none\n"},
         {{"-f", "NV12", "-w4", "-h4", "-i", "raw", "-r", "P010"},
          "Error: raw frames must be NV12 or RGBA8888 for this format\n"},
-        {{"-f", "NV12", "-w4", "-h4", "-o", "none"},
-         "Error: can't write none/vdec_output_0_W4H4_F0x1000_0.yuv\n"},
+        {{"-f", "NV12", "-w4", "-h4", "-o", "none"}, "Error: can't write none/vdec_output_0_W4H4_F0x1000_0.yuv\n"},
         {{"-f", "NV12", "-w", "1000000", "-h", "1000000"}, "Error: a frame is 2 GiB or more\n"},
     };
     for (const auto& c : cases) {
@@ -125,23 +97,6 @@ TEST_F(MakeDump, ErrorsAreClear) {
     }
     EXPECT_EQ(makeDump({}).err.find("Error: format, width and height are needed\nUsage: "), 0U);
     EXPECT_EQ(makeDump({"--help"}).out.find("Usage: make-dump"), 0U);
-}
-
-TEST_F(MakeDump, CardKeepsItsColors) {
-    ASSERT_EQ(makeDump({"-f", "NV12_BLK", "-w", "320", "-h", "192", "-n", "2", "-o", "in",
-                        "--colorspace", "BT709_FULL"})
-                  .status,
-              0);
-    tool({"-i", "in", "-o", "out", "--output-colorspace", "BT709_FULL", "--input-colorspace",
-          "BT709_FULL"});
-    const std::string frame = read("out/vdec_output_0_W320H192_F0x7F000001_0_converted.nv12");
-    ASSERT_EQ(frame.size(), 2U * 320 * 192 * 3 / 2);
-    // Luma in the middle of each bar: white, yellow, cyan, green, magenta, red, blue, black.
-    const int luma[] = {255, 237, 201, 182, 73, 54, 18, 0};
-    for (size_t bar = 0; bar < 8; ++bar) {
-        EXPECT_NEAR(static_cast<unsigned char>(frame[320 * 80 + bar * 40 + 20]), luma[bar], 1);
-    }
-    EXPECT_NE(frame.substr(0, frame.size() / 2), frame.substr(frame.size() / 2)) << "frame number";
 }
 
 }  // namespace

@@ -11,7 +11,6 @@
 #include <sync/sync.h>
 #include <sys/mman.h>
 
-#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 
@@ -29,43 +28,35 @@ std::string list(Values... values) {
     return text;
 }
 
-int openFd() {
-    fakePlatform->held.insert("fd " + std::to_string(++lastFd));
-    return lastFd;
-}
-
-int status(bool succeeds) { return succeeds ? 0 : fakePlatform->failStatus; }
-
 std::string sizeList(const unsigned int* sizes, unsigned int count) {
-    std::string text = "[";
-    for (unsigned int i = 0; i < count; ++i) {
-        text += (i == 0 ? "" : " ") + std::to_string(sizes[i]);
-    }
-    return text + "]";
+    std::string text;
+    for (unsigned int i = 0; i < count; ++i) { text += ", " + std::to_string(sizes[i]); }
+    return "[" + text.substr(2) + "]";
 }
 
 std::string rect(const PxRect& r) {
-    return "(" +
-           list(r.left, r.leftCompanion, r.top, r.topCompanion, r.width, r.widthCompanion, r.height,
-                r.heightCompanion) +
-           ")";
+    return "(" + list(r.left, r.leftCompanion, r.top, r.topCompanion) + ", " +
+           list(r.width, r.widthCompanion, r.height, r.heightCompanion) + ")";
+}
+
+int hold(const std::string& what, int number) {
+    fakePlatform->held.insert(what + std::to_string(number));
+    return number;
+}
+
+int openFd() { return hold("fd ", ++lastFd); }
+
+// Notes the call: 0, or the status of a failure.
+int result(const std::string& name, const std::string& arguments = "") {
+    return fakePlatform->note(name, arguments) ? 0 : fakePlatform->failStatus;
 }
 
 }  // namespace
 
 bool FakePlatform::note(const std::string& name, const std::string& arguments) {
     calls.push_back(name + "(" + arguments + ")");
-    const bool named =
-        name == failCall && (++mOccurrences == failOccurrence || failOccurrence == 0);
+    const bool named = name == failCall && (++mOccurrences == failOccurrence || failOccurrence == 0);
     return ++mCanFail != failNth && !named;
-}
-
-std::vector<std::string> FakePlatform::names() const {
-    std::vector<std::string> result;
-    for (const std::string& call : calls) {
-        result.push_back(call.substr(0, call.find('(')));
-    }
-    return result;
 }
 
 extern "C" {
@@ -76,8 +67,7 @@ int __android_log_print(int prio, const char* tag, const char* fmt, ...) {
     va_start(args, fmt);
     vsnprintf(text, sizeof text, fmt, args);
     va_end(args);
-    fakePlatform->log.push_back((prio == ANDROID_LOG_ERROR ? "" : "not an error: ") +
-                                std::string(tag) + ": " + text);
+    fakePlatform->log.push_back((prio == ANDROID_LOG_ERROR ? "" : "not an error: ") + std::string(tag) + ": " + text);
     return 1;
 }
 
@@ -87,62 +77,49 @@ int property_get(const char* /*key*/, char* value, const char* default_value) {
 
 const char* getprogname() { return "VexConverter"; }
 
-int vx_ion_open(const char* client) {
-    return fakePlatform->note("vx_ion_open", client) ? openFd() : -1;
-}
+int vx_ion_open(const char* client) { return result("vx_ion_open", client) == 0 ? openFd() : -1; }
 
-int ion_alloc_mm(int /*fd*/, size_t len, size_t align, unsigned int flags,
-                 ion_user_handle_t* handle) {
-    if (!fakePlatform->note("ion_alloc_mm", list(len, align, flags))) {
-        return fakePlatform->failStatus;
-    }
-    *handle = 7;
-    fakePlatform->held.insert("handle 7");
-    return 0;
+int ion_alloc_mm(int /*fd*/, size_t len, size_t align, unsigned int flags, ion_user_handle_t* handle) {
+    const int status = result("ion_alloc_mm", list(len, align, flags));
+    *handle = status == 0 ? hold("handle ", 7) : 0;
+    return status;
 }
 
 int ion_import(int /*fd*/, int /*share_fd*/, ion_user_handle_t* handle) {
-    if (!fakePlatform->note("ion_import", "")) {
-        return fakePlatform->failStatus;
-    }
-    *handle = 8;
-    fakePlatform->held.insert("handle 8");
-    return 0;
+    const int status = result("ion_import");
+    *handle = status == 0 ? hold("handle ", 8) : 0;
+    return status;
 }
 
 int ion_share(int /*fd*/, ion_user_handle_t /*handle*/, int* share_fd) {
-    if (!fakePlatform->note("ion_share", "")) {
-        return fakePlatform->failStatus;
-    }
-    *share_fd = openFd();
-    return 0;
+    const int status = result("ion_share");
+    *share_fd = status == 0 ? openFd() : -1;
+    return status;
 }
 
-int ion_map(int /*fd*/, ion_user_handle_t /*handle*/, size_t length, int prot, int flags,
-            off_t offset, unsigned char** ptr, int* map_fd) {
-    if (!fakePlatform->note("ion_map", list(length, prot, flags, offset))) {
-        return fakePlatform->failStatus;
+int ion_map(int /*fd*/, ion_user_handle_t /*handle*/, size_t length, int prot, int flags, off_t offset,
+            unsigned char** ptr, int* map_fd) {
+    const int status = result("ion_map", list(length, prot, flags, offset));
+    if (status == 0) {
+        *ptr = memory;
+        *map_fd = openFd();
+        fakePlatform->held.insert("mapping");
     }
-    *ptr = memory;
-    *map_fd = openFd();
-    fakePlatform->held.insert("mapping");
-    return 0;
+    return status;
 }
 
 int ion_free(int /*fd*/, ion_user_handle_t handle) {
     fakePlatform->held.erase("handle " + std::to_string(handle));
-    return status(fakePlatform->note("ion_free", ""));
+    return result("ion_free");
 }
 
 int ion_close(int fd) {
     fakePlatform->held.erase("fd " + std::to_string(fd));
-    return status(fakePlatform->note("ion_close", ""));
+    return result("ion_close");
 }
 
 BufferAllocator* CreateDmabufHeapBufferAllocator() {
-    if (!fakePlatform->note("CreateDmabufHeapBufferAllocator", "")) {
-        return nullptr;
-    }
+    if (result("CreateDmabufHeapBufferAllocator") != 0) { return nullptr; }
     fakePlatform->held.insert("allocator");
     return new BufferAllocator;
 }
@@ -153,15 +130,13 @@ void FreeDmabufHeapBufferAllocator(BufferAllocator* buffer_allocator) {
     delete buffer_allocator;
 }
 
-int DmabufHeapAlloc(BufferAllocator* /*allocator*/, const char* heap_name, size_t len,
-                    unsigned int flags, size_t legacy_align) {
+int DmabufHeapAlloc(BufferAllocator* /*allocator*/, const char* heap_name, size_t len, unsigned int flags,
+                    size_t legacy_align) {
     const std::string arguments = heap_name + (", " + list(len, flags, legacy_align));
-    return fakePlatform->note("DmabufHeapAlloc", arguments) ? openFd() : -12;
+    return result("DmabufHeapAlloc", arguments) == 0 ? openFd() : -12;
 }
 
-int sync_wait(int /*fd*/, int timeout) {
-    return status(fakePlatform->note("sync_wait", list(timeout)));
-}
+int sync_wait(int /*fd*/, int timeout) { return result("sync_wait", list(timeout)); }
 
 // The linker sends the C library's calls here; those that aren't about the platform go on.
 void* __real_mmap(void* address, size_t length, int prot, int flags, int fd, off_t offset);
@@ -170,35 +145,22 @@ int __real_dup(int fd);
 int __real_close(int fd);
 
 void* __wrap_mmap(void* address, size_t length, int prot, int flags, int fd, off_t offset) {
-    if (fd < FIRST_FAKE_FD) {
-        return __real_mmap(address, length, prot, flags, fd, offset);
-    }
-    if (!fakePlatform->note("mmap", list(length, prot, flags & ~MAP_POPULATE, offset))) {
-        return MAP_FAILED;
-    }
+    if (fd < FIRST_FAKE_FD) { return __real_mmap(address, length, prot, flags, fd, offset); }
+    if (result("mmap", list(length, prot, flags & ~MAP_POPULATE, offset)) != 0) { return MAP_FAILED; }
     fakePlatform->held.insert("mapping");
     return memory;
 }
 
 int __wrap_munmap(void* address, size_t length) {
-    if (address != memory) {
-        return __real_munmap(address, length);
-    }
+    if (address != memory) { return __real_munmap(address, length); }
     fakePlatform->held.erase("mapping");
-    return fakePlatform->note("munmap", list(length)) ? 0 : -1;
+    return result("munmap", list(length));
 }
 
-int __wrap_dup(int fd) {
-    if (fd < FIRST_FAKE_FD) {
-        return __real_dup(fd);
-    }
-    return fakePlatform->note("dup", "") ? openFd() : -1;
-}
+int __wrap_dup(int fd) { return fd < FIRST_FAKE_FD ? __real_dup(fd) : result("dup") == 0 ? openFd() : -1; }
 
 int __wrap_close(int fd) {
-    if (fd < FIRST_FAKE_FD) {
-        return __real_close(fd);
-    }
+    if (fd < FIRST_FAKE_FD) { return __real_close(fd); }
     fakePlatform->calls.emplace_back("close()");
     return fakePlatform->held.erase("fd " + std::to_string(fd)) == 1 ? 0 : -1;
 }
@@ -207,66 +169,51 @@ int __wrap_close(int fd) {
 
 bool BufferAllocator::CheckIonSupport() { return fakePlatform->ion; }
 
-struct PxAsyncBlitStream::State {};
+using Stream = PxAsyncBlitStream;
+struct Stream::State {};
 
-PxAsyncBlitStream::PxAsyncBlitStream() { fakePlatform->held.insert("stream"); }
+Stream::PxAsyncBlitStream() { fakePlatform->held.insert("stream"); }
 
-PxAsyncBlitStream::~PxAsyncBlitStream() {
+Stream::~PxAsyncBlitStream() {
     fakePlatform->calls.emplace_back("~PxAsyncBlitStream()");
     fakePlatform->held.erase("stream");
 }
 
-int PxAsyncBlitStream::createJob(unsigned int& jobId, int& fence) {
-    if (!fakePlatform->note("createJob", list(jobId, fence))) {
-        return fakePlatform->failStatus;
-    }
+int Stream::createJob(unsigned int& jobId, int& fence) {
+    const int status = result("createJob", list(jobId, fence));
     jobId = 42;
-    fence = openFd();
-    return fakePlatform->statusOnly;
+    fence = status == 0 ? openFd() : -1;
+    return status == 0 ? fakePlatform->statusOnly : status;
 }
 
-int PxAsyncBlitStream::setConfigBegin(unsigned int jobId) {
-    return status(fakePlatform->note("setConfigBegin", list(jobId)));
+int Stream::setConfigBegin(unsigned int jobId) { return result("setConfigBegin", list(jobId)); }
+
+int Stream::setSrcBuffer(int fd, unsigned int* sizes, unsigned int planeCount, int reserved) {
+    return result("setSrcBuffer", list(fd) + ", " + sizeList(sizes, planeCount) + ", " + list(reserved));
 }
 
-int PxAsyncBlitStream::setSrcBuffer(int fd, unsigned int* sizes, unsigned int planeCount,
-                                    int reserved) {
-    return status(fakePlatform->note(
-        "setSrcBuffer", list(fd) + ", " + sizeList(sizes, planeCount) + ", " + list(reserved)));
+int Stream::setSrcConfig(int width, int height, int yPitch, int uvPitch, PX_COLOR_ENUM color, PX_PROFILE_ENUM profile,
+                         PxInterlaceFormat interlace, PxSecure secure, bool reservedFlag, unsigned int reserved) {
+    return result("setSrcConfig",
+                  list(width, height, yPitch, uvPitch, color, profile, interlace, secure, reservedFlag, reserved));
 }
 
-int PxAsyncBlitStream::setSrcConfig(int width, int height, int yPitch, int uvPitch,
-                                    PX_COLOR_ENUM color, PX_PROFILE_ENUM profile,
-                                    PxInterlaceFormat interlace, PxSecure secure, bool reservedFlag,
-                                    unsigned int reserved) {
-    return status(
-        fakePlatform->note("setSrcConfig", list(width, height, yPitch, uvPitch, color, profile,
-                                                interlace, secure, reservedFlag, reserved)));
+int Stream::setSrcCrop(unsigned int output, PxRect crop) {
+    return result("setSrcCrop", list(output) + ", " + rect(crop));
 }
 
-int PxAsyncBlitStream::setSrcCrop(unsigned int output, PxRect crop) {
-    return status(fakePlatform->note("setSrcCrop", list(output) + ", " + rect(crop)));
+int Stream::setDstBuffer(unsigned int output, int fd, unsigned int* sizes, unsigned int planeCount, int reserved) {
+    return result("setDstBuffer", list(output, fd) + ", " + sizeList(sizes, planeCount) + ", " + list(reserved));
 }
 
-int PxAsyncBlitStream::setDstBuffer(unsigned int output, int fd, unsigned int* sizes,
-                                    unsigned int planeCount, int reserved) {
-    return status(fakePlatform->note(
-        "setDstBuffer",
-        list(output, fd) + ", " + sizeList(sizes, planeCount) + ", " + list(reserved)));
+int Stream::setDstConfig(unsigned int output, int width, int height, int yPitch, int uvPitch, PX_COLOR_ENUM color,
+                         PX_PROFILE_ENUM profile, PxInterlaceFormat interlace, PxRect* target, PxSecure secure,
+                         bool reservedFlag, unsigned int reserved, int reservedLast) {
+    const std::string shape = list(output, width, height, yPitch, uvPitch, color, profile, interlace);
+    return result("setDstConfig",
+                  shape + ", " + rect(*target) + ", " + list(secure, reservedFlag, reserved, reservedLast));
 }
 
-int PxAsyncBlitStream::setDstConfig(unsigned int output, int width, int height, int yPitch,
-                                    int uvPitch, PX_COLOR_ENUM color, PX_PROFILE_ENUM profile,
-                                    PxInterlaceFormat interlace, PxRect* target, PxSecure secure,
-                                    bool reservedFlag, unsigned int reserved, int reservedLast) {
-    return status(fakePlatform->note(
-        "setDstConfig", list(output, width, height, yPitch, uvPitch, color, profile, interlace) +
-                            ", " + rect(*target) + ", " +
-                            list(secure, reservedFlag, reserved, reservedLast)));
-}
+int Stream::setConfigEnd() { return result("setConfigEnd"); }
 
-int PxAsyncBlitStream::setConfigEnd() { return status(fakePlatform->note("setConfigEnd", "")); }
-
-int PxAsyncBlitStream::invalidate(timeval* now) {
-    return status(fakePlatform->note("invalidate", now->tv_sec > 0 ? "now" : "no time"));
-}
+int Stream::invalidate(timeval* now) { return result("invalidate", now->tv_sec > 0 ? "now" : "no time"); }

@@ -19,8 +19,6 @@ struct FakePlatform {
 
     // Notes a call that can fail; true when it is to succeed.
     bool note(const std::string& name, const std::string& arguments);
-    // Names of the calls, without arguments.
-    std::vector<std::string> names() const;
 
   private:
     int mCanFail = 0;
