@@ -2,6 +2,9 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
+#include <algorithm>
+#include <fstream>
+#include <sstream>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -58,70 +61,48 @@ TEST(Geometry, AlignedSizes) {
     }
 }
 
-struct Planes {
-    C::ColorFormat format;
-    int w, h;
-    std::vector<uint32_t> sizes;
-    int yPitch, uvPitch;
-    int frame;
-};
+// Reads the rows of a table, but for the comment.
+std::vector<std::istringstream> table(const std::string& name) {
+    std::ifstream file(std::string(TEST_DATA) + "/" + name);
+    std::vector<std::istringstream> rows;
+    for (std::string line; std::getline(file, line);) {
+        if (line[0] != '#') { rows.emplace_back(line); }
+    }
+    EXPECT_FALSE(rows.empty()) << name;
+    return rows;
+}
 
 TEST(Geometry, PlanesPitchesAndFrames) {
-    const Planes cases[] = {
-        {C::RGB888, 1920, 1088, {6266880}, 5760, 0, 6266880},
-        {C::RGBA8888, 1920, 1088, {8355840}, 7680, 0, 8355840},
-        {C::RGBA1010102, 1920, 1088, {8355840}, 7680, 0, 8355840},
-        {C::RGBA8888_AFBC, 1920, 1088, {8486912}, 7680, 0, 8486912},
-        {C::RGBA8888_AFBC, 64, 64, {17408}, 256, 0, 17408},
-        {C::RGBA1010102_AFBC, 1920, 1088, {8486912}, 7680, 0, 8486912},
-        {C::NV12, 1920, 1088, {2088960, 1044480}, 1920, 1920, 3133440},
-        {C::NV12, 4, 3, {12, 4}, 4, 4, 16},
-        {C::P010, 1920, 1088, {4177920, 2088960}, 3840, 3840, 6266880},
-        {C::YV12, 1920, 1088, {2088960, 522240, 522240}, 1920, 960, 3133440},
-        {C::YV12, 40, 2, {80, 32, 32}, 40, 32, 144},
-        {C::YUV420P, 40, 2, {80, 20, 20}, 40, 20, 120},
-        {C::YUV420P_AFBC, 1920, 1088, {3264000}, 2880, 2880, 3264000},
-        {C::YUV420P_AFBC, 15, 16, {360}, 22, 22, 360},
-        {C::YUV420P_10BIT_AFBC, 1920, 1088, {4308480}, 3840, 3840, 4308480},
-        {C::NV12_BLK, 1920, 1088, {2088960, 1044480}, 61440, 30720, 3133440},
-        {C::NV12_BLK_10BIT_V, 1920, 1088, {2611200, 1305600}, 76800, 38400, 3916800},
-        {C::CPQ, 1920, 1088, {2088960, 1044480}, 61440, 30720, 3146048},
-        {C::CPQ, 1280, 720, {921600, 460800}, 40960, 20480, 1388192},
-        {C::CPQ_10BIT_V, 1920, 1088, {2611200, 1305600}, 76800, 38400, 3931456},
-        {C::CPQ_10BIT_V, 64, 64, {5120, 2560}, 2560, 1280, 11168},
-        {C::NV12_LUMO, 1920, 1088, {3182592}, 23040, 0, 3182592},
-        {C::NV12_LUMO, 1280, 720, {1406976}, 15360, 0, 1406976},
-        {C::P010_LUMO, 1920, 1088, {4749312}, 34560, 0, 4749312},
-    };
-    for (const Planes& c : cases) {
-        SCOPED_TRACE(colorFormatInfo(c.format).name);
-        C::ColorConvertBuffer buffer = {c.format, 5, c.w, c.h, 9, {1, 2, 3}, 4, 5, 6};
-        colorFormatInfo(c.format).calculate(buffer);
-        EXPECT_EQ(buffer.mPlaneCount, c.sizes.size());
-        for (size_t i = 0; i < 3; ++i) {
-            EXPECT_EQ(buffer.mPlaneSize[i], i < c.sizes.size() ? c.sizes[i] : 0);
-        }
-        EXPECT_EQ(buffer.mYPitch, c.yPitch);
-        EXPECT_EQ(buffer.mUVPitch, c.uvPitch);
-        EXPECT_EQ(std::tuple(buffer.mFormat, buffer.mColorSpace, buffer.mFd),
-                  std::tuple(c.format, 5, 9));
-        EXPECT_EQ(C::getFrameSize(c.w, c.h, c.format), c.frame);
+    for (std::istringstream& row : table("planes.txt")) {
+        SCOPED_TRACE(row.str());
+        std::string name;
+        int w = 0, h = 0, frame = 0, yPitch = 0, uvPitch = 0;
+        uint32_t sizes[3];
+        row >> name >> w >> h >> frame >> yPitch >> uvPitch >> sizes[0] >> sizes[1] >> sizes[2];
+        const C::ColorFormat format = C::getColorFormatFromStr(name);
+        C::ColorConvertBuffer buffer = {format, 5, w, h, 9, {1, 2, 3}, 4, 5, 6};
+        colorFormatInfo(format).calculate(buffer);
+        EXPECT_EQ(std::vector(buffer.mPlaneSize, buffer.mPlaneSize + 3), std::vector(sizes, sizes + 3));
+        EXPECT_EQ(buffer.mPlaneCount, 3 - std::count(sizes, sizes + 3, 0));
+        EXPECT_EQ(std::tuple(buffer.mYPitch, buffer.mUVPitch), std::tuple(yPitch, uvPitch));
+        EXPECT_EQ(std::tuple(buffer.mFormat, buffer.mColorSpace, buffer.mFd), std::tuple(format, 5, 9));
+        EXPECT_EQ(C::getFrameSize(w, h, format), frame);
     }
 }
 
 TEST(Geometry, PartLists) {
-    const std::tuple<C::ColorFormat, int, int, Parts> cases[] = {
-        {C::CPQ, 1920, 1088, {{2088960, 0}, {8320, 3133440}, {1044480, 2088960}, {4288, 3141760}}},
-        {C::CPQ, 1280, 720, {{921600, 0}, {3776, 1382400}, {460800, 921600}, {2016, 1386176}}},
-        {C::CPQ_10BIT_V, 1920, 1088, {{2613248, 0}, {8320, 3918848}, {1305600, 2613248}, {4288, 3927168}}},
-        {C::CPQ_10BIT_V, 64, 64, {{8192, 0}, {192, 10752}, {2560, 8192}, {224, 10944}}},
-        {C::NV12_LUMO, 1920, 1088, {{2088960, 32768}, {32640, 128}, {1044480, 2138112}, {16320, 2121792}}},
-        {C::NV12_LUMO, 1280, 720, {{921600, 16384}, {14400, 1984}, {460800, 946176}, {7200, 938944}}},
-        {C::P010_LUMO, 1920, 1088, {{3133440, 32768}, {32640, 128}, {1566720, 3182592}, {16320, 3166272}}},
-        {C::NV12, 1920, 1088, {}}, {C::NV12_BLK, 1920, 1088, {}}, {C::UNKNOWN, 64, 64, {}}, {C::CPQ, 100000, 100000, {}}};
-    for (const auto& [format, w, h, parts] : cases) {
-        EXPECT_EQ(C::getSeparateSize(w, h, format), parts) << format << ", " << w;
+    for (std::istringstream& row : table("parts.txt")) {
+        std::string name;
+        int w = 0, h = 0;
+        Parts parts(4);
+        row >> name >> w >> h;
+        for (auto& [size, offset] : parts) { row >> size >> offset; }
+        EXPECT_EQ(C::getSeparateSize(w, h, C::getColorFormatFromStr(name)), parts) << row.str();
     }
+    for (const C::ColorFormat format : {C::UNKNOWN, C::NV12, C::NV12_BLK}) {
+        EXPECT_EQ(C::getSeparateSize(64, 64, format), Parts());
+    }
+    EXPECT_EQ(C::getSeparateSize(100000, 100000, C::CPQ), Parts());
 }
 
 TEST(Geometry, FramesThatLeaveTheRangeAreRefused) {

@@ -43,39 +43,19 @@ class Configuration : public ToolTest {
 // clang-format off
 
 TEST_F(Configuration, BuiltInRulesDecodeNames) {
-    const struct {
-        std::string name;
-        std::string output;  // empty: no rule matches
-        unsigned size;
-    } cases[] = {
-        {"vdec_output_1_W60H30_F0x7F000001_12.yuv", "nv12", 64 * 32 * 3 / 2},
-        {"vdec_output_1_W60H30_F0x1000.yuv", "nv12", 60 * 30 * 3 / 2},
-        {"vdec_output_2_W60H30_F0x10F_5.yuv", "nv12", 60 * 30 * 3 / 2},
-        {"vdec_output_1_W60H30_F0x7f000001_12.yuv", "nv12", 60 * 30 * 3 / 2},
-        {"vdec_output_0_W60H30_F0x7F000005_3.yuv", "p010", 64 * 32 * 3},
-        {"vdec_output_0_W60H30_F0x36AFBC.yuv", "p010", 64 * 32 * 3},
-        {"vdec_output_0_W60H30_F0x36afbc.yuv", "nv12", 60 * 30 * 3 / 2},
-        {"vdec_output_0_W0000060H30_F0x1000AFBC.yuv", "nv12", 64 * 32 * 3 / 2},
-        {"venc_input_3_W60H30_F0x1AFBC_7.bin", "rgba8888", 64 * 32 * 4},
-        {"venc_input_3_W60H30_F0x1.yuv", "rgba8888", 60 * 30 * 4},
-        {"venc_input_3_W61H31_F0x3.yuv", "rgb888", 61 * 31 * 3},
-        {"venc_input_0_W60H30_F0x32315659.yuv", "nv12", 64 * 30 * 3 / 2},
-        {"vdec_output_1_w60h30_F0x1000.yuv", "", 0},
-        {"test.yuv", "", 0},
-    };
-    for (const auto& c : cases) {
-        write("in/" + c.name, "x");
-        const std::string path = "in/" + c.name;
-        const std::string head = "Output folder path: out\n" + DEFAULT + MODE;
-        if (c.output.empty()) {
-            EXPECT_EQ(convert({path, "-o", "out"}),
-                      head + "Error: failed to match: " + path + "\n" + SKIP + path + "\n");
-            continue;
-        }
-        EXPECT_EQ(convert({path, "-o", "out"}), head + "Process: " + path + "\n");
-        const std::string stem = c.name.substr(0, c.name.rfind('.'));
-        EXPECT_EQ(files("out")[stem + "_converted." + c.output], c.size) << c.name;
+    const std::string head = "Output folder path: out\n" + DEFAULT + MODE;
+    std::ifstream table(std::string(TEST_DATA) + "/names.txt");
+    std::string name, output;
+    uintmax_t size = 0;
+    int rows = 0;
+    for (std::getline(table, name); table >> name >> output >> size; ++rows) {
+        write("in/" + name, "x");
+        const bool fails = output == "-";
+        const std::string skipped = "Error: failed to match: in/" + name + "\n" + SKIP + "in/" + name + "\n";
+        EXPECT_EQ(convert({"in/" + name, "-o", "out"}), head + (fails ? skipped : "Process: in/" + name + "\n"));
+        EXPECT_EQ(files("out")[name.substr(0, name.rfind('.')) + "_converted." + output], size) << name;
     }
+    EXPECT_EQ(rows, 14);
 }
 
 TEST_F(Configuration, SeparateSetIsConvertedOnceAfterTheFileThatCameFirst) {

@@ -39,16 +39,30 @@ std::string rect(const PxRect& r) {
            list(r.width, r.widthCompanion, r.height, r.heightCompanion) + ")";
 }
 
-int hold(const std::string& what, int number) {
-    fakePlatform->held.insert(what + std::to_string(number));
-    return number;
-}
-
-int openFd() { return hold("fd ", ++lastFd); }
-
 // Notes the call: 0, or the status of a failure.
 int result(const std::string& name, const std::string& arguments = "") {
     return fakePlatform->note(name, arguments) ? 0 : fakePlatform->failStatus;
+}
+
+int openFd() {
+    fakePlatform->held.insert("fd " + std::to_string(++lastFd));
+    return lastFd;
+}
+
+int openHandle() {
+    fakePlatform->held.insert("handle 7");
+    return 7;
+}
+
+// Notes a call that hands something out.
+int give(const std::string& name, const std::string& arguments, int (*open)(), int* out) {
+    const int status = result(name, arguments);
+    *out = status == 0 ? open() : -1;
+    return status;
+}
+
+int drop(const std::string& what, int number) {
+    return fakePlatform->held.erase(what + std::to_string(number)) == 1 ? 0 : -1;
 }
 
 }  // namespace
@@ -78,43 +92,27 @@ int property_get(const char* /*key*/, char* value, const char* default_value) {
 const char* getprogname() { return "VexConverter"; }
 
 int vx_ion_open(const char* client) { return result("vx_ion_open", client) == 0 ? openFd() : -1; }
-
 int ion_alloc_mm(int /*fd*/, size_t len, size_t align, unsigned int flags, ion_user_handle_t* handle) {
-    const int status = result("ion_alloc_mm", list(len, align, flags));
-    *handle = status == 0 ? hold("handle ", 7) : 0;
-    return status;
+    return give("ion_alloc_mm", list(len, align, flags), openHandle, handle);
 }
-
 int ion_import(int /*fd*/, int /*share_fd*/, ion_user_handle_t* handle) {
-    const int status = result("ion_import");
-    *handle = status == 0 ? hold("handle ", 8) : 0;
-    return status;
+    return give("ion_import", "", openHandle, handle);
 }
-
 int ion_share(int /*fd*/, ion_user_handle_t /*handle*/, int* share_fd) {
-    const int status = result("ion_share");
-    *share_fd = status == 0 ? openFd() : -1;
-    return status;
+    return give("ion_share", "", openFd, share_fd);
 }
-
 int ion_map(int /*fd*/, ion_user_handle_t /*handle*/, size_t length, int prot, int flags, off_t offset,
             unsigned char** ptr, int* map_fd) {
-    const int status = result("ion_map", list(length, prot, flags, offset));
-    if (status == 0) {
-        *ptr = memory;
-        *map_fd = openFd();
-        fakePlatform->held.insert("mapping");
-    }
+    const int status = give("ion_map", list(length, prot, flags, offset), openFd, map_fd);
+    *ptr = status == 0 ? memory : nullptr;
     return status;
 }
-
 int ion_free(int /*fd*/, ion_user_handle_t handle) {
-    fakePlatform->held.erase("handle " + std::to_string(handle));
+    drop("handle ", handle);
     return result("ion_free");
 }
-
 int ion_close(int fd) {
-    fakePlatform->held.erase("fd " + std::to_string(fd));
+    drop("fd ", fd);
     return result("ion_close");
 }
 
@@ -146,15 +144,11 @@ int __real_close(int fd);
 
 void* __wrap_mmap(void* address, size_t length, int prot, int flags, int fd, off_t offset) {
     if (fd < FIRST_FAKE_FD) { return __real_mmap(address, length, prot, flags, fd, offset); }
-    if (result("mmap", list(length, prot, flags & ~MAP_POPULATE, offset)) != 0) { return MAP_FAILED; }
-    fakePlatform->held.insert("mapping");
-    return memory;
+    return result("mmap", list(length, prot, flags & ~MAP_POPULATE, offset)) == 0 ? memory : MAP_FAILED;
 }
 
 int __wrap_munmap(void* address, size_t length) {
-    if (address != memory) { return __real_munmap(address, length); }
-    fakePlatform->held.erase("mapping");
-    return result("munmap", list(length));
+    return address == memory ? result("munmap", list(length)) : __real_munmap(address, length);
 }
 
 int __wrap_dup(int fd) { return fd < FIRST_FAKE_FD ? __real_dup(fd) : result("dup") == 0 ? openFd() : -1; }
@@ -162,7 +156,7 @@ int __wrap_dup(int fd) { return fd < FIRST_FAKE_FD ? __real_dup(fd) : result("du
 int __wrap_close(int fd) {
     if (fd < FIRST_FAKE_FD) { return __real_close(fd); }
     fakePlatform->calls.emplace_back("close()");
-    return fakePlatform->held.erase("fd " + std::to_string(fd)) == 1 ? 0 : -1;
+    return drop("fd ", fd);
 }
 
 }  // extern "C"
@@ -180,10 +174,9 @@ Stream::~PxAsyncBlitStream() {
 }
 
 int Stream::createJob(unsigned int& jobId, int& fence) {
-    const int status = result("createJob", list(jobId, fence));
+    const std::string arguments = list(jobId, fence);
     jobId = 42;
-    fence = status == 0 ? openFd() : -1;
-    return status == 0 ? fakePlatform->statusOnly : status;
+    return give("createJob", arguments, openFd, &fence) == 0 ? fakePlatform->statusOnly : fakePlatform->failStatus;
 }
 
 int Stream::setConfigBegin(unsigned int jobId) { return result("setConfigBegin", list(jobId)); }

@@ -9,7 +9,7 @@
 struct FakePlatform {
     std::vector<std::string> calls;  // name and arguments
     std::vector<std::string> log;    // messages, as given
-    std::set<std::string> held;      // descriptors, handles, mappings, allocators, streams
+    std::set<std::string> held;      // descriptors, handles, allocators, streams
     bool ion = false;
     int failNth = 0;         // the n-th call that can fail, counted from 1
     std::string failCall;    // or the calls of that name,
