@@ -153,166 +153,120 @@ int BlitJob::run(const JobSide& src, const JobSide& dst) {
         mToldStored = true;
         LOG(INFO, "payload is read as stored blocks\n");
     }
+    const BufferMapping srcMapping(from.buffer, false);
+    const BufferMapping dstMapping(to.buffer, true);
+    from.data = srcMapping.data();
+    to.data = dstMapping.data();
+    if (from.data == nullptr || to.data == nullptr) {
+        const int mapError = errno;
+        LOG(ERROR, "failed to map the buffers, %s\n", strerror(mapError));
+        return -mapError;
+    }
     ColorStep step = {};
-    if (isYuv(form)) {
+    if (colorStep && isYuv(form)) {
         step = isYuv(wanted) ? stepToYuv(src.profile, dst.profile, bitsOf(form))
                              : stepToRgb(src.profile, bitsOf(form));
     }
-    error = convert(from, to, colorStep, step);
-    if (error != 0) {
-        LOG(ERROR, "failed to map the buffers, %s\n", strerror(-error));
-    }
-    return error;
-}
-
-int BlitJob::convert(const Frame& src, const Frame& dst, bool colorStep, const ColorStep& step) {
-    const Form form = src.layout->form;
-    const int chromaLines = isYuv(form) ? src.height / 2 : 0;
-    for (int top = 0; top < src.height; top += STRIP_LINES) {
-        Strip strip = {src.width, std::min(STRIP_LINES, src.height - top), 0};
+    const int chromaLines = isYuv(form) ? from.height / 2 : 0;
+    for (int top = 0; top < from.height; top += STRIP_LINES) {
+        Strip strip = {from.width, std::min(STRIP_LINES, from.height - top), 0};
         if (chromaLines > 0) {
             const int bottom = top + strip.lines - 1;
             strip.chromaLines =
                 chromaLineOf(bottom, chromaLines) - chromaLineOf(top, chromaLines) + 1;
         }
-        const bool done =
-            colorStep ? convertStrip(src, dst, top, strip, step) : copyStrip(src, dst, top, strip);
-        if (!done) {
-            return errno == 0 ? -ENOMEM : -errno;
+        if (colorStep) {
+            convertStrip(from, to, top, strip, step);
+        } else {
+            copyStrip(from, to, top, strip);
         }
     }
     return 0;
 }
 
-bool BlitJob::mapRows(const Frame& frame, int index, bool writable, int line, int lines,
-                      Rows& rows) {
-    const auto i = static_cast<size_t>(index);
-    const PlaneLayout& plane = frame.layout->planes[index];
-    const int64_t pitch = frame.pitches[i];
-    int64_t offset = frame.bodies[i];
-    int64_t length = 0;
-    if (plane.isRows()) {
-        const Form form = frame.layout->form;
-        const int samples = plane.samples(form, frame.width);
-        offset += line * pitch;
-        length = (lines - 1) * pitch + int64_t{samples} * (isYuv(form) ? bytesOf(form) : 1);
-    } else {
-        offset += line / plane.blockLines * pitch;
-        length = lines / plane.blockLines * pitch;
-    }
-    BufferWindow& window = writable ? mDstWindows[i] : mSrcWindows[i];
-    rows.pitch = static_cast<ptrdiff_t>(pitch);
-    rows.data = window.at(frame.buffer, writable, offset, static_cast<size_t>(length));
-    return rows.data != nullptr;
+Rows BlitJob::Frame::rows(int plane, int line) const {
+    const auto i = static_cast<size_t>(plane);
+    const int row = layout->planes[plane].isRows() ? line : line / layout->planes[plane].blockLines;
+    return {data + bodies[i] + row * pitches[i], static_cast<ptrdiff_t>(pitches[i])};
 }
 
-bool BlitJob::mapSource(const Frame& frame, int index, int line, int lines, ConstRows& rows) {
-    Rows mapped = {};
-    const bool done = mapRows(frame, index, false, line, lines, mapped);
-    rows = {mapped.data, mapped.pitch};
-    return done;
-}
-
-bool BlitJob::mapOutput(const Frame& frame, int top, const Strip& strip, Planes<Rows>& out) {
-    if (!mapRows(frame, 0, true, top, strip.lines, out.main)) {
-        return false;
-    }
-    const int chromaTop = chromaLineOf(top, frame.height / 2);
-    return !isYuv(frame.layout->form) || strip.chromaLines == 0 ||
-           mapRows(frame, 1, true, chromaTop, strip.chromaLines, out.chroma);
-}
-
-bool BlitJob::unpackMain(const Frame& src, int top, int lines, Rows to) {
+void BlitJob::unpackMain(const Frame& src, int top, int lines, Rows to) {
     const Form form = src.layout->form;
     const PlaneLayout& plane = src.layout->planes[0];
-    ConstRows from = {};
-    if (!mapSource(src, 0, top, lines, from)) {
-        return false;
-    }
-    unpackPlane(plane, isYuv(form) ? bytesOf(form) : 1, from, plane.samples(form, src.width), lines,
-                to);
-    return true;
+    unpackPlane(plane, isYuv(form) ? bytesOf(form) : 1, src.rows(0, top),
+                plane.samples(form, src.width), lines, to);
 }
 
-bool BlitJob::unpackChroma(const Frame& src, int top, int lines, Rows to) {
+void BlitJob::unpackChroma(const Frame& src, int top, int lines, Rows to) {
     const Form form = src.layout->form;
     const PlaneLayout& plane = src.layout->planes[1];
-    ConstRows from = {};
-    if (!mapSource(src, 1, top, lines, from)) {
-        return false;
-    }
     const int samples = plane.samples(form, src.width);
     if (plane.role == Role::CBCR) {
-        unpackPlane(plane, bytesOf(form), from, samples, lines, to);
-        return true;
-    }
-    ConstRows other = {};
-    if (!mapSource(src, 2, top, lines, other)) {
-        return false;
+        unpackPlane(plane, bytesOf(form), src.rows(1, top), samples, lines, to);
+        return;
     }
     const bool cbFirst = plane.role == Role::CB;
-    mergeChroma(cbFirst ? from : other, cbFirst ? other : from, samples, lines, to);
+    mergeChroma(src.rows(cbFirst ? 1 : 2, top), src.rows(cbFirst ? 2 : 1, top), samples, lines, to);
     // An odd width leaves a byte of the row without a sample: no color.
     for (int line = 0; src.width % 2 != 0 && line < lines; ++line) {
         to.data[line * to.pitch + src.width - 1] = 128;
     }
-    return true;
 }
 
 // Equal forms: straight into the destination.
-bool BlitJob::copyStrip(const Frame& src, const Frame& dst, int top, const Strip& strip) {
-    Planes<Rows> out = {};
-    if (!mapOutput(dst, top, strip, out) || !unpackMain(src, top, strip.lines, out.main)) {
-        return false;
+void BlitJob::copyStrip(const Frame& src, const Frame& dst, int top, const Strip& strip) {
+    unpackMain(src, top, strip.lines, dst.rows(0, top));
+    if (strip.chromaLines > 0) {
+        const int chromaTop = chromaLineOf(top, src.height / 2);
+        unpackChroma(src, chromaTop, strip.chromaLines, dst.rows(1, chromaTop));
     }
-    return strip.chromaLines == 0 ||
-           unpackChroma(src, chromaLineOf(top, src.height / 2), strip.chromaLines, out.chroma);
 }
 
 // Plain rows of the strip: the source's own, or unpacked ones.
-bool BlitJob::plainMain(const Frame& src, int top, const Strip& strip, ConstRows& rows) {
+ConstRows BlitJob::plainMain(const Frame& src, int top, const Strip& strip) {
     if (src.layout->planes[0].isRows()) {
-        return mapSource(src, 0, top, strip.lines, rows);
+        return src.rows(0, top);
     }
     const ptrdiff_t pitch = ptrdiff_t{src.width} * bytesOf(src.layout->form);
     mMainStrip.resize(static_cast<size_t>(pitch) * STRIP_LINES);
-    rows = {mMainStrip.data(), pitch};
-    return unpackMain(src, top, strip.lines, {mMainStrip.data(), pitch});
+    const Rows unpacked = {mMainStrip.data(), pitch};
+    unpackMain(src, top, strip.lines, unpacked);
+    return unpacked;
 }
 
-bool BlitJob::plainChroma(const Frame& src, int top, const Strip& strip, ConstRows& rows) {
+ConstRows BlitJob::plainChroma(const Frame& src, int top, const Strip& strip) {
     if (strip.chromaLines == 0) {
-        return true;
+        return {};
     }
     const int chromaTop = chromaLineOf(top, src.height / 2);
     const PlaneLayout& plane = src.layout->planes[1];
     if (plane.isRows() && plane.role == Role::CBCR) {
-        return mapSource(src, 1, chromaTop, strip.chromaLines, rows);
+        return src.rows(1, chromaTop);
     }
     const ptrdiff_t pitch = ptrdiff_t{src.width} * bytesOf(src.layout->form);
     mChromaStrip.resize(static_cast<size_t>(pitch) * STRIP_LINES / 2);
-    rows = {mChromaStrip.data(), pitch};
-    return unpackChroma(src, chromaTop, strip.chromaLines, {mChromaStrip.data(), pitch});
+    const Rows unpacked = {mChromaStrip.data(), pitch};
+    unpackChroma(src, chromaTop, strip.chromaLines, unpacked);
+    return unpacked;
 }
 
-bool BlitJob::convertStrip(const Frame& src, const Frame& dst, int top, const Strip& strip,
+void BlitJob::convertStrip(const Frame& src, const Frame& dst, int top, const Strip& strip,
                            const ColorStep& step) {
     const Form form = src.layout->form;
-    Planes<ConstRows> in = {};
-    Planes<Rows> out = {};
-    if (!mapOutput(dst, top, strip, out) || !plainMain(src, top, strip, in.main) ||
-        !plainChroma(src, top, strip, in.chroma)) {
-        return false;
-    }
-    mTerms.resize(static_cast<size_t>(strip.width) * 3);
+    const ConstRows main = plainMain(src, top, strip);
+    const Rows out = dst.rows(0, top);
     if (!isYuv(form)) {
-        convertRgbToRgba(form, strip, in.main, out.main);
-    } else if (isYuv(dst.layout->form)) {
-        convertYuvToYuv(form, step, strip, in, out, mTerms.data());
-    } else {
-        convertYuvToRgba(form, step, strip, in, out.main, mTerms.data());
+        convertRgbToRgba(form, strip, main, out);
+        return;
     }
-    return true;
+    const Planes<ConstRows> in = {main, plainChroma(src, top, strip)};
+    mTerms.resize(static_cast<size_t>(strip.width) * 3);
+    if (isYuv(dst.layout->form)) {
+        const Rows chromaOut = dst.rows(1, chromaLineOf(top, dst.height / 2));
+        convertYuvToYuv(form, step, strip, in, {out, chromaOut}, mTerms.data());
+    } else {
+        convertYuvToRgba(form, step, strip, in, out, mTerms.data());
+    }
 }
 
 }  // namespace host

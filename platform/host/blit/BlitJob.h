@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "BufferWindow.h"
+#include "BufferMapping.h"
 #include "ColorStep.h"
 #include "Layout.h"
 #include "Unpack.h"
@@ -25,7 +25,7 @@ struct JobSide {
     uint32_t profile = 0;
 };
 
-// Runs jobs one after the other; keeps its memory and the buffers' mappings from job to job.
+// Runs jobs one after the other; keeps its working memory from job to job.
 class BlitJob {
   public:
     // 0 when the frame is converted; a negated errno, logged, when the job doesn't fit its buffers,
@@ -41,28 +41,22 @@ class BlitJob {
         std::array<int64_t, 3> pitches;  // bytes a row or a block row
         int width;
         int height;
+        uint8_t* data;  // the buffer's bytes
+
+        // The rows of a plane from a line on, or the block rows from the one that holds it on.
+        Rows rows(int plane, int line) const;
     };
 
     static int check(const char* name, const JobSide& side, Frame& frame);
     static int checkPlane(const char* name, const JobSide& side, Frame& frame, int index);
-    int convert(const Frame& src, const Frame& dst, bool colorStep, const ColorStep& step);
-    bool convertStrip(const Frame& src, const Frame& dst, int top, const Strip& strip,
+    void convertStrip(const Frame& src, const Frame& dst, int top, const Strip& strip,
                       const ColorStep& step);
-    bool copyStrip(const Frame& src, const Frame& dst, int top, const Strip& strip);
+    static void copyStrip(const Frame& src, const Frame& dst, int top, const Strip& strip);
+    static void unpackMain(const Frame& src, int top, int lines, Rows to);
+    static void unpackChroma(const Frame& src, int top, int lines, Rows to);
+    ConstRows plainMain(const Frame& src, int top, const Strip& strip);
+    ConstRows plainChroma(const Frame& src, int top, const Strip& strip);
 
-    // Maps lines rows of a plane, from the block row that holds the first line on.
-    bool mapRows(const Frame& frame, int index, bool writable, int line, int lines, Rows& rows);
-    bool mapSource(const Frame& frame, int index, int line, int lines, ConstRows& rows);
-    bool mapOutput(const Frame& frame, int top, const Strip& strip, Planes<Rows>& out);
-    bool unpackMain(const Frame& src, int top, int lines, Rows to);
-    bool unpackChroma(const Frame& src, int top, int lines, Rows to);
-    bool plainMain(const Frame& src, int top, const Strip& strip, ConstRows& rows);
-    bool plainChroma(const Frame& src, int top, const Strip& strip, ConstRows& rows);
-
-    // A window a plane. All planes of an 8-bit 1920 x 1088 frame fit theirs, and so stay mapped.
-    static constexpr int64_t MIB = 1 << 20;
-    BufferWindow mSrcWindows[3] = {BufferWindow(3 * MIB), BufferWindow(MIB), BufferWindow(MIB)};
-    BufferWindow mDstWindows[2] = {BufferWindow(4 * MIB), BufferWindow(2 * MIB)};
     std::vector<uint8_t> mMainStrip;
     std::vector<uint8_t> mChromaStrip;
     std::vector<int32_t> mTerms;

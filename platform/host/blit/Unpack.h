@@ -14,8 +14,12 @@ struct Rows {
     ptrdiff_t pitch;
 };
 struct ConstRows {
-    const uint8_t* data;
-    ptrdiff_t pitch;
+    const uint8_t* data = nullptr;
+    ptrdiff_t pitch = 0;
+
+    ConstRows() = default;
+    ConstRows(const Rows& rows)  // NOLINT(google-explicit-constructor): rows can be read
+        : data(rows.data), pitch(rows.pitch) {}
 };
 
 // Unpacks lines rows of that many samples. from: the first row, or the block row that starts with

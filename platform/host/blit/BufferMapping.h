@@ -1,0 +1,37 @@
+// The bytes of a device buffer while a job runs.
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstddef>
+#include <cstdint>
+
+namespace host {
+
+// A device buffer that a job works on.
+struct BufferId {
+    int fd;  // the caller's
+    dev_t device;
+    ino_t inode;
+    int64_t size;  // bytes
+};
+
+// Uses the mapping that the process has of the buffer already, as its owner does that fills or
+// reads it: to map a frame a second time takes about as long as to convert it, and counts its
+// memory twice. Without one the buffer is mapped, until destruction.
+class BufferMapping {
+  public:
+    BufferMapping(const BufferId& buffer, bool writable);
+    ~BufferMapping();
+    BufferMapping(const BufferMapping&) = delete;
+    BufferMapping& operator=(const BufferMapping&) = delete;
+
+    // Null when the buffer can't be mapped; errno then says why.
+    uint8_t* data() const { return mData; }
+
+  private:
+    uint8_t* mData = nullptr;
+    size_t mOwnSize = 0;  // bytes mapped here
+};
+
+}  // namespace host
