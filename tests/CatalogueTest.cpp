@@ -1,5 +1,4 @@
 // The catalogue, frame geometry and platform support.
-#include <gtest/gtest.h>
 #include <stdlib.h>
 
 #include <algorithm>
@@ -9,6 +8,7 @@
 #include <tuple>
 #include <vector>
 
+#include "TestFiles.h"
 #include "color/Catalogue.h"
 #include "color/ColorConvert.h"
 
@@ -61,19 +61,8 @@ TEST(Geometry, AlignedSizes) {
     }
 }
 
-// Reads the rows of a table, but for the comment.
-std::vector<std::istringstream> table(const std::string& name) {
-    std::ifstream file(std::string(TEST_DATA) + "/" + name);
-    std::vector<std::istringstream> rows;
-    for (std::string line; std::getline(file, line);) {
-        if (line[0] != '#') { rows.emplace_back(line); }
-    }
-    EXPECT_FALSE(rows.empty()) << name;
-    return rows;
-}
-
 TEST(Geometry, PlanesPitchesAndFrames) {
-    for (std::istringstream& row : table("planes.txt")) {
+    for (std::istringstream& row : tableRows("planes.txt")) {
         SCOPED_TRACE(row.str());
         std::string name;
         int w = 0, h = 0, frame = 0, yPitch = 0, uvPitch = 0;
@@ -91,7 +80,7 @@ TEST(Geometry, PlanesPitchesAndFrames) {
 }
 
 TEST(Geometry, PartLists) {
-    for (std::istringstream& row : table("parts.txt")) {
+    for (std::istringstream& row : tableRows("parts.txt")) {
         std::string name;
         int w = 0, h = 0;
         Parts parts(4);

@@ -139,21 +139,6 @@ TEST_F(CommandLine, FilesAndFramesOutOfRangeAreReportedAndSkipped) {
     }
 }
 
-TEST_F(CommandLine, OutputFolder) {
-    write("in/a.yuv", std::string(24, 'x'));
-    write("b.yuv", std::string(24, 'x'));
-    const std::pair<std::vector<std::string>, std::string> cases[] = {
-        {{"in/a.yuv", "-o", "out/"}, "out"}, {{"in/a.yuv", "-o", "out/new"}, "out"}, {{"in/a.yuv", "-o", "in/a.yuv"}, "in"},
-        {{"b.yuv"}, "."}, {{"b.yuv", "-i", "in/a.yuv"}, "in"}};  // -i comes first
-    for (const auto& [paths, folder] : cases) {
-        std::vector<std::string> arguments = {"-w4", "-h4", "-fNV12"};
-        arguments.insert(arguments.end(), paths.begin(), paths.end());
-        EXPECT_EQ(tool(arguments).err.find("Output folder path: " + folder + "\n"), 0U);
-    }
-    EXPECT_EQ(files("out").at("a_converted.nv12"), 48U);
-    EXPECT_EQ(files(".").count("b_converted.nv12"), 1U);
-}
-
 // clang-format on
 
 }  // namespace

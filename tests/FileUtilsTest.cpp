@@ -4,9 +4,6 @@
 #include <ion/ion.h>
 #include <ion/ion_vex.h>
 #include <stb_image.h>
-#include <sync/sync.h>
-#include <sys/eventfd.h>
-#include <unistd.h>
 
 #include <cerrno>
 
@@ -145,16 +142,6 @@ TEST(HostMemory, BuffersShareTheirBytesAndLeakNoDescriptor) {
         EXPECT_EQ(ion_close(device), 0) << "with a handle left";
     }
     EXPECT_EQ(openDescriptors(), before);
-}
-
-TEST(HostSync, WaitsForTheSignal) {
-    const int fence = eventfd(0, EFD_CLOEXEC);
-    EXPECT_EQ(sync_wait(fence, 1), -1);
-    EXPECT_EQ(errno, ETIME);
-    eventfd_write(fence, 1);
-    EXPECT_EQ(sync_wait(fence, -1), 0);
-    close(fence);
-    EXPECT_EQ(sync_wait(fence, -1), -1);
 }
 
 }  // namespace

@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "TestFolder.h"
+#include "TestFiles.h"
 
 struct ToolResult {
     int status;

@@ -6,7 +6,7 @@
 #include <fstream>
 #include <memory>
 
-#include "../TestFolder.h"
+#include "../TestFiles.h"
 #include "FakePlatform.h"
 #include "color/ColorConvert.h"
 #include "driver/FileConversion.h"

@@ -48,47 +48,71 @@ KERNEL void unpackByteBlocks(const PlaneLayout& plane, ConstRows from, int sampl
     }
 }
 
-// Four samples of BITS packed bits to four words with the highest 10 of the bits at the top.
-template <int BITS>
-KERNEL_PART void unpackFour(const uint8_t* in, uint8_t* out) {
-    constexpr uint64_t SAMPLE = (1 << BITS) - 1;
-    constexpr uint64_t PAIR = SAMPLE | SAMPLE << BITS;
-    // Two loads: the bytes of one would have to pass through memory.
-    uint32_t low = 0;
-    memcpy(&low, in, 4);
-    uint64_t bits = low | static_cast<uint64_t>(in[4]) << 32;
-    if (BITS == 12) {
-        bits |= static_cast<uint64_t>(in[5]) << 40;
+using Bytes = uint8_t __attribute__((vector_size(16)));
+using Words = uint16_t __attribute__((vector_size(16)));
+
+// The two bytes that hold each of eight packed samples, as words, and the factors that shift the
+// samples' highest bits to the words' top. The samples start at byte START of the vector.
+template <int BITS, int START>
+KERNEL_PART Words spread(Bytes packed);
+
+#define SPREAD(bits, start, ...)                                                              \
+    template <>                                                                               \
+    KERNEL_PART Words spread<bits, start>(Bytes packed) {                                     \
+        return reinterpret_cast<Words>(__builtin_shufflevector(packed, packed, __VA_ARGS__)); \
     }
-    bits = (bits & PAIR) | (bits >> (2 * BITS) & PAIR) << 32;
-    constexpr uint64_t EVEN = SAMPLE | SAMPLE << 32;
-    bits = (bits & EVEN) | (bits >> BITS & EVEN) << 16;
-    constexpr uint64_t TOP_TEN = 0xFFC0'FFC0'FFC0'FFC0;
-    bits = bits << (16 - BITS) & TOP_TEN;
-    memcpy(out, &bits, 8);
+SPREAD(10, 0, 0, 1, 1, 2, 2, 3, 3, 4, 5, 6, 6, 7, 7, 8, 8, 9)
+SPREAD(10, 6, 6, 7, 7, 8, 8, 9, 9, 10, 11, 12, 12, 13, 13, 14, 14, 15)
+SPREAD(12, 0, 0, 1, 1, 2, 3, 4, 4, 5, 6, 7, 7, 8, 9, 10, 10, 11)
+SPREAD(12, 4, 4, 5, 5, 6, 7, 8, 8, 9, 10, 11, 11, 12, 13, 14, 14, 15)
+#undef SPREAD
+
+template <int BITS>
+constexpr Words FACTORS = {64, 16, 4, 1, 64, 16, 4, 1};
+template <>
+constexpr Words FACTORS<12> = {16, 1, 16, 1, 16, 1, 16, 1};
+
+// Sixteen samples of BITS packed bits to words with the highest 10 of the bits at the top: the
+// first eight to one place, the others to another.
+template <int BITS>
+KERNEL_PART void unpackSixteen(const uint8_t* in, uint8_t* first, uint8_t* second) {
+    constexpr uint16_t TOP_TEN = 0xFFC0;
+    Bytes low;
+    Bytes high;
+    memcpy(&low, in, sizeof low);
+    memcpy(&high, in + 2 * BITS - sizeof high, sizeof high);
+    const Words lowWords = spread<BITS, 0>(low) * FACTORS<BITS> & TOP_TEN;
+    const Words highWords = spread<BITS, 16 - BITS>(high) * FACTORS<BITS> & TOP_TEN;
+    memcpy(first, &lowWords, sizeof lowWords);
+    memcpy(second, &highWords, sizeof highWords);
 }
 
-template <int BITS, int SAMPLES>
+// Blocks of 16 samples a line.
+template <int BITS>
 KERNEL_PART void unpackBitBlocks(const PlaneLayout& plane, ConstRows from, int samples, int lines,
                                  Rows to) {
-    forEachBlockLine(plane, 2, from, samples, lines, to, SAMPLES * BITS / 8,
-                     [](const uint8_t* in, uint8_t* out) {
-                         for (int s = 0; s < SAMPLES; s += 4) {
-                             unpackFour<BITS>(in + s * BITS / 8, out + s * 2);
-                         }
-                     });
+    forEachBlockLine(
+        plane, 2, from, samples, lines, to, 2 * BITS,
+        [](const uint8_t* in, uint8_t* out) { unpackSixteen<BITS>(in, out, out + 16); });
 }
 
 KERNEL void unpack10(const PlaneLayout& plane, ConstRows from, int samples, int lines, Rows to) {
-    unpackBitBlocks<10, 16>(plane, from, samples, lines, to);
+    unpackBitBlocks<10>(plane, from, samples, lines, to);
 }
 
 KERNEL void unpack12(const PlaneLayout& plane, ConstRows from, int samples, int lines, Rows to) {
-    if (plane.blockSamples == 8) {
-        unpackBitBlocks<12, 8>(plane, from, samples, lines, to);
-    } else {
-        unpackBitBlocks<12, 16>(plane, from, samples, lines, to);
+    if (plane.blockSamples == 16) {
+        unpackBitBlocks<12>(plane, from, samples, lines, to);
+        return;
     }
+    // Lines of 8 samples: two of them at once.
+    PlaneLayout pairs = plane;
+    pairs.blockLines = plane.blockLines / 2;
+    Rows evenLines = {to.data, 2 * to.pitch};
+    forEachBlockLine(pairs, 2, from, samples, lines / 2, evenLines, 24,
+                     [pitch = to.pitch](const uint8_t* in, uint8_t* out) {
+                         unpackSixteen<12>(in, out, out + pitch);
+                     });
 }
 
 void copyRows(ConstRows from, int bytes, int lines, Rows to) {

@@ -1,0 +1,29 @@
+// Files of the tests' own: folders to work in, tables of cases.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+// A folder name of the running test's own.
+inline std::string testFolder() {
+    const testing::TestInfo* test = testing::UnitTest::GetInstance()->current_test_info();
+    std::string name = std::string(test->test_suite_name()) + "-" + test->name();
+    std::replace(name.begin(), name.end(), '/', '-');
+    return testing::TempDir() + "vex-" + name;
+}
+
+// The rows of a table in tests/data, but for its comments.
+inline std::vector<std::istringstream> tableRows(const std::string& name) {
+    std::ifstream file(std::string(TEST_DATA) + "/" + name);
+    std::vector<std::istringstream> rows;
+    for (std::string line; std::getline(file, line);) {
+        if (line[0] != '#') { rows.emplace_back(line); }
+    }
+    EXPECT_FALSE(rows.empty()) << name;
+    return rows;
+}
