@@ -113,7 +113,9 @@ struct Grid : Frame {
     int y(int row) const { return value(row); }
     int cb(int x) const { return value(x / 2 / steps); }
     int cr(int x) const { return value(x / 2 % steps); }
-    size_t at(int x, int row) const { return static_cast<size_t>(row * width + x); }
+    size_t at(int x, int row) const {
+        return static_cast<size_t>(row) * static_cast<size_t>(width) + static_cast<size_t>(x);
+    }
 
     int steps;
 };

@@ -14,8 +14,8 @@ namespace {
 
 // One line of /proc/self/maps.
 struct MapsLine {
-    uint64_t start;
-    uint64_t end;
+    void* start;
+    void* end;
     char access[5];  // "rw-s"
     uint64_t offset;
     unsigned major;
@@ -26,8 +26,8 @@ struct MapsLine {
 bool holds(const MapsLine& line, const BufferId& buffer, bool writable) {
     return line.inode == buffer.inode && line.major == major(buffer.device) &&
            line.minor == minor(buffer.device) && line.offset == 0 &&
-           line.end - line.start >= static_cast<uint64_t>(buffer.size) && line.access[0] == 'r' &&
-           (line.access[1] == 'w' || !writable) && line.access[3] == 's';
+           static_cast<uint8_t*>(line.end) - static_cast<uint8_t*>(line.start) >= buffer.size &&
+           line.access[0] == 'r' && (line.access[1] == 'w' || !writable) && line.access[3] == 's';
 }
 
 uint8_t* findMapping(const BufferId& buffer, bool writable) {
@@ -45,10 +45,10 @@ uint8_t* findMapping(const BufferId& buffer, bool writable) {
         MapsLine line = {};
         // NOLINTNEXTLINE(cert-err34-c): the kernel's numbers fit
         const int fields =
-            sscanf(text, "%" SCNx64 "-%" SCNx64 " %4s %" SCNx64 " %x:%x %" SCNu64, &line.start,
-                   &line.end, line.access, &line.offset, &line.major, &line.minor, &line.inode);
+            sscanf(text, "%p-%p %4s %" SCNx64 " %x:%x %" SCNu64, &line.start, &line.end,
+                   line.access, &line.offset, &line.major, &line.minor, &line.inode);
         if (fields == 7 && holds(line, buffer, writable)) {
-            found = reinterpret_cast<uint8_t*>(line.start);
+            found = static_cast<uint8_t*>(line.start);
         }
     }
     fclose(maps);
