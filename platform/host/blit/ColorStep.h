@@ -12,7 +12,7 @@ namespace host {
 // out[k] = (m[k][0] * y + m[k][1] * cb + m[k][2] * cr + offset[k]) >> SHIFT, kept to the range of
 // the output's samples. Samples are plain integers of the source's and the output's depth.
 struct ColorStep {
-    static constexpr int SHIFT = 19;
+    static constexpr int SHIFT = 20;  // sums then stay below 2^31 for 10-bit extremes
     int32_t m[3][3];
     int32_t offset[3];  // holds the half that rounds
 };
