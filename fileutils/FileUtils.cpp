@@ -106,9 +106,9 @@ int FileUtils::writeToFile(std::string path, const unsigned char* buffer, int si
 
 int FileUtils::writeToPNG(std::string path, int width, int height, const unsigned char* pixels,
                           int components) {
-    // The encoder counts its working memory in ints, the rows with a filter byte each.
+    // The encoder counts in ints, the rows with a filter byte each, and doubles what it grows.
     if (width <= 0 || height <= 0 || components <= 0 ||
-        (int64_t{width} * components + 1) * height > INT_MAX / 2) {
+        (int64_t{width} * components + 1) * height > INT_MAX / 4) {
         return 0;
     }
     return stbi_write_png(path.c_str(), width, height, components, pixels, 0);

@@ -12,11 +12,7 @@ class CommandLine : public ToolTest {
         return text.substr(0, help);
     }
 
-    const std::string mHelp = [] {
-        std::ostringstream text;
-        text << std::ifstream(std::string(TEST_DATA) + "/help.txt").rdbuf();
-        return text.str();
-    }();
+    const std::string mHelp = readFile(std::string(TEST_DATA) + "/help.txt");
 };
 
 // Tables, a case a line.

@@ -12,14 +12,7 @@ const std::string MODE = "Convert with arguments parsed from config file\n";
 const std::string ALL_FORMATS = "VEX_HOST_BOARD_PLATFORM=vx2415";
 
 // A rule in full; keys are changed by replacing text.
-std::string ruleText() {
-    return R"json([{"Name": "n", "Description": "d", "Pattern": "w(\\d+)?h(\\d+)?_(\\w*)",
-"WidthIndex": 1, "HeightIndex": 2, "ColorFormatIndex": 3, "SeparateStringIndex": -1,
-"DefaultWidth": 8, "DefaultHeight": 4, "DefaultWidthAlignment": 2, "DefaultHeightAlignment": 2,
-"DefaultColorFormat": "NV12", "ColorFormatPair": [
-{"FormatStr": "a", "ColorFormat": "YV12", "WidthAlignment": 16, "HeightAlignment": 2,
-"Separate": false}]}])json";
-}
+std::string ruleText() { return readFile(std::string(TEST_DATA) + "/rule.json"); }
 
 std::string replaced(std::string text, const std::string& what, const std::string& with) {
     const size_t at = text.find(what);

@@ -27,3 +27,9 @@ inline std::vector<std::istringstream> tableRows(const std::string& name) {
     EXPECT_FALSE(rows.empty()) << name;
     return rows;
 }
+
+inline std::string readFile(const std::string& path) {
+    std::ostringstream text;
+    text << std::ifstream(path, std::ios::binary).rdbuf();
+    return text.str();
+}

@@ -43,11 +43,7 @@ class ToolTest : public testing::Test {
     }
     ToolResult makeDump(const std::vector<std::string>& arguments) const { return run(MAKE_DUMP, arguments); }
 
-    std::string read(const std::string& name) const {
-        std::ostringstream text;
-        text << std::ifstream(mFolder + "/" + name, std::ios::binary).rdbuf();
-        return text.str();
-    }
+    std::string read(const std::string& name) const { return readFile(mFolder + "/" + name); }
     void write(const std::string& name, const std::string& text) const {
         std::ofstream(mFolder + "/" + name, std::ios::binary) << text;
     }
