@@ -86,8 +86,8 @@ int BlitJob::check(const char* name, const JobSide& side, Frame& frame) {
         return -EBADF;
     }
     frame.buffer = {side.fd, status.st_dev, status.st_ino, status.st_size};
-    // Every product below then fits 64 bits, and every row an int.
-    constexpr int MAX_WIDTH = INT_MAX / 8;
+    // Rows of working memory stay small, and every product below fits 64 bits.
+    constexpr int MAX_WIDTH = 1 << 20;
     if (side.width <= 0 || side.height <= 0 || side.width > MAX_WIDTH) {
         LOG(ERROR, "%s: bad size %d x %d\n", name, side.width, side.height);
         return -EINVAL;
@@ -105,7 +105,7 @@ int BlitJob::check(const char* name, const JobSide& side, Frame& frame) {
         return -EINVAL;
     }
     const int64_t total = int64_t{side.sizes[0]} + side.sizes[1] + side.sizes[2];
-    if (total > frame.buffer.size) {
+    if (total > std::min<int64_t>(frame.buffer.size, INT_MAX)) {
         LOG(ERROR, "%s: planes of %lld bytes in a buffer of %lld\n", name,
             static_cast<long long>(total), static_cast<long long>(frame.buffer.size));
         return -EINVAL;
