@@ -3,6 +3,7 @@
 #include <libyuv/planar_functions.h>
 
 #include <cstring>
+#include <utility>
 
 #include "Kernel.h"
 
@@ -51,22 +52,14 @@ KERNEL void unpackByteBlocks(const PlaneLayout& plane, ConstRows from, int sampl
 using Bytes = uint8_t __attribute__((vector_size(16)));
 using Words = uint16_t __attribute__((vector_size(16)));
 
-// The two bytes that hold each of eight packed samples, as words, and the factors that shift the
-// samples' highest bits to the words' top. The samples start at byte START of the vector.
-template <int BITS, int START>
-KERNEL_PART Words spread(Bytes packed);
+// The two bytes that hold each of eight packed samples, as words. The samples start at byte START.
+template <int BITS, int START, size_t... BYTE>
+KERNEL_PART Words spread(Bytes packed, std::index_sequence<BYTE...> /*of the words*/) {
+    return reinterpret_cast<Words>(__builtin_shufflevector(
+        packed, packed, (START + static_cast<int>(BYTE) / 2 * BITS / 8 + BYTE % 2)...));
+}
 
-#define SPREAD(bits, start, ...)                                                              \
-    template <>                                                                               \
-    KERNEL_PART Words spread<bits, start>(Bytes packed) {                                     \
-        return reinterpret_cast<Words>(__builtin_shufflevector(packed, packed, __VA_ARGS__)); \
-    }
-SPREAD(10, 0, 0, 1, 1, 2, 2, 3, 3, 4, 5, 6, 6, 7, 7, 8, 8, 9)
-SPREAD(10, 6, 6, 7, 7, 8, 8, 9, 9, 10, 11, 12, 12, 13, 13, 14, 14, 15)
-SPREAD(12, 0, 0, 1, 1, 2, 3, 4, 4, 5, 6, 7, 7, 8, 9, 10, 10, 11)
-SPREAD(12, 4, 4, 5, 5, 6, 7, 8, 8, 9, 10, 11, 11, 12, 13, 14, 14, 15)
-#undef SPREAD
-
+// What shifts the samples' highest bits to the words' top.
 template <int BITS>
 constexpr Words FACTORS = {64, 16, 4, 1, 64, 16, 4, 1};
 template <>
@@ -77,12 +70,13 @@ constexpr Words FACTORS<12> = {16, 1, 16, 1, 16, 1, 16, 1};
 template <int BITS>
 KERNEL_PART void unpackSixteen(const uint8_t* in, uint8_t* first, uint8_t* second) {
     constexpr uint16_t TOP_TEN = 0xFFC0;
+    constexpr std::make_index_sequence<16> ALL;
     Bytes low;
     Bytes high;
     memcpy(&low, in, sizeof low);
     memcpy(&high, in + 2 * BITS - sizeof high, sizeof high);
-    const Words lowWords = spread<BITS, 0>(low) * FACTORS<BITS> & TOP_TEN;
-    const Words highWords = spread<BITS, 16 - BITS>(high) * FACTORS<BITS> & TOP_TEN;
+    const Words lowWords = spread<BITS, 0>(low, ALL) * FACTORS<BITS> & TOP_TEN;
+    const Words highWords = spread<BITS, 16 - BITS>(high, ALL) * FACTORS<BITS> & TOP_TEN;
     memcpy(first, &lowWords, sizeof lowWords);
     memcpy(second, &highWords, sizeof highWords);
 }
