@@ -111,25 +111,17 @@ TEST(Geometry, FramesThatLeaveTheRangeAreRefused) {
 }
 
 TEST(Platform, FormatsOfBoards) {
-    // A character a value from 0 to 18: y where the board reads the format.
-    const std::pair<const char*, const char*> cases[] = {
-        {nullptr, "yyyynnyyyynnyyyynny"}, {"", "yyyynnyyyynnyyyynny"}, {"vx2415", "yyyyyyyyyyyyyyyyyyy"},
-        {"vx2410", "yyyyyyyyyyyyyyyynny"}, {"vx2365", "yyyyyyyyyyyyyyyynny"}, {"vx2340", "yyyyyyyyyyyyyyyynny"},
-        {"vx2355", "yyyyyyyyyyyyyyyynny"}, {"vx2360", "yyyyyyyyyynnyyyynny"}, {"vx2350", "yyyyyyyyyynnyyyynny"},
-        {"vx2335", "yyyyyyyyyynnyyyynny"}, {"vx2330", "yyyyyyyyyynnyyyynny"}, {"vx2320", "yyyyyyyyyynnyyyynny"},
-        {"vx2215", "yyyynnyyyynnyynnnny"}, {"vx2210", "yyyynnyyyynnyynnnny"}, {"vx2105", "yyynnnynyynnyynnnny"},
-        {"VX2415", "yyyynnyyyynnyyyynny"}, {"vx2415 ", "yyyynnyyyynnyyyynny"}};
-    for (const auto& [board, supported] : cases) {
-        unsetenv("VEX_HOST_BOARD_PLATFORM");
-        if (board != nullptr) {
-            setenv("VEX_HOST_BOARD_PLATFORM", board, 1);
-        }
+    for (std::istringstream& row : tableRows("boards.txt")) {
+        std::string supported, board;
+        std::getline(row, supported, '|');
+        std::getline(row, board);
+        setenv("VEX_HOST_BOARD_PLATFORM", board.c_str(), 1);
         std::string answers;
         for (int value = 0; value <= 18; ++value) {
             const auto format = static_cast<C::ColorFormat>(value);
             answers += C::checkPlatformSupport(format) ? 'y' : 'n';
         }
-        EXPECT_EQ(answers, supported) << (board == nullptr ? "unset" : board);
+        EXPECT_EQ(answers, supported) << board;
     }
     unsetenv("VEX_HOST_BOARD_PLATFORM");
 }

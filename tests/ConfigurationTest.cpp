@@ -144,27 +144,22 @@ TEST_F(Configuration, DocumentsThatCannotBeLoadedAreLoggedAndTriedAgain) {
         {replaced(rule, "}]}]", "}]}, {}]"), "rule 2, key \"Name\" is missing"},
     };
     write("in/w8h4_", "x");
+    const std::string load = "Config file path: rules.json\n";
+    const std::string error = "Error: failed to parse config file\n";
+    const std::string fail = "Error: failed to match: in/w8h4_\n" + SKIP + "in/w8h4_\n";
     for (const auto& c : cases) {
         write("rules.json", c.text);
-        const std::string load =
-            "Config file path: rules.json\nError: failed to parse config file\n";
-        const std::string fail = "Error: failed to match: in/w8h4_\n" + SKIP + "in/w8h4_\n";
         EXPECT_EQ(convert({"in/w8h4_", "in/w8h4_", "-crules.json"}),
-                  "Output folder path: in\n" + load + MODE + fail + load + fail);
+                  "Output folder path: in\n" + load + error + MODE + fail + load + error + fail);
         EXPECT_EQ(takeLog(), log + c.logged + "\n" + log + c.logged + "\n");
     }
-    for (const std::string path : {"missing", "in"}) {
-        convert({"in/w8h4_", "-c", path}, "ASAN_OPTIONS=allocator_may_return_null=1");
-        const std::string text = takeLog();
-        EXPECT_EQ(text.find(log + (path == "in" ? "Failed to read file: in, fileSize: "
-                                                : "Failed to open file: missing, errno: 2, ")),
-                  0U)
-            << text;
-    }
+    convert({"in/w8h4_", "-c", "missing"});
+    convert({"in/w8h4_", "-c", "in"}, "ASAN_OPTIONS=allocator_may_return_null=1");
+    const std::string text = takeLog();
+    EXPECT_EQ(text.find(log + "Failed to open file: missing, errno: 2, No such file or directory\n"), 0U);
+    EXPECT_NE(text.find(log + "Failed to read file: in, fileSize: "), std::string::npos);
     // No rules are no failure, but are looked for again.
     write("rules.json", "[]");
-    const std::string load = "Config file path: rules.json\n";
-    const std::string fail = "Error: failed to match: in/w8h4_\n" + SKIP + "in/w8h4_\n";
     EXPECT_EQ(convert({"in/w8h4_", "in/w8h4_", "-crules.json"}),
               "Output folder path: in\n" + load + MODE + fail + load + fail);
     EXPECT_EQ(takeLog(), "");

@@ -120,6 +120,12 @@ struct Grid : Frame {
     int steps;
 };
 
+// Calls f(x, row) for every pixel.
+template <typename F>
+void forEachPixel(const Frame& frame, F f) {
+    for (int i = 0; i < frame.width * frame.height; ++i) { f(i % frame.width, i / frame.width); }
+}
+
 double kept(double value, double top) { return std::min(std::max(value, 0.0), top); }
 
 class EngineColor : public testing::TestWithParam<C::ColorFormat> {
@@ -134,18 +140,16 @@ TEST_P(EngineColor, EverySpaceToRgbaIsExactToTheRounding) {
         ASSERT_EQ(convert(grid, space, picture, 0), 0);
         double worst = 0;
         size_t unequal = 0;
-        for (int row = 0; row < grid.height; ++row) {
-            for (int x = 0; x < grid.width; ++x) {
-                const Rgb c = decode(SPACES[space], bits(), grid.y(row), grid.cb(x), grid.cr(x));
-                const double exact[] = {c.r * 255, c.g * 255, c.b * 255, 255};
-                for (size_t i = 0; i < 4; ++i) {
-                    const double wanted = kept(exact[i], 255);
-                    const int got = picture.bytes()[grid.at(x, row) * 4 + i];
-                    worst = std::max(worst, std::abs(got - wanted));
-                    unequal += got != std::lround(wanted);
-                }
+        forEachPixel(grid, [&](int x, int row) {
+            const Rgb c = decode(SPACES[space], bits(), grid.y(row), grid.cb(x), grid.cr(x));
+            const double exact[] = {c.r * 255, c.g * 255, c.b * 255, 255};
+            for (size_t i = 0; i < 4; ++i) {
+                const double wanted = kept(exact[i], 255);
+                const int got = picture.bytes()[grid.at(x, row) * 4 + i];
+                worst = std::max(worst, std::abs(got - wanted));
+                unequal += got != std::lround(wanted);
             }
-        }
+        });
         EXPECT_LE(worst, 1) << "space " << space;
         EXPECT_LE(static_cast<double>(unequal), 0.00075 * picture.size) << "space " << space;
     }
@@ -164,17 +168,15 @@ TEST_P(EngineColor, EveryPairOfSpacesIsWithinItsBound) {
             continue;
         }
         double worst = 0;
-        for (int row = 0; row < grid.height; ++row) {
-            for (int x = 0; x < grid.width; ++x) {
-                double exact[3];
-                encode(SPACES[to], bits(), decode(SPACES[from], bits(), grid.y(row), grid.cb(x), grid.cr(x)), exact);
-                const auto check = [&](size_t index, double wanted) {
-                    worst = std::max(worst, std::abs(changed.sample(index) - std::round(kept(wanted, top))));
-                };
-                check(grid.at(x, row), exact[0]);
-                check(grid.at(x, grid.height + row / 2), exact[1 + x % 2]);
-            }
-        }
+        forEachPixel(grid, [&](int x, int row) {
+            double exact[3];
+            encode(SPACES[to], bits(), decode(SPACES[from], bits(), grid.y(row), grid.cb(x), grid.cr(x)), exact);
+            const auto check = [&](size_t index, double wanted) {
+                worst = std::max(worst, std::abs(changed.sample(index) - std::round(kept(wanted, top))));
+            };
+            check(grid.at(x, row), exact[0]);
+            check(grid.at(x, grid.height + row / 2), exact[1 + x % 2]);
+        });
         EXPECT_LE(worst, bits() == 8 ? 1 : 2) << from << " to " << to;
     }
 }

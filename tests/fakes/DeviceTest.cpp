@@ -102,10 +102,10 @@ TEST_F(DeviceTest, ConvertFrameCallsInOrder) {
         EXPECT_EQ(converter.convertFrame(blockToPicture()), 0);
     }
     EXPECT_EQ(joined(mPlatform.calls),
-              "createJob(0, -1) setConfigBegin(42) setSrcBuffer(11, [2048, 1024], -1) "
+              "createJob(0, -1) setConfigBegin(42) setSrcBuffer(11, 2048, 1024, 2, -1) "
               "setSrcConfig(64, 32, 2048, 1024, 13434956, 4, 0, 0, 0, 0) "
-              "setSrcCrop(0, (0, 0, 0, 0, 64, 0, 32, 0)) setDstBuffer(0, 12, [8192], -1) "
-              "setDstConfig(0, 64, 32, 256, 0, 2105378, 0, 0, (0, 0, 0, 0, 64, 0, 32, 0), 0, 0, 0, 0) "
+              "setSrcCrop(0, (0, 0, 64, 32, 0)) setDstBuffer(0, 12, 8192, 0, 1, -1) "
+              "setDstConfig(0, 64, 32, 256, 0, 2105378, 0, 0, (0, 0, 64, 32, 0), 0, 0, 0, 0) "
               "setConfigEnd() invalidate(now) sync_wait(-1) close() ~PxAsyncBlitStream()");
 }
 

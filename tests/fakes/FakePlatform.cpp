@@ -28,15 +28,9 @@ std::string list(Values... values) {
     return text;
 }
 
-std::string sizeList(const unsigned int* sizes, unsigned int count) {
-    std::string text;
-    for (unsigned int i = 0; i < count; ++i) { text += ", " + std::to_string(sizes[i]); }
-    return "[" + text.substr(2) + "]";
-}
-
 std::string rect(const PxRect& r) {
-    return "(" + list(r.left, r.leftCompanion, r.top, r.topCompanion) + ", " +
-           list(r.width, r.widthCompanion, r.height, r.heightCompanion) + ")";
+    const int companions = r.leftCompanion | r.topCompanion | r.widthCompanion | r.heightCompanion;
+    return ", (" + list(r.left, r.top, r.width, r.height, companions) + ")";
 }
 
 // Notes the call: 0, or the status of a failure.
@@ -182,7 +176,7 @@ int Stream::createJob(unsigned int& jobId, int& fence) {
 int Stream::setConfigBegin(unsigned int jobId) { return result("setConfigBegin", list(jobId)); }
 
 int Stream::setSrcBuffer(int fd, unsigned int* sizes, unsigned int planeCount, int reserved) {
-    return result("setSrcBuffer", list(fd) + ", " + sizeList(sizes, planeCount) + ", " + list(reserved));
+    return result("setSrcBuffer", list(fd, sizes[0], sizes[1], planeCount, reserved));
 }
 
 int Stream::setSrcConfig(int width, int height, int yPitch, int uvPitch, PX_COLOR_ENUM color, PX_PROFILE_ENUM profile,
@@ -191,20 +185,17 @@ int Stream::setSrcConfig(int width, int height, int yPitch, int uvPitch, PX_COLO
                   list(width, height, yPitch, uvPitch, color, profile, interlace, secure, reservedFlag, reserved));
 }
 
-int Stream::setSrcCrop(unsigned int output, PxRect crop) {
-    return result("setSrcCrop", list(output) + ", " + rect(crop));
-}
+int Stream::setSrcCrop(unsigned int output, PxRect crop) { return result("setSrcCrop", list(output) + rect(crop)); }
 
 int Stream::setDstBuffer(unsigned int output, int fd, unsigned int* sizes, unsigned int planeCount, int reserved) {
-    return result("setDstBuffer", list(output, fd) + ", " + sizeList(sizes, planeCount) + ", " + list(reserved));
+    return result("setDstBuffer", list(output, fd, sizes[0], sizes[1], planeCount, reserved));
 }
 
 int Stream::setDstConfig(unsigned int output, int width, int height, int yPitch, int uvPitch, PX_COLOR_ENUM color,
                          PX_PROFILE_ENUM profile, PxInterlaceFormat interlace, PxRect* target, PxSecure secure,
                          bool reservedFlag, unsigned int reserved, int reservedLast) {
-    const std::string shape = list(output, width, height, yPitch, uvPitch, color, profile, interlace);
-    return result("setDstConfig",
-                  shape + ", " + rect(*target) + ", " + list(secure, reservedFlag, reserved, reservedLast));
+    return result("setDstConfig", list(output, width, height, yPitch, uvPitch, color, profile, interlace) +
+                                      rect(*target) + ", " + list(secure, reservedFlag, reserved, reservedLast));
 }
 
 int Stream::setConfigEnd() { return result("setConfigEnd"); }
