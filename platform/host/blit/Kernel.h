@@ -4,7 +4,7 @@
 // A resolver runs before a sanitizer is ready, so the clones stay out of such builds.
 #if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__) && \
     !defined(__SANITIZE_ADDRESS__)
-#define KERNEL __attribute__((target_clones("avx2", "default")))
+#define KERNEL __attribute__((target_clones("arch=x86-64-v4", "avx2", "default")))
 #else
 #define KERNEL
 #endif
