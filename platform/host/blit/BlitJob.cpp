@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
+#include <string>
 
 #define LOG(level, ...) __android_log_print(ANDROID_LOG_##level, "PxAsyncBlitStream", __VA_ARGS__)
 
@@ -153,8 +154,9 @@ int BlitJob::run(const JobSide& src, const JobSide& dst) {
         mToldStored = true;
         LOG(INFO, "payload is read as stored blocks\n");
     }
-    const BufferMapping srcMapping(from.buffer, false);
-    const BufferMapping dstMapping(to.buffer, true);
+    const std::string maps = readMaps();
+    const BufferMapping srcMapping(maps, from.buffer, false);
+    const BufferMapping dstMapping(maps, to.buffer, true);
     from.data = srcMapping.data();
     to.data = dstMapping.data();
     if (from.data == nullptr || to.data == nullptr) {

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 
 namespace host {
 
@@ -16,12 +17,16 @@ struct BufferId {
     int64_t size;  // bytes
 };
 
+// The process's mappings, as /proc/self/maps lists them.
+std::string readMaps();
+
 // Uses the mapping that the process has of the buffer already, as its owner does that fills or
 // reads it: to map a frame a second time takes about as long as to convert it, and counts its
 // memory twice. Without one the buffer is mapped, until destruction.
 class BufferMapping {
   public:
-    BufferMapping(const BufferId& buffer, bool writable);
+    // maps: from readMaps, not older than the mappings in it.
+    BufferMapping(const std::string& maps, const BufferId& buffer, bool writable);
     ~BufferMapping();
     BufferMapping(const BufferMapping&) = delete;
     BufferMapping& operator=(const BufferMapping&) = delete;
