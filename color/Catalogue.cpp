@@ -95,7 +95,7 @@ void calculateNV12_BLK_10BIT_V(Buffer& buffer) {
     setPlanes(buffer, {up((10 * w) * h / 8, 512), (10 * w) * (h >> 1) / 8}, 40 * w, 20 * w);
 }
 
-// The blit engine is told the planes of a block frame; where the parts lie, partsOf... say.
+// The blit engine is told the planes of a block frame; the part rules say where the parts lie.
 void calculateCPQ(Buffer& buffer) { calculateNV12_BLK(buffer); }
 
 void calculateCPQ_10BIT_V(Buffer& buffer) { calculateNV12_BLK_10BIT_V(buffer); }

@@ -1,6 +1,7 @@
 // What the rest of the tool asks the catalogue: names, output formats, platform support, sizes.
 #include <cutils/properties.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "color/Catalogue.h"
@@ -93,15 +94,15 @@ int ColorConvert::getFrameSize(int width, int height, ColorFormat format) {
     }
     // A separate frame also holds its headers, which the plane rule may leave out.
     if (info.parts != nullptr) {
-        Size end = 0;
+        int end = 0;
         for (const FramePart& part : info.parts(Size(width) * height)) {
             const Size partEnd = part.offset + part.size;
-            end = end.value() > partEnd.value() && partEnd.fits() ? end : partEnd;
-            if (!end.fits()) {
+            if (!partEnd.fits()) {
                 return -1;
             }
+            end = std::max(end, partEnd.value());
         }
-        return end.value();
+        return end;
     }
     ColorConvertBuffer buffer;
     buffer.mWidth = width;

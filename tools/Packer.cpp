@@ -81,9 +81,9 @@ std::vector<uint8_t> packFrame(const PlainFrame& frame, ColorConvert::ColorForma
         static_cast<size_t>(ColorConvert::getFrameSize(width, height, format)));
     for (size_t i = 0; i < static_cast<size_t>(layout.planeCount); ++i) {
         const PlaneLayout& plane = layout.planes[i];
-        const int sampleBytes = isYuv(frame.form) ? bytesOf(frame.form) : 1;
         const Target target = {plane, dump.data() + bodies[i], plane.samples(frame.form, width),
-                               i == 0 ? geometry.mYPitch : geometry.mUVPitch, sampleBytes};
+                               i == 0 ? geometry.mYPitch : geometry.mUVPitch,
+                               sampleBytesOf(frame.form)};
         for (int y = 0; y < plane.lines(height); ++y) {
             for (int x = 0; x < target.samples; ++x) {
                 put(target, x, y, valueAt(frame, plane.role, x, y));

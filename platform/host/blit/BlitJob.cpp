@@ -45,8 +45,7 @@ int BlitJob::checkPlane(const char* name, const JobSide& side, Frame& frame, int
     int64_t wordBytes = 1;
     if (plane.isRows()) {
         const int pitch = index == 0 ? side.yPitch : side.uvPitch;
-        const int64_t rowBytes =
-            isYuv(layout.form) ? int64_t{samples} * bytesOf(layout.form) : int64_t{samples};
+        const int64_t rowBytes = int64_t{samples} * sampleBytesOf(layout.form);
         frame.pitches[i] = pitch;
         bytes = lines == 0 ? 0 : (lines - 1) * frame.pitches[i] + rowBytes;
         wordBytes = bytesOf(layout.form) == 3 ? 1 : bytesOf(layout.form);
@@ -195,8 +194,8 @@ Rows BlitJob::Frame::rows(int plane, int line) const {
 void BlitJob::unpackMain(const Frame& src, int top, int lines, Rows to) {
     const Form form = src.layout->form;
     const PlaneLayout& plane = src.layout->planes[0];
-    unpackPlane(plane, isYuv(form) ? bytesOf(form) : 1, src.rows(0, top),
-                plane.samples(form, src.width), lines, to);
+    unpackPlane(plane, sampleBytesOf(form), src.rows(0, top), plane.samples(form, src.width), lines,
+                to);
 }
 
 void BlitJob::unpackChroma(const Frame& src, int top, int lines, Rows to) {

@@ -19,6 +19,8 @@ constexpr int bytesOf(Form form) {
     return BYTES[static_cast<int>(form)];
 }
 constexpr bool isYuv(Form form) { return form == Form::NV12 || form == Form::P010; }
+// Bytes of what a plane counts as a sample: RGB counts bytes.
+constexpr int sampleBytesOf(Form form) { return isYuv(form) ? bytesOf(form) : 1; }
 constexpr int bitsOf(Form form) { return form == Form::P010 ? 10 : 8; }
 
 enum class Role { RGB, LUMA, CBCR, CB, CR };
