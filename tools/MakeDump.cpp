@@ -32,6 +32,7 @@ constexpr const char* USAGE =
     "  -r, --raw-format FORMAT    of that file: the dump's plain form (NV12, P010, RGB888,\n"
     "                             RGBA8888, RGBA1010102; the default) or RGBA8888\n"
     "      --colorspace SPACE     of YUV made from RGB (BT601_LIMIT)\n"
+    "      --whole                CPQ and Lumo: whole frames in one file, no files of parts\n"
     "      --help                 show this text\n";
 
 struct Options {
@@ -42,6 +43,7 @@ struct Options {
     int width = 0;
     int height = 0;
     int frames = 0;
+    bool whole = false;
     uint32_t profile = PX_PROFILE_BT601_LIMIT;
 };
 
@@ -85,7 +87,8 @@ uint32_t parseColorSpace(const std::string& name) {
 
 Options parseOptions(int argc, char* argv[]) {
     constexpr int COLORSPACE = 1;
-    constexpr int HELP = 2;
+    constexpr int WHOLE = 2;
+    constexpr int HELP = 3;
     constexpr option LONG_OPTIONS[] = {{"format", required_argument, nullptr, 'f'},
                                        {"width", required_argument, nullptr, 'w'},
                                        {"height", required_argument, nullptr, 'h'},
@@ -94,6 +97,7 @@ Options parseOptions(int argc, char* argv[]) {
                                        {"input", required_argument, nullptr, 'i'},
                                        {"raw-format", required_argument, nullptr, 'r'},
                                        {"colorspace", required_argument, nullptr, COLORSPACE},
+                                       {"whole", no_argument, nullptr, WHOLE},
                                        {"help", no_argument, nullptr, HELP},
                                        {nullptr, 0, nullptr, 0}};
     Options options;
@@ -123,6 +127,9 @@ Options parseOptions(int argc, char* argv[]) {
                 break;
             case COLORSPACE:
                 options.profile = parseColorSpace(optarg);
+                break;
+            case WHOLE:
+                options.whole = true;
                 break;
             case HELP:
                 fputs(USAGE, stdout);
@@ -258,12 +265,13 @@ void writeDump(const Options& options) {
         fail("a frame is 2 GiB or more");
     }
     const Source source(options);
-    const Naming naming = findNaming(options.format);
     const auto parts = ColorConvert::getSeparateSize(width, height, options.format);
+    const bool separate = !parts.empty() && !options.whole;
+    const Naming naming = separate == !parts.empty() ? findNaming(options.format) : Naming{};
     const std::string path = stemOf(options, naming, 0) + ".yuv";
     for (int i = 0; i < source.frames(); ++i) {
         const std::vector<uint8_t> dump = packFrame(source.frame(i), options.format, width, height);
-        if (!parts.empty()) {
+        if (separate) {
             const std::string* const endings[] = {&naming.pair->yBody, &naming.pair->yHeader,
                                                   &naming.pair->cBody, &naming.pair->cHeader};
             for (size_t part = 0; part < parts.size(); ++part) {
@@ -276,7 +284,12 @@ void writeDump(const Options& options) {
             append(path, dump);
         }
     }
-    if (naming.pair == nullptr) {
+    if (naming.pair == nullptr && !parts.empty()) {
+        fputs(
+            "No built-in rule decodes whole frames of this format; convert them with a rule whose "
+            "pair says \"Separate\": false\n",
+            stderr);
+    } else if (naming.pair == nullptr) {
         fprintf(stderr, "No built-in rule decodes this format; convert it with -w %d -h %d -f %s\n",
                 options.width, options.height, colorFormatInfo(options.format).name);
     }
