@@ -25,54 +25,62 @@ ColorStep fixedPoint(const Affine& affine) {
     return step;
 }
 
-// Plain samples and their integers.
-KERNEL_PART int32_t load(uint8_t sample) { return sample; }
-KERNEL_PART int32_t load(uint16_t sample) { return sample >> 6; }
-KERNEL_PART void store(int32_t value, uint8_t& sample) { sample = static_cast<uint8_t>(value); }
-KERNEL_PART void store(int32_t value, uint16_t& sample) {
-    sample = static_cast<uint16_t>(value << 6);
-}
-template <typename Sample>
-constexpr int32_t MAX = sizeof(Sample) == 1 ? 255 : 1023;
-
 KERNEL_PART int32_t finish(int32_t sum, int32_t max) {
     const int32_t value = sum >> ColorStep::SHIFT;
     const int32_t low = value < 0 ? 0 : value;
     return low > max ? max : low;
 }
 
-// A Cb, Cr pair as it lies in memory: one word, so that a loop need not part the two.
+// Two neighbors of a row, luma of two pixels or Cb and Cr, are taken and put as one word of 32-bit
+// arithmetic: vectors then need no shuffles, and the term of a chroma pair meets both its pixels.
 template <typename Sample>
 struct PairOf;
 template <>
 struct PairOf<uint8_t> {
     using Word = uint16_t;
-    static constexpr int BITS = 8;
+    static constexpr int32_t MAX = 255;
+    KERNEL_PART static int32_t first(uint32_t word) { return static_cast<int32_t>(word & 0xFF); }
+    KERNEL_PART static int32_t second(uint32_t word) { return static_cast<int32_t>(word >> 8); }
+    KERNEL_PART static Word join(int32_t first, int32_t second) {
+        return static_cast<Word>(first | second << 8);
+    }
 };
 template <>
 struct PairOf<uint16_t> {
     using Word = uint32_t;
-    static constexpr int BITS = 16;
+    static constexpr int32_t MAX = 1023;
+    KERNEL_PART static int32_t first(uint32_t word) {
+        return static_cast<int32_t>((word & 0xFFFF) >> 6);
+    }
+    KERNEL_PART static int32_t second(uint32_t word) { return static_cast<int32_t>(word >> 22); }
+    KERNEL_PART static Word join(int32_t first, int32_t second) {
+        return static_cast<Word>(first) << 6 | static_cast<Word>(second) << 22;
+    }
 };
-template <typename Sample>
-using Pair = typename PairOf<Sample>::Word;
 
 template <typename Sample>
-KERNEL_PART Pair<Sample> loadPair(const uint8_t* row, int i) {
-    Pair<Sample> pair = 0;
-    memcpy(&pair, row + sizeof pair * static_cast<size_t>(i), sizeof pair);
-    return pair;
+KERNEL_PART uint32_t loadPair(const uint8_t* row, int i) {
+    typename PairOf<Sample>::Word word = 0;
+    memcpy(&word, row + sizeof word * static_cast<size_t>(i), sizeof word);
+    return word;
 }
 template <typename Sample>
-KERNEL_PART int32_t cbOf(Pair<Sample> pair) {
-    return load(static_cast<Sample>(pair));
+KERNEL_PART void storePair(int32_t first, int32_t second, uint8_t* row, int i) {
+    const auto word = PairOf<Sample>::join(first, second);
+    memcpy(row + sizeof word * static_cast<size_t>(i), &word, sizeof word);
 }
+// The first of pair i, which has no second: the sample that an odd width leaves over.
 template <typename Sample>
-KERNEL_PART int32_t crOf(Pair<Sample> pair) {
-    return load(static_cast<Sample>(pair >> PairOf<Sample>::BITS));
+KERNEL_PART int32_t loadHalf(const uint8_t* row, int i) {
+    Sample sample = 0;
+    memcpy(&sample, row + 2 * sizeof sample * static_cast<size_t>(i), sizeof sample);
+    return PairOf<Sample>::first(sample);
 }
 
-// What a row of chroma adds to row k of the step, for every pixel that it covers.
+// Terms of a row; the last of an odd width covers one pixel.
+KERNEL_PART int termsOf(int width) { return width / 2 + width % 2; }
+
+// What a row of chroma adds to row k of the step, a term a pair.
 template <typename Sample>
 KERNEL_PART void chromaTerms(const ColorStep& step, int k, const uint8_t* cbcr, int width,
                              int32_t* __restrict terms) {
@@ -80,43 +88,26 @@ KERNEL_PART void chromaTerms(const ColorStep& step, int k, const uint8_t* cbcr, 
     const int32_t cr = step.m[k][2];
     const int32_t offset = step.offset[k];
     for (int i = 0; i < width / 2; ++i) {
-        const Pair<Sample> pair = loadPair<Sample>(cbcr, i);
-        const int32_t term = cb * cbOf<Sample>(pair) + cr * crOf<Sample>(pair) + offset;
-        terms[2 * i] = term;
-        terms[2 * i + 1] = term;
-    }
-}
-
-// The column of an odd width beyond the last pair is covered by that pair.
-void coverLastColumn(int width, int32_t* terms) {
-    if (width % 2 != 0 && width > 1) {
-        terms[width - 1] = terms[width - 2];
+        const uint32_t pair = loadPair<Sample>(cbcr, i);
+        terms[i] = cb * PairOf<Sample>::first(pair) + cr * PairOf<Sample>::second(pair) + offset;
     }
 }
 
 template <typename Sample>
-KERNEL_PART void rgbaRow(const ColorStep& step, const Sample* luma, int width,
-                         const int32_t* __restrict terms, uint32_t* __restrict out) {
-    const int32_t red = step.m[0][0];
-    const int32_t green = step.m[1][0];
-    const int32_t blue = step.m[2][0];
-    const int32_t* greenTerms = terms + width;
-    const int32_t* blueTerms = greenTerms + width;
-    for (int i = 0; i < width; ++i) {
-        const int32_t y = load(luma[i]);
-        const int32_t r = finish(red * y + terms[i], 255);
-        const int32_t g = finish(green * y + greenTerms[i], 255);
-        const int32_t b = finish(blue * y + blueTerms[i], 255);
-        out[i] = static_cast<uint32_t>(r | g << 8 | b << 16) | 0xFF000000U;
-    }
-}
-
-template <typename Sample>
-KERNEL_PART void lumaRow(const ColorStep& step, const Sample* luma, int width,
-                         const int32_t* __restrict terms, Sample* __restrict out) {
+KERNEL_PART void lumaRow(const ColorStep& step, const uint8_t* luma, int width,
+                         const int32_t* __restrict terms, uint8_t* __restrict out) {
     const int32_t factor = step.m[0][0];
-    for (int i = 0; i < width; ++i) {
-        store(finish(factor * load(luma[i]) + terms[i], MAX<Sample>), out[i]);
+    constexpr int32_t MAX = PairOf<Sample>::MAX;
+    const int pairs = width / 2;
+    for (int i = 0; i < pairs; ++i) {
+        const uint32_t pair = loadPair<Sample>(luma, i);
+        storePair<Sample>(finish(factor * PairOf<Sample>::first(pair) + terms[i], MAX),
+                          finish(factor * PairOf<Sample>::second(pair) + terms[i], MAX), out, i);
+    }
+    if (width % 2 != 0) {
+        const auto last = static_cast<Sample>(PairOf<Sample>::join(
+            finish(factor * loadHalf<Sample>(luma, pairs) + terms[pairs], MAX), 0));
+        memcpy(out + 2 * sizeof last * static_cast<size_t>(pairs), &last, sizeof last);
     }
 }
 
@@ -129,17 +120,47 @@ KERNEL_PART void chromaRow(const ColorStep& step, const uint8_t* cbcr, int width
     const int32_t crCr = step.m[2][2];
     const int32_t cbOffset = step.offset[1];
     const int32_t crOffset = step.offset[2];
+    constexpr int32_t MAX = PairOf<Sample>::MAX;
     for (int i = 0; i < width / 2; ++i) {
-        const Pair<Sample> pair = loadPair<Sample>(cbcr, i);
-        const int32_t cb = cbOf<Sample>(pair);
-        const int32_t cr = crOf<Sample>(pair);
-        Sample newCb = 0;
-        Sample newCr = 0;
-        store(finish(cbCb * cb + cbCr * cr + cbOffset, MAX<Sample>), newCb);
-        store(finish(crCb * cb + crCr * cr + crOffset, MAX<Sample>), newCr);
-        const auto result =
-            static_cast<Pair<Sample>>(newCb | static_cast<uint32_t>(newCr) << PairOf<Sample>::BITS);
-        memcpy(out + sizeof result * static_cast<size_t>(i), &result, sizeof result);
+        const uint32_t pair = loadPair<Sample>(cbcr, i);
+        const int32_t cb = PairOf<Sample>::first(pair);
+        const int32_t cr = PairOf<Sample>::second(pair);
+        storePair<Sample>(finish(cbCb * cb + cbCr * cr + cbOffset, MAX),
+                          finish(crCb * cb + crCr * cr + crOffset, MAX), out, i);
+    }
+}
+
+// The factors of luma in the rows of a step to RGB.
+struct LumaFactors {
+    int32_t red;
+    int32_t green;
+    int32_t blue;
+};
+
+KERNEL_PART uint32_t rgbaPixel(const LumaFactors& factors, int32_t y, int32_t redTerm,
+                               int32_t greenTerm, int32_t blueTerm) {
+    const int32_t r = finish(factors.red * y + redTerm, 255);
+    const int32_t g = finish(factors.green * y + greenTerm, 255);
+    const int32_t b = finish(factors.blue * y + blueTerm, 255);
+    return static_cast<uint32_t>(r | g << 8 | b << 16) | 0xFF000000U;
+}
+
+template <typename Sample>
+KERNEL_PART void rgbaRow(const ColorStep& step, const uint8_t* luma, int width,
+                         const int32_t* __restrict red, uint32_t* __restrict out) {
+    const LumaFactors factors = {step.m[0][0], step.m[1][0], step.m[2][0]};
+    const int32_t* green = red + termsOf(width);
+    const int32_t* blue = green + termsOf(width);
+    const int pairs = width / 2;
+    for (int i = 0; i < pairs; ++i) {
+        const uint32_t pair = loadPair<Sample>(luma, i);
+        out[2 * i] = rgbaPixel(factors, PairOf<Sample>::first(pair), red[i], green[i], blue[i]);
+        out[2 * i + 1] =
+            rgbaPixel(factors, PairOf<Sample>::second(pair), red[i], green[i], blue[i]);
+    }
+    if (width % 2 != 0) {
+        out[width - 1] = rgbaPixel(factors, loadHalf<Sample>(luma, pairs), red[pairs], green[pairs],
+                                   blue[pairs]);
     }
 }
 
@@ -149,21 +170,21 @@ KERNEL void terms8(const ColorStep& step, int k, const uint8_t* cbcr, int width,
 KERNEL void terms10(const ColorStep& step, int k, const uint8_t* cbcr, int width, int32_t* terms) {
     chromaTerms<uint16_t>(step, k, cbcr, width, terms);
 }
-KERNEL void rgbaRow8(const ColorStep& step, const void* luma, int width, const int32_t* terms,
-                     void* out) {
-    rgbaRow(step, static_cast<const uint8_t*>(luma), width, terms, static_cast<uint32_t*>(out));
+KERNEL void rgbaRow8(const ColorStep& step, const uint8_t* luma, int width, const int32_t* terms,
+                     uint8_t* out) {
+    rgbaRow<uint8_t>(step, luma, width, terms, reinterpret_cast<uint32_t*>(out));
 }
-KERNEL void rgbaRow10(const ColorStep& step, const void* luma, int width, const int32_t* terms,
-                      void* out) {
-    rgbaRow(step, static_cast<const uint16_t*>(luma), width, terms, static_cast<uint32_t*>(out));
+KERNEL void rgbaRow10(const ColorStep& step, const uint8_t* luma, int width, const int32_t* terms,
+                      uint8_t* out) {
+    rgbaRow<uint16_t>(step, luma, width, terms, reinterpret_cast<uint32_t*>(out));
 }
-KERNEL void lumaRow8(const ColorStep& step, const void* luma, int width, const int32_t* terms,
-                     void* out) {
-    lumaRow(step, static_cast<const uint8_t*>(luma), width, terms, static_cast<uint8_t*>(out));
+KERNEL void lumaRow8(const ColorStep& step, const uint8_t* luma, int width, const int32_t* terms,
+                     uint8_t* out) {
+    lumaRow<uint8_t>(step, luma, width, terms, out);
 }
-KERNEL void lumaRow10(const ColorStep& step, const void* luma, int width, const int32_t* terms,
-                      void* out) {
-    lumaRow(step, static_cast<const uint16_t*>(luma), width, terms, static_cast<uint16_t*>(out));
+KERNEL void lumaRow10(const ColorStep& step, const uint8_t* luma, int width, const int32_t* terms,
+                      uint8_t* out) {
+    lumaRow<uint16_t>(step, luma, width, terms, out);
 }
 KERNEL void chromaRow8(const ColorStep& step, const uint8_t* cbcr, int width, uint8_t* out) {
     chromaRow<uint8_t>(step, cbcr, width, out);
@@ -175,8 +196,8 @@ KERNEL void chromaRow10(const ColorStep& step, const uint8_t* cbcr, int width, u
 // The row kernels of a YUV form.
 struct RowKernels {
     void (*terms)(const ColorStep&, int, const uint8_t*, int, int32_t*);
-    void (*rgba)(const ColorStep&, const void*, int, const int32_t*, void*);
-    void (*luma)(const ColorStep&, const void*, int, const int32_t*, void*);
+    void (*rgba)(const ColorStep&, const uint8_t*, int, const int32_t*, uint8_t*);
+    void (*luma)(const ColorStep&, const uint8_t*, int, const int32_t*, uint8_t*);
     void (*chroma)(const ColorStep&, const uint8_t*, int, uint8_t*);
 };
 
@@ -192,19 +213,21 @@ template <typename Row>
 void forEachLine(Form form, const ColorStep& step, const Strip& strip, ConstRows chroma,
                  int termRows, int32_t* terms, Row row) {
     const int32_t middle = 1 << (bitsOf(form) - 1);
+    const int count = termsOf(strip.width);
     const bool gray = strip.chromaLines == 0 || strip.width < 2;
     for (int k = 0; gray && k < termRows; ++k) {
-        std::fill_n(terms + k * strip.width, strip.width,
+        std::fill_n(terms + k * count, count,
                     (step.m[k][1] + step.m[k][2]) * middle + step.offset[k]);
     }
     for (int line = 0; line < strip.lines; ++line) {
         if (!gray && line % 2 == 0) {
             const int chromaLine = std::min(line / 2, strip.chromaLines - 1);
             for (int k = 0; k < termRows; ++k) {
-                int32_t* rowTerms = terms + k * strip.width;
+                int32_t* rowTerms = terms + k * count;
                 kernelsOf(form).terms(step, k, chroma.data + chromaLine * chroma.pitch, strip.width,
                                       rowTerms);
-                coverLastColumn(strip.width, rowTerms);
+                // An odd width's last column is covered by the last pair.
+                rowTerms[count - 1] = rowTerms[strip.width / 2 - 1];
             }
         }
         row(line);
