@@ -2,8 +2,11 @@
 #include "fileutils/FileUtils.h"
 
 #include <stb_image.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <memory>
 
 #include "ToolRun.h"
 #include "memory/DmabufMemory.h"
@@ -120,21 +123,43 @@ size_t openDescriptors() {
     return static_cast<size_t>(std::distance(begin(all), end(all)));
 }
 
-TEST(HostMemory, BuffersShareTheirBytesAndLeakNoDescriptor) {
-    const size_t before = openDescriptors();
-    {
-        IonMemory ion(5000, -1);
-        IonMemory imported(5000, ion.getFd());
-        DmabufMemory dmabuf(5000, ion.getFd());
-        DmabufMemory fresh(5000, -1);
+TEST(HostMemory, BuffersShareTheirBytesStartZeroedAndLeakNoDescriptor) {
+    size_t before = 0;
+    for (const int size : {5000, 5000, 6000, 6000}) {
+        IonMemory ion(size, -1);
+        IonMemory imported(size, ion.getFd());
+        DmabufMemory dmabuf(size, ion.getFd());
+        DmabufMemory fresh(size, -1);
         ASSERT_NE(ion.data(), nullptr);
-        ion.data()[4999] = 77;
-        EXPECT_EQ(imported.data()[4999], 77);
-        EXPECT_EQ(dmabuf.data()[4999], 77);
-        EXPECT_EQ(fresh.data()[4999], 0);
+        EXPECT_EQ(ion.data()[size - 1] + fresh.data()[size - 1], 0);
+        ion.data()[size - 1] = 77;
+        EXPECT_EQ(imported.data()[size - 1], 77);
+        EXPECT_EQ(dmabuf.data()[size - 1], 77);
+        EXPECT_EQ(fresh.data()[size - 1], 0);
+        fresh.data()[size - 1] = 1;
         EXPECT_NE(imported.getFd(), ion.getFd());
+        before = before == 0 ? openDescriptors() : before;
+        EXPECT_EQ(openDescriptors(), before);
     }
-    EXPECT_EQ(openDescriptors(), before);
+}
+
+TEST(HostMemory, BuffersInUseAreNotGivenOutAgain) {
+    auto first = std::make_unique<DmabufMemory>(5000, -1);
+    auto second = std::make_unique<IonMemory>(5000, -1);
+    first->data()[0] = 1;
+    second->data()[0] = 2;
+    // One lives on by a descriptor, one by a mapping.
+    const int duplicate = dup(first->getFd());
+    auto* mapping = static_cast<uint8_t*>(mmap(nullptr, 5000, PROT_READ, MAP_SHARED, second->getFd(), 0));
+    first.reset();
+    second.reset();
+    DmabufMemory third(5000, -1);
+    IonMemory fourth(5000, -1);
+    EXPECT_EQ(third.data()[0] + fourth.data()[0], 0);
+    EXPECT_EQ(DmabufMemory(5000, duplicate).data()[0], 1);
+    EXPECT_EQ(mapping[0], 2);
+    munmap(mapping, 5000);
+    close(duplicate);
 }
 
 }  // namespace

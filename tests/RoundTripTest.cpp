@@ -25,8 +25,8 @@ class RoundTrip : public ToolTest, public testing::WithParamInterface<int> {
         return bytes;
     }
 
-    // Dumps the frames of the file "raw" and converts the dump.
-    void dumpAndConvert(int width, int height, const std::string& environment) const {
+    // Dumps the frames of the file "raw", as whole frames or as the format is stored, and converts the dump.
+    void dumpAndConvert(int width, int height, const std::string& environment, bool whole) const {
         for (const char* folder : {"/in", "/out"}) {
             std::filesystem::remove_all(mFolder + folder);
             std::filesystem::create_directory(mFolder + folder);
@@ -35,11 +35,16 @@ class RoundTrip : public ToolTest, public testing::WithParamInterface<int> {
         const std::vector<std::string> size = {"-f", name, "-w", std::to_string(width), "-h", std::to_string(height)};
         std::vector<std::string> arguments = {"-i", "raw", "-o", "in"};
         arguments.insert(arguments.end(), size.begin(), size.end());
+        if (whole) { arguments.emplace_back("--whole"); }
         const ToolResult made = makeDump(arguments);
         ASSERT_EQ(made.status, 0) << made.err;
         // No built-in rule has a code for some formats; make-dump says how to convert them.
         arguments = {"-i", "in", "-o", "out"};
-        if (!made.err.empty()) { arguments.insert(arguments.end(), size.begin(), size.end()); }
+        if (whole) {
+            arguments.insert(arguments.end(), {"-c", std::string(TEST_DATA) + "/whole-frames-rule.json"});
+        } else if (!made.err.empty()) {
+            arguments.insert(arguments.end(), size.begin(), size.end());
+        }
         const ToolResult converted = tool(arguments, "VEX_HOST_BOARD_PLATFORM=vx2415 " + environment);
         EXPECT_EQ(converted.err.find("Error"), std::string::npos) << converted.err;
     }
@@ -53,15 +58,18 @@ TEST_P(RoundTrip, GivesTheRawFramesBack) {
         const std::string frame = randomFrame(w, h);
         const size_t frames = w == 192 ? 2 : 1;
         write("raw", frames == 2 ? frame + frame : frame);
-        for (const char* memory : {"VEX_HOST_ION=0", "VEX_HOST_ION=1"}) {
-            ASSERT_NO_FATAL_FAILURE(dumpAndConvert(w, h, memory));
+        for (const auto& [memory, whole] : {std::pair("VEX_HOST_ION=0", false), std::pair("VEX_HOST_ION=1", false),
+                                            std::pair("VEX_HOST_ION=0", true)}) {
+            if (whole && !separate) { continue; }
+            ASSERT_NO_FATAL_FAILURE(dumpAndConvert(w, h, memory, whole));
+            const size_t outputs = separate && !whole ? frames : 1;
             std::string all;
             for (const auto& [name, size] : files("out")) { all += read("out/" + name); }
             EXPECT_TRUE(all == read("raw")) << w << " x " << h;
-            EXPECT_EQ(files("out").size(), separate ? frames : 1);
+            EXPECT_EQ(files("out").size(), outputs);
             // One entry a stream says that what the device compresses is read as it lies.
             std::string expected = compressed ? "I PxAsyncBlitStream: payload is read as stored blocks\n" : "";
-            EXPECT_EQ(takeLog(), separate && frames == 2 ? expected + expected : expected);
+            EXPECT_EQ(takeLog(), outputs == 2 ? expected + expected : expected);
         }
     }
 }

@@ -2,10 +2,13 @@
 
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <string>
 
 namespace {
 
@@ -24,17 +27,21 @@ int fillWithZeros(int file, size_t size) {
     return 0;
 }
 
-}  // namespace
-
-namespace host {
-
-int duplicateDescriptor(int fd) {
-    // Never a standard stream's number, even when the caller closed that stream.
-    const int copy = fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-    return copy < 0 ? -errno : copy;
+// The same file opened anew: a descriptor that is told apart from all others of the file. Never a
+// standard stream's number, even when the caller closed that stream.
+int reopen(int file) {
+    const std::string path = "/proc/self/fd/" + std::to_string(file);
+    const int opened = open(path.c_str(), O_RDWR | O_CLOEXEC);
+    if (opened < 0 || opened > STDERR_FILENO) {
+        return opened < 0 ? -errno : opened;
+    }
+    const int moved = host::duplicateDescriptor(opened);
+    close(opened);
+    return moved;
 }
 
-int createSharedBuffer(const char* name, size_t size) {
+// A zeroed file of exactly size bytes, or a negated errno.
+int createFile(const char* name, size_t size) {
     const int file = memfd_create(name, MFD_CLOEXEC | MFD_ALLOW_SEALING);
     if (file < 0) {
         return -errno;
@@ -43,13 +50,80 @@ int createSharedBuffer(const char* name, size_t size) {
     if (result == 0 && fcntl(file, F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW) != 0) {
         result = -errno;
     }
-    if (result == 0 && file <= STDERR_FILENO) {
-        result = duplicateDescriptor(file);
-    } else if (result == 0) {
-        return file;
+    if (result == 0) {
+        result = reopen(file);
     }
     close(file);
     return result;
+}
+
+// The buffers made last, as many as a conversion has, for use again: fresh memory takes the system
+// several times as long as clearing what there is, and a set of part files needs two buffers.
+class RecentBuffers {
+  public:
+    RecentBuffers() { mFiles.fill(-1); }
+    RecentBuffers(const RecentBuffers&) = delete;
+    RecentBuffers& operator=(const RecentBuffers&) = delete;
+    ~RecentBuffers() { std::for_each(mFiles.begin(), mFiles.end(), drop); }
+
+    // A file of that size that nobody uses any more, or -1.
+    int findIdle(size_t size) const {
+        const auto* found = std::find_if(mFiles.begin(), mFiles.end(), [size](int file) {
+            struct stat status = {};
+            return file >= 0 && fstat(file, &status) == 0 &&
+                   status.st_size == static_cast<off_t>(size) && isIdle(file);
+        });
+        return found == mFiles.end() ? -1 : *found;
+    }
+
+    // Makes room for one more file, before there is one.
+    void dropOldest() {
+        drop(mFiles.front());
+        std::rotate(mFiles.begin(), mFiles.begin() + 1, mFiles.end());
+        mFiles.back() = -1;
+    }
+
+    // Takes over the file.
+    void keep(int file) { mFiles.back() = file; }
+
+  private:
+    static void drop(int file) {
+        if (file >= 0) {
+            close(file);
+        }
+    }
+
+    // The system grants a lease to write only while nobody else has the file open or mapped.
+    static bool isIdle(int file) {
+        return fcntl(file, F_SETLEASE, F_WRLCK) == 0 && fcntl(file, F_SETLEASE, F_UNLCK) == 0;
+    }
+
+    std::array<int, 2> mFiles;
+};
+
+}  // namespace
+
+namespace host {
+
+int duplicateDescriptor(int fd) {
+    const int copy = fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    return copy < 0 ? -errno : copy;
+}
+
+int createSharedBuffer(const char* name, size_t size) {
+    static RecentBuffers recent;
+    const int idle = recent.findIdle(size);
+    if (idle >= 0) {
+        const int error = fillWithZeros(idle, size);
+        return error == 0 ? reopen(idle) : error;
+    }
+    recent.dropOldest();
+    const int file = createFile(name, size);
+    if (file < 0) {
+        return file;
+    }
+    recent.keep(file);
+    return reopen(file);
 }
 
 }  // namespace host
