@@ -24,15 +24,11 @@ TEST(Catalogue, Names) {
     const std::pair<const char*, int> formats[] = {
         {"NV12", C::NV12}, {"nv12", 0}, {"NV12 ", 0}, {"NV1", 0}, {"", 0}, {"RGB888", C::RGB888},
         {"NV12_Lumo", C::NV12_LUMO}, {"NV12_LUMO", 0}, {"P010_Lumo", C::P010_LUMO}};
-    for (const auto& [name, format] : formats) {
-        EXPECT_EQ(C::getColorFormatFromStr(name), format) << name;
-    }
+    for (const auto& [name, format] : formats) { EXPECT_EQ(C::getColorFormatFromStr(name), format) << name; }
     const std::pair<const char*, int> spaces[] = {
         {"BT601_LIMIT", 0}, {"BT601_FULL", 1}, {"BT709_LIMIT", 2}, {"BT709_FULL", 3}, {"BT2020_LIMIT", 4},
         {"BT2020_FULL", 5}, {"bt709_full", 0}, {"BT709", 0}, {"", 0}};
-    for (const auto& [name, space] : spaces) {
-        EXPECT_EQ(C::getColorSpaceFromStr(name), space) << name;
-    }
+    for (const auto& [name, space] : spaces) { EXPECT_EQ(C::getColorSpaceFromStr(name), space) << name; }
 }
 
 TEST(Catalogue, OutputsByValue) {
@@ -50,15 +46,11 @@ TEST(Geometry, AlignedSizes) {
     const std::tuple<int, int, C::ColorFormat, int, int> cases[] = {
         {1920, 1080, C::NV12_BLK, 1920, 1088}, {1918, 1080, C::YV12, 1920, 1080}, {1, 1, C::NV12_LUMO, 64, 64},
         {1919, 1079, C::RGB888, 1919, 1079}, {1920, 1080, C::UNKNOWN, 0, 0}, {INT32_MAX, 1, C::NV12, -1, 2}};
-    for (const auto& [w, h, format, alignedW, alignedH] : cases) {
-        EXPECT_EQ(C::getDefaultAlignedSize(w, h, format), std::pair(alignedW, alignedH));
-    }
+    for (const auto& [w, h, format, alignedW, alignedH] : cases) { EXPECT_EQ(C::getDefaultAlignedSize(w, h, format), std::pair(alignedW, alignedH)); }
     const std::tuple<int, int, int> roundings[] = {
         {1080, 32, 1088}, {1920, 16, 1920}, {7, 2, 8}, {5, 1, 5}, {5, 0, 0}, {5, -2, -1}, {2, INT32_MIN, -1},
         {INT32_MAX, 2, -1}, {INT32_MAX, INT32_MAX, INT32_MAX}};
-    for (const auto& [value, alignment, result] : roundings) {
-        EXPECT_EQ(C::roundUp(value, alignment), result) << value << ", " << alignment;
-    }
+    for (const auto& [value, alignment, result] : roundings) { EXPECT_EQ(C::roundUp(value, alignment), result) << value << ", " << alignment; }
 }
 
 TEST(Geometry, PlanesPitchesAndFrames) {
@@ -88,17 +80,14 @@ TEST(Geometry, PartLists) {
         for (auto& [size, offset] : parts) { row >> size >> offset; }
         EXPECT_EQ(C::getSeparateSize(w, h, C::getColorFormatFromStr(name)), parts) << row.str();
     }
-    for (const C::ColorFormat format : {C::UNKNOWN, C::NV12, C::NV12_BLK}) {
-        EXPECT_EQ(C::getSeparateSize(64, 64, format), Parts());
-    }
+    for (const C::ColorFormat format : {C::UNKNOWN, C::NV12, C::NV12_BLK}) { EXPECT_EQ(C::getSeparateSize(64, 64, format), Parts()); }
     EXPECT_EQ(C::getSeparateSize(100000, 100000, C::CPQ), Parts());
 }
 
 TEST(Geometry, FramesThatLeaveTheRangeAreRefused) {
     for (int value = 1; value < COLOR_FORMAT_COUNT; ++value) {
         const auto format = static_cast<C::ColorFormat>(value);
-        for (const auto& [w, h] : {std::pair(100000, 100000), std::pair(INT32_MAX, INT32_MAX),
-                                   std::pair(-1, 16), std::pair(16, -1)}) {
+        for (const auto& [w, h] : {std::pair(100000, 100000), std::pair(INT32_MAX, INT32_MAX), std::pair(-1, 16), std::pair(16, -1)}) {
             EXPECT_EQ(C::getFrameSize(w, h, format), -1) << value << ": " << w << " x " << h;
         }
     }
@@ -118,8 +107,7 @@ TEST(Platform, FormatsOfBoards) {
         setenv("VEX_HOST_BOARD_PLATFORM", board.c_str(), 1);
         std::string answers;
         for (int value = 0; value <= 18; ++value) {
-            const auto format = static_cast<C::ColorFormat>(value);
-            answers += C::checkPlatformSupport(format) ? 'y' : 'n';
+            answers += C::checkPlatformSupport(static_cast<C::ColorFormat>(value)) ? 'y' : 'n';
         }
         EXPECT_EQ(answers, supported) << board;
     }

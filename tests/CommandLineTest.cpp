@@ -60,10 +60,7 @@ TEST_F(CommandLine, UnusableParametersEndBeforeAnyFile) {
     const std::string platform = "Error: unsupported input color format on this platform\n";
     const std::string separate = "Error: unsupported separate frame using cmdline arguments\n";
     const std::string end = "Error: failed to get convert config from cmdline arguments\n";
-    const struct {
-        std::vector<std::string> arguments;
-        std::string board, printed;
-    } cases[] = {
+    const std::tuple<std::vector<std::string>, std::string, std::string> cases[] = {
         {{"-o", "x"}, "", "Error: input file or folder path can NOT be NULL\n" + noInput},
         {{"-i", "missing"}, "", noInput},
         {{"-i", "out"}, "", noInput},
@@ -75,10 +72,10 @@ TEST_F(CommandLine, UnusableParametersEndBeforeAnyFile) {
         {{"in/a.yuv", "-w", "64", "-h", "64", "-f", "NV12_Lumo"}, "vx2415", start + separate + end},
         {{"in/a.yuv", "-w", "64", "-h", "64", "-f", "CPQ"}, "vx2105", start + separate + platform + end},
     };
-    for (const auto& c : cases) {
-        const ToolResult result = tool(c.arguments, "VEX_HOST_BOARD_PLATFORM=" + c.board);
+    for (const auto& [arguments, board, printed] : cases) {
+        const ToolResult result = tool(arguments, "VEX_HOST_BOARD_PLATFORM=" + board);
         EXPECT_EQ(result.status, 1);
-        EXPECT_EQ(beforeHelp(result.err), c.printed + "\n");
+        EXPECT_EQ(beforeHelp(result.err), printed + "\n");
     }
     EXPECT_EQ(files("in").size(), 1U);
 }

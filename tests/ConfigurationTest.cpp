@@ -49,9 +49,7 @@ TEST_F(Configuration, BuiltInRulesDecodeNames) {
 
 TEST_F(Configuration, SeparateSetIsConvertedOnceAfterTheFileThatCameFirst) {
     const std::string stem = "in/vdec_output_2_W100H60_F0x7F000010_5_";
-    for (const char* part : {"Y.dat", "Y.len", "C.dat", "C.len"}) {
-        write(stem + part, std::string(128 * 64, part[0]));
-    }
+    for (const char* part : {"Y.dat", "Y.len", "C.dat", "C.len"}) { write(stem + part, std::string(128 * 64, part[0])); }
     EXPECT_EQ(convert({stem + "C.len", stem + "Y.dat", stem + "Y.len", stem + "C.dat", "-oout"}),
               "Output folder path: out\n" + DEFAULT + MODE + "Process: " + stem + "C.len\n");
     EXPECT_EQ(read("out/vdec_output_2_W100H60_F0x7F000010_5_C_converted.nv12"),
@@ -97,27 +95,14 @@ TEST_F(Configuration, RulesAreReadAsCJsonReadsThem) {
 }
 
 TEST_F(Configuration, MatchesThatCannotBeUsedAreReported) {
-    const struct {
-        std::string what, with;  // in the rule
-        std::string name, printed;
-    } cases[] = {
-        {"", "", "w0h0_", "Error: match width <= 0, width: 0\nError: match height <= 0, height: 0\n"},
-        {"Index\": 1", "Index\": 9, \"DefaultWidth\": -3", "w1h4_", "Error: match width <= 0, width: -3\n"},
-        {"YV12", "yv12", "w8h4_a", "Error: unknown match input color format\n"},
-        {"YV12", "P010_Lumo", "w8h4_a", "Error: unsupported match input color format on this platform\n"},
-        {": 16", ": -16", "w8h4_a", "Error: match size 8 x 4 can't be aligned to -16 x 2\n"},
-        {": 16", ": 2000000000", "w2000000001h4_a", "Error: match size 2000000001 x 4 can't be aligned to 2000000000 x 2\n"},
-        {"\"WidthIndex\": 1", "\"WidthIndex\": -1, \"DefaultWidth\": 1e99", "w8h4_", "Error: match size 2147483647 x 4 can't be aligned to 2 x 2\n"},
-        {"", "", "w2147483648h4_", "Error: failed to match: in/w2147483648h4_\n"},
-        {"", "", "wh4_", "Error: failed to match: in/wh4_\n"},
-        {"w(", "w((", "w8h4_", "Error: failed to match: in/w8h4_\n"},
-    };
-    for (const auto& c : cases) {
-        write("rules.json", c.what.empty() ? ruleText() : replaced(ruleText(), c.what, c.with));
-        write("in/" + c.name, "x");
-        EXPECT_EQ(convert({"in/" + c.name, "-c", "rules.json"}, ""),
-                  "Output folder path: in\nConfig file path: rules.json\n" + MODE + c.printed +
-                      SKIP + "in/" + c.name + "\n");
+    for (std::istringstream& row : tableRows("unusable-matches.txt")) {
+        std::string what, with, name, printed;
+        for (std::string* field : {&what, &with, &name, &printed}) { std::getline(row, *field, ';'); }
+        std::replace(printed.begin(), printed.end(), '|', '\n');
+        write("rules.json", replaced(ruleText(), what, with));
+        write("in/" + name, "x");
+        EXPECT_EQ(convert({"in/" + name, "-c", "rules.json"}, ""),
+                  "Output folder path: in\nConfig file path: rules.json\n" + MODE + printed + "\n" + SKIP + "in/" + name + "\n");
     }
     EXPECT_EQ(takeLog().find("E VexConverter-FormatConfig: FormatConfig::match: Failed to use "
                              "pattern: w((\\d+)?h(\\d+)?_(\\w*), "),
@@ -127,9 +112,7 @@ TEST_F(Configuration, MatchesThatCannotBeUsedAreReported) {
 TEST_F(Configuration, DocumentsThatCannotBeLoadedAreLoggedAndTriedAgain) {
     const std::string log = "E VexConverter-FileUtils: parseConfigFile: ";
     const std::string rule = ruleText();
-    const struct {
-        std::string text, logged;
-    } cases[] = {
+    const std::pair<std::string, std::string> cases[] = {
         {"", "Empty config file: rules.json"},
         {" \n", "Failed to parse config file: rules.json"},
         {"[{]", "Failed to parse config file: rules.json"},
@@ -147,11 +130,11 @@ TEST_F(Configuration, DocumentsThatCannotBeLoadedAreLoggedAndTriedAgain) {
     const std::string load = "Config file path: rules.json\n";
     const std::string error = "Error: failed to parse config file\n";
     const std::string fail = "Error: failed to match: in/w8h4_\n" + SKIP + "in/w8h4_\n";
-    for (const auto& c : cases) {
-        write("rules.json", c.text);
+    for (const auto& [document, logged] : cases) {
+        write("rules.json", document);
         EXPECT_EQ(convert({"in/w8h4_", "in/w8h4_", "-crules.json"}),
                   "Output folder path: in\n" + load + error + MODE + fail + load + error + fail);
-        EXPECT_EQ(takeLog(), log + c.logged + "\n" + log + c.logged + "\n");
+        EXPECT_EQ(takeLog(), log + logged + "\n" + log + logged + "\n");
     }
     convert({"in/w8h4_", "-c", "missing"});
     convert({"in/w8h4_", "-c", "in"}, "ASAN_OPTIONS=allocator_may_return_null=1");
@@ -168,19 +151,15 @@ TEST_F(Configuration, DocumentsThatCannotBeLoadedAreLoggedAndTriedAgain) {
 TEST(Match, LongNamesAndHostilePatternsEndWithAResult) {
     const std::string name = "vdec_output_" + std::string(PATH_MAX - 40, 'W') + "W64H32_s_Y.x";
     EXPECT_EQ(searchPattern(name, "vdec_output_.*W(\\d+)H(\\d+)_(.)_(.*)").groups.at(2).length, 2U);
+    using namespace std::string_literals;
     std::string nested = "b";
-    for (int depth = 0; depth < 60; ++depth) {
-        nested = "(" + nested + "*)*";
-    }
+    for (int depth = 0; depth < 60; ++depth) { nested = "(" + nested + "*)*"; }
     for (const std::string& pattern :
-         {std::string("(a+)+$"), std::string("((a)|(b))*c"), std::string(".*.*.*.*x"), nested + "z",
-          std::string("(?:|){4000}z"), std::string("((a{99}){99}){99}"),
-          std::string("[[.].]a{9999}"), std::string(2000, '(') + std::string(2000, ')'),
-          std::string(100000, 'a'), std::string("[\\c](a{99}){99}"),
-          std::string("a{99999999999999999999}")}) {
-        EXPECT_EQ(searchPattern(std::string(PATH_MAX, 'a') + "b", pattern).outcome,
-                  PatternSearch::FAILED)
-            << pattern.substr(0, 40);
+         {"(a+)+$"s, "((a)|(b))*c"s, ".*.*.*.*x"s, nested + "z", "(?:|){4000}z"s, "((a{99}){99}){99}"s, "[[.].]a{9999}"s,
+          std::string(2000, '(') + std::string(2000, ')'), std::string(100000, 'a'), "[\\c](a{99}){99}"s,
+          "a{99999999999999999999}"s}) {
+        const PatternSearch search = searchPattern(std::string(PATH_MAX, 'a') + "b", pattern);
+        EXPECT_EQ(search.outcome, PatternSearch::FAILED) << pattern.substr(0, 40);
     }
 }
 

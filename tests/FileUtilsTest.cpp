@@ -23,6 +23,7 @@ class FileUtilsTest : public ToolTest {
     const std::string mLogTag = "E VexConverter-FileUtils: ";
 };
 
+// clang-format off
 TEST_F(FileUtilsTest, Paths) {
     write("a.yuv", "12345");
     write("large", "");
@@ -31,20 +32,13 @@ TEST_F(FileUtilsTest, Paths) {
     fs::resize_file(mFolder + "/largest", 0x7FFFFFFFU);
     fs::create_symlink("a.yuv", mFolder + "/link");
     fs::create_symlink("nowhere", mFolder + "/broken");
-    const std::tuple<std::string, char, int, std::string> cases[] = {// a file, a directory or neither
-                                                                     {"", '-', 0, "."},
-                                                                     {"missing.yuv", '-', 0, "."},
-                                                                     {"/missing", '-', 0, "/"},
-                                                                     {"/", 'd', -1, ""},
-                                                                     {mFolder, 'd', -1, mFolder},
-                                                                     {mFolder + "/", 'd', -1, mFolder},
-                                                                     {mFolder + "//", 'd', -1, mFolder + "/"},
-                                                                     {mFolder + "/a.yuv", 'f', 5, mFolder},
-                                                                     {mFolder + "/link", 'f', 5, mFolder},
-                                                                     {mFolder + "/broken", '-', 0, mFolder},
-                                                                     {mFolder + "/missing/", '-', 0, mFolder},
-                                                                     {mFolder + "/large", 'f', -EFBIG, mFolder},
-                                                                     {mFolder + "/largest", 'f', 0x7FFFFFFF, mFolder}};
+    // A file, a directory or neither.
+    const std::tuple<std::string, char, int, std::string> cases[] = {
+        {"", '-', 0, "."}, {"missing.yuv", '-', 0, "."}, {"/missing", '-', 0, "/"}, {"/", 'd', -1, ""},
+        {mFolder, 'd', -1, mFolder}, {mFolder + "/", 'd', -1, mFolder}, {mFolder + "//", 'd', -1, mFolder + "/"},
+        {mFolder + "/a.yuv", 'f', 5, mFolder}, {mFolder + "/link", 'f', 5, mFolder},
+        {mFolder + "/broken", '-', 0, mFolder}, {mFolder + "/missing/", '-', 0, mFolder},
+        {mFolder + "/large", 'f', -EFBIG, mFolder}, {mFolder + "/largest", 'f', 0x7FFFFFFF, mFolder}};
     for (const auto& [path, kind, size, folder] : cases) {
         EXPECT_EQ(FileUtils::isFile(path), kind == 'f') << path;
         EXPECT_EQ(FileUtils::isDirectory(path), kind == 'd') << path;
@@ -52,6 +46,7 @@ TEST_F(FileUtilsTest, Paths) {
         EXPECT_EQ(kind == 'd' ? -1 : FileUtils::getFileSize(path), size) << path;
     }
 }
+// clang-format on
 
 TEST_F(FileUtilsTest, FolderListing) {
     write("out/b", "");
@@ -105,9 +100,7 @@ TEST_F(FileUtilsTest, PngHoldsThePixels) {
     const auto* pixels = reinterpret_cast<const unsigned char*>("0123456789abcdefghij");
     EXPECT_EQ(FileUtils::writeToPNG(file, 2, 2, pixels + 4, 4), 1);
     EXPECT_EQ(FileUtils::writeToPNG(file, 2, 2, pixels, 4), 1);
-    int width = 0;
-    int height = 0;
-    int components = 0;
+    int width = 0, height = 0, components = 0;
     unsigned char* read = stbi_load(file.c_str(), &width, &height, &components, 0);
     ASSERT_NE(read, nullptr);
     EXPECT_EQ(std::tuple(width, height, components), std::tuple(2, 2, 4));

@@ -124,11 +124,7 @@ TEST_F(DeviceTest, ProfilesOfColorSpaces) {
 
 TEST_F(DeviceTest, FailedFrameLogsOneLineLeaksNothingAndLeavesTheConverterUsable) {
     const std::string prefix = "VexConverter-ColorConvert: ColorConvert::convertFrame ";
-    struct {
-        const char* call;
-        int statusOnly;
-        std::string line;
-    } const cases[] = {
+    const std::tuple<const char*, int, std::string> cases[] = {
         {"createJob", 0, "createJob fail with error = -5, fence -1\n"},
         {"", -3, "createJob fail with error = -3, fence "},
         {"setSrcBuffer", 0, "setSrcBuffer fail with error = -5\n"},
@@ -136,13 +132,13 @@ TEST_F(DeviceTest, FailedFrameLogsOneLineLeaksNothingAndLeavesTheConverterUsable
         {"invalidate", 0, "Invalidate fail with error = -5\n"},
     };
     ColorConvert converter;
-    for (const auto& c : cases) {
-        mPlatform.failCall = c.call;
-        mPlatform.statusOnly = c.statusOnly;
+    for (const auto& [call, statusOnly, line] : cases) {
+        mPlatform.failCall = call;
+        mPlatform.statusOnly = statusOnly;
         mPlatform.log.clear();
         EXPECT_EQ(converter.convertFrame(blockToPicture()), -1);
-        ASSERT_EQ(mPlatform.log.size(), 1U) << c.call;
-        EXPECT_EQ(mPlatform.log[0].rfind(prefix + c.line, 0), 0U) << mPlatform.log[0];
+        ASSERT_EQ(mPlatform.log.size(), 1U) << call;
+        EXPECT_EQ(mPlatform.log[0].rfind(prefix + line, 0), 0U) << mPlatform.log[0];
         EXPECT_EQ(mPlatform.held, std::set<std::string>{"stream"});
         mPlatform.failCall = "";
         mPlatform.statusOnly = 0;
