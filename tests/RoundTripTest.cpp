@@ -95,4 +95,20 @@ TEST_F(MakeDump, ErrorsAreClear) {
     EXPECT_EQ(makeDump({"--help"}).out.find("Usage: make-dump"), 0U);
 }
 
+std::string bytesOf(const std::string& hex) {
+    std::string bytes;
+    for (size_t i = 0; i < hex.size(); i += 2) { bytes += static_cast<char>(stoi(hex.substr(i, 2), nullptr, 16)); }
+    return bytes;
+}
+
+TEST_F(MakeDump, RawFramesOfAnyPlainFormBecomeAnyDump) {
+    for (std::istringstream& row : tableRows("raw-frames.txt")) {
+        std::string raw, width, height, bytes, format, dump;
+        row >> raw >> width >> height >> bytes >> format >> dump;
+        write("raw", bytesOf(bytes));
+        const ToolResult made = makeDump({"-i", "raw", "-r", raw, "-w", width, "-h", height, "-f", format});
+        EXPECT_EQ(read(made.out.substr(0, made.out.find('\n'))), bytesOf(dump)) << row.str() << made.err;
+    }
+}
+
 }  // namespace

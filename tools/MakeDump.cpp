@@ -29,9 +29,9 @@ constexpr const char* USAGE =
     "  -o, --output FOLDER        where the dump goes (the working folder)\n"
     "  -n, --frames FRAMES        number of frames (1; with -i all that the file holds)\n"
     "  -i, --input FILE           raw frames of WIDTH x HEIGHT to write instead of the card\n"
-    "  -r, --raw-format FORMAT    of that file: the dump's plain form (NV12, P010, RGB888,\n"
-    "                             RGBA8888, RGBA1010102; the default) or RGBA8888\n"
-    "      --colorspace SPACE     of YUV made from RGB (BT601_LIMIT)\n"
+    "  -r, --raw-format FORMAT    of that file: NV12, P010, RGB888, RGBA8888 or RGBA1010102\n"
+    "                             (the form that the dump converts to)\n"
+    "      --colorspace SPACE     of YUV made from another form, or into one (BT601_LIMIT)\n"
     "      --whole                CPQ and Lumo: whole frames in one file, no files of parts\n"
     "      --help                 show this text\n";
 
@@ -155,11 +155,11 @@ class Source {
   public:
     explicit Source(const Options& options)
         : mOptions(options), mForm(layoutOf(options.format).form) {
-        const auto plain = ColorConvert::getDefaultOutputFormat(options.format);
-        const auto raw = options.rawFormat == ColorConvert::UNKNOWN ? plain : options.rawFormat;
-        if (raw != plain && raw != ColorConvert::RGBA8888) {
-            fail("raw frames must be " + std::string(colorFormatInfo(plain).name) +
-                 " or RGBA8888 for this format");
+        const auto raw = options.rawFormat == ColorConvert::UNKNOWN
+                             ? ColorConvert::getDefaultOutputFormat(options.format)
+                             : options.rawFormat;
+        if (ColorConvert::getDefaultOutputFormat(raw) != raw) {
+            fail("raw frames must be NV12, P010, RGB888, RGBA8888 or RGBA1010102");
         }
         mRawForm = layoutOf(raw).form;
         mFrames = options.frames == 0 ? 1 : options.frames;

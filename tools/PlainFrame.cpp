@@ -1,8 +1,10 @@
 #include "PlainFrame.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
+#include <functional>
 
 #include "blit/ColorMatrix.h"
 
@@ -34,50 +36,101 @@ size_t at(int x, int y, int pitch) {
     return static_cast<size_t>(y) * static_cast<size_t>(pitch) + static_cast<size_t>(x);
 }
 
-// Mean color, 0 to 1, of size x size pixels from (x, y) on.
-void meanColor(const PlainFrame& rgba, int x, int y, int size, double color[3]) {
-    for (int c = 0; c < 3; ++c) {
-        color[c] = 0;
-        for (int i = 0; i < size * size; ++i) {
-            color[c] += rgba.rgbByte((x + i % size) * 4 + c, y + i / size) / 255.0;
-        }
-        color[c] /= size * size;
+// What a sample of an RGB form has at most.
+double topOf(Form form) { return form == Form::RGBA1010102 ? 1023 : 255; }
+
+host::Affine scaleBy(double factor) {
+    return {{{factor, 0, 0}, {0, factor, 0}, {0, 0, factor}}, {0, 0, 0}};
+}
+
+using Triple = std::array<double, 3>;
+
+Triple mapped(const host::Affine& affine, const Triple& in) {
+    Triple out = {};
+    for (size_t i = 0; i < 3; ++i) {
+        const double* row = affine.m[i];
+        out[i] = row[0] * in[0] + row[1] * in[1] + row[2] * in[2] + affine.offset[i];
     }
+    return out;
 }
 
-double apply(const host::Affine& affine, int row, const double color[3]) {
-    return affine.m[row][0] * color[0] + affine.m[row][1] * color[1] + affine.m[row][2] * color[2] +
-           affine.offset[row];
-}
+// The pixels of a frame as R, G, B from 0 to 1.
+class Colors {
+  public:
+    Colors(const PlainFrame& frame, uint32_t profile)
+        : mFrame(frame),
+          mToRgb(isYuv(frame.form) ? host::toRgb(profile, host::bitsOf(frame.form))
+                                   : scaleBy(1 / topOf(frame.form))) {}
 
-void fillYuv(const PlainFrame& rgba, uint32_t profile, PlainFrame& frame) {
+    Triple at(int x, int y) const { return mapped(mToRgb, samples(x, y)); }
+
+    // Of size x size pixels from (x, y) on.
+    Triple mean(int x, int y, int size) const {
+        Triple sum = {};
+        for (int i = 0; i < size * size; ++i) {
+            const Triple color = at(x + i % size, y + i / size);
+            std::transform(sum.begin(), sum.end(), color.begin(), sum.begin(), std::plus<>());
+        }
+        return mapped(scaleBy(1.0 / (size * size)), sum);
+    }
+
+    double alpha(int x, int y) const {
+        const bool has = mFrame.form == Form::RGBA8888 || mFrame.form == Form::RGBA1010102;
+        const int byte = has ? mFrame.rgbByte(x * 4 + 3, y) : 255;
+        return mFrame.form == Form::RGBA1010102 ? (byte >> 6) / 3.0 : byte / 255.0;
+    }
+
+  private:
+    Triple samples(int x, int y) const {
+        if (isYuv(mFrame.form)) {
+            const int pair = x / 2 * 2;
+            return {double(mFrame.luma(x, y)), double(mFrame.chroma(pair, y / 2)),
+                    double(mFrame.chroma(pair + 1, y / 2))};
+        }
+        const int start = x * bytesOf(mFrame.form);
+        const auto byte = [&](int i) { return mFrame.rgbByte(start + i, y); };
+        if (mFrame.form == Form::RGBA1010102) {
+            const int word = byte(0) | byte(1) << 8 | byte(2) << 16 | (byte(3) & 0x3F) << 24;
+            return {double(word & 0x3FF), double(word >> 10 & 0x3FF), double(word >> 20)};
+        }
+        return {double(byte(0)), double(byte(1)), double(byte(2))};
+    }
+
+    const PlainFrame& mFrame;
+    host::Affine mToRgb;
+};
+
+void fillYuv(const Colors& colors, uint32_t profile, PlainFrame& frame) {
     const host::Affine affine = host::fromRgb(profile, host::bitsOf(frame.form));
-    double color[3] = {};
     for (int y = 0; y < frame.height; ++y) {
         for (int x = 0; x < frame.width; ++x) {
-            meanColor(rgba, x, y, 1, color);
-            setSample(frame, at(x, y, frame.width), apply(affine, 0, color));
+            setSample(frame, at(x, y, frame.width), mapped(affine, colors.at(x, y))[0]);
         }
     }
     for (int y = 0; y < frame.height / 2; ++y) {
-        for (int x = 0; x < frame.width; ++x) {
-            meanColor(rgba, x / 2 * 2, y * 2, 2, color);
-            setSample(frame, at(x, frame.height + y, frame.width), apply(affine, 1 + x % 2, color));
+        for (int x = 0; x + 1 < frame.width; x += 2) {
+            const Triple yuv = mapped(affine, colors.mean(x, y * 2, 2));
+            setSample(frame, at(x, frame.height + y, frame.width), yuv[1]);
+            setSample(frame, at(x + 1, frame.height + y, frame.width), yuv[2]);
         }
     }
 }
 
-void fillRgb(const PlainFrame& rgba, PlainFrame& frame) {
-    for (size_t i = 0; i < rgba.bytes.size() / 4; ++i) {
-        const uint8_t* from = &rgba.bytes[i * 4];
-        if (frame.form == Form::RGBA1010102) {
-            const auto ten = [](uint32_t value) { return (value * 1023 + 127) / 255; };
-            const uint32_t word = ten(from[0]) | ten(from[1]) << 10 | ten(from[2]) << 20 |
-                                  (from[3] * 3U + 127) / 255 << 30;
-            memcpy(&frame.bytes[i * 4], &word, 4);
-        } else {
-            const auto size = static_cast<size_t>(bytesOf(frame.form));
-            memcpy(&frame.bytes[i * size], from, size);
+void fillRgb(const Colors& colors, PlainFrame& frame) {
+    const auto quantized = [](double value, double top) {
+        return static_cast<uint32_t>(std::lround(std::clamp(value, 0.0, 1.0) * top));
+    };
+    const double top = topOf(frame.form);
+    const bool deep = frame.form == Form::RGBA1010102;
+    const auto size = static_cast<size_t>(bytesOf(frame.form));
+    for (int y = 0; y < frame.height; ++y) {
+        for (int x = 0; x < frame.width; ++x) {
+            const Triple color = colors.at(x, y);
+            uint32_t word = quantized(colors.alpha(x, y), deep ? 3 : 255) << (deep ? 30 : 24);
+            for (size_t c = 0; c < 3; ++c) {
+                word |= quantized(color[c], top) << c * (deep ? 10 : 8);
+            }
+            memcpy(&frame.bytes[at(x, y, frame.width) * size], &word, size);
         }
     }
 }
@@ -112,12 +165,13 @@ int PlainFrame::chroma(int x, int y) const {
     return sampleAt(*this, at(pair * 2 + x % 2, height + row, width));
 }
 
-PlainFrame convertPicture(const PlainFrame& rgba, Form form, uint32_t profile) {
-    PlainFrame frame(form, rgba.width, rgba.height);
+PlainFrame convertPicture(const PlainFrame& picture, Form form, uint32_t profile) {
+    PlainFrame frame(form, picture.width, picture.height);
+    const Colors colors(picture, profile);
     if (isYuv(form)) {
-        fillYuv(rgba, profile, frame);
+        fillYuv(colors, profile, frame);
     } else {
-        fillRgb(rgba, frame);
+        fillRgb(colors, frame);
     }
     return frame;
 }

@@ -24,6 +24,6 @@ struct PlainFrame {
     int chroma(int x, int y) const;
 };
 
-// The picture, RGBA8888, in another form; profile: PX_PROFILE_ENUM of a YUV form. Chroma is the
-// mean of the pixels that it covers.
-PlainFrame convertPicture(const PlainFrame& rgba, host::Form form, uint32_t profile);
+// The picture in another form; profile: PX_PROFILE_ENUM of YUV on either side. Chroma is the mean
+// of the pixels that it covers, and a pixel's is that of the sample that covers it.
+PlainFrame convertPicture(const PlainFrame& picture, host::Form form, uint32_t profile);
