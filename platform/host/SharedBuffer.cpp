@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <string>
 
 namespace {
@@ -84,7 +85,11 @@ class RecentBuffers {
     }
 
     // Takes over the file.
-    void keep(int file) { mFiles.back() = file; }
+    void keep(int file) {
+        mFiles.back() = file;
+        // Who opens the file while it is leased waits; the signal of it must not end the process.
+        fcntl(file, F_SETSIG, SIGURG);
+    }
 
   private:
     static void drop(int file) {
