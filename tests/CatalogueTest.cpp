@@ -46,11 +46,13 @@ TEST(Geometry, AlignedSizes) {
     const std::tuple<int, int, C::ColorFormat, int, int> cases[] = {
         {1920, 1080, C::NV12_BLK, 1920, 1088}, {1918, 1080, C::YV12, 1920, 1080}, {1, 1, C::NV12_LUMO, 64, 64},
         {1919, 1079, C::RGB888, 1919, 1079}, {1920, 1080, C::UNKNOWN, 0, 0}, {INT32_MAX, 1, C::NV12, -1, 2}};
-    for (const auto& [w, h, format, alignedW, alignedH] : cases) { EXPECT_EQ(C::getDefaultAlignedSize(w, h, format), std::pair(alignedW, alignedH)); }
+    for (const auto& [w, h, format, alignedW, alignedH] : cases) {
+        EXPECT_EQ(C::getDefaultAlignedSize(w, h, format), std::pair(alignedW, alignedH));
+    }
     const std::tuple<int, int, int> roundings[] = {
         {1080, 32, 1088}, {1920, 16, 1920}, {7, 2, 8}, {5, 1, 5}, {5, 0, 0}, {5, -2, -1}, {2, INT32_MIN, -1},
         {INT32_MAX, 2, -1}, {INT32_MAX, INT32_MAX, INT32_MAX}};
-    for (const auto& [value, alignment, result] : roundings) { EXPECT_EQ(C::roundUp(value, alignment), result) << value << ", " << alignment; }
+    for (const auto& [value, to, up] : roundings) { EXPECT_EQ(C::roundUp(value, to), up) << value << ", " << to; }
 }
 
 TEST(Geometry, PlanesPitchesAndFrames) {
@@ -80,14 +82,15 @@ TEST(Geometry, PartLists) {
         for (auto& [size, offset] : parts) { row >> size >> offset; }
         EXPECT_EQ(C::getSeparateSize(w, h, C::getColorFormatFromStr(name)), parts) << row.str();
     }
-    for (const C::ColorFormat format : {C::UNKNOWN, C::NV12, C::NV12_BLK}) { EXPECT_EQ(C::getSeparateSize(64, 64, format), Parts()); }
+    for (const auto f : {C::UNKNOWN, C::NV12, C::NV12_BLK}) { EXPECT_EQ(C::getSeparateSize(64, 64, f), Parts()); }
     EXPECT_EQ(C::getSeparateSize(100000, 100000, C::CPQ), Parts());
 }
 
 TEST(Geometry, FramesThatLeaveTheRangeAreRefused) {
     for (int value = 1; value < COLOR_FORMAT_COUNT; ++value) {
         const auto format = static_cast<C::ColorFormat>(value);
-        for (const auto& [w, h] : {std::pair(100000, 100000), std::pair(INT32_MAX, INT32_MAX), std::pair(-1, 16), std::pair(16, -1)}) {
+        for (const auto& [w, h] : {std::pair(100000, 100000), std::pair(INT32_MAX, INT32_MAX),
+                                   std::pair(-1, 16), std::pair(16, -1)}) {
             EXPECT_EQ(C::getFrameSize(w, h, format), -1) << value << ": " << w << " x " << h;
         }
     }

@@ -49,7 +49,7 @@ TEST_F(Configuration, BuiltInRulesDecodeNames) {
 
 TEST_F(Configuration, SeparateSetIsConvertedOnceAfterTheFileThatCameFirst) {
     const std::string stem = "in/vdec_output_2_W100H60_F0x7F000010_5_";
-    for (const char* part : {"Y.dat", "Y.len", "C.dat", "C.len"}) { write(stem + part, std::string(128 * 64, part[0])); }
+    for (const char* end : {"Y.dat", "Y.len", "C.dat", "C.len"}) { write(stem + end, std::string(128 * 64, end[0])); }
     EXPECT_EQ(convert({stem + "C.len", stem + "Y.dat", stem + "Y.len", stem + "C.dat", "-oout"}),
               "Output folder path: out\n" + DEFAULT + MODE + "Process: " + stem + "C.len\n");
     EXPECT_EQ(read("out/vdec_output_2_W100H60_F0x7F000010_5_C_converted.nv12"),
@@ -102,7 +102,8 @@ TEST_F(Configuration, MatchesThatCannotBeUsedAreReported) {
         write("rules.json", replaced(ruleText(), what, with));
         write("in/" + name, "x");
         EXPECT_EQ(convert({"in/" + name, "-c", "rules.json"}, ""),
-                  "Output folder path: in\nConfig file path: rules.json\n" + MODE + printed + "\n" + SKIP + "in/" + name + "\n");
+                  "Output folder path: in\nConfig file path: rules.json\n" + MODE + printed + "\n" +
+                      SKIP + "in/" + name + "\n");
     }
     EXPECT_EQ(takeLog().find("E VexConverter-FormatConfig: FormatConfig::match: Failed to use "
                              "pattern: w((\\d+)?h(\\d+)?_(\\w*), "),

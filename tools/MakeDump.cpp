@@ -266,12 +266,12 @@ void writeDump(const Options& options) {
     }
     const Source source(options);
     const auto parts = ColorConvert::getSeparateSize(width, height, options.format);
-    const bool separate = !parts.empty() && !options.whole;
-    const Naming naming = separate == !parts.empty() ? findNaming(options.format) : Naming{};
+    const bool whole = options.whole && !parts.empty();
+    const Naming naming = whole ? Naming{} : findNaming(options.format);
     const std::string path = stemOf(options, naming, 0) + ".yuv";
     for (int i = 0; i < source.frames(); ++i) {
         const std::vector<uint8_t> dump = packFrame(source.frame(i), options.format, width, height);
-        if (separate) {
+        if (!parts.empty() && !whole) {
             const std::string* const endings[] = {&naming.pair->yBody, &naming.pair->yHeader,
                                                   &naming.pair->cBody, &naming.pair->cHeader};
             for (size_t part = 0; part < parts.size(); ++part) {
@@ -284,7 +284,7 @@ void writeDump(const Options& options) {
             append(path, dump);
         }
     }
-    if (naming.pair == nullptr && !parts.empty()) {
+    if (whole) {
         fputs(
             "No built-in rule decodes whole frames of this format; convert them with a rule whose "
             "pair says \"Separate\": false\n",

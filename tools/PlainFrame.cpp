@@ -4,7 +4,6 @@
 #include <array>
 #include <cmath>
 #include <cstring>
-#include <functional>
 
 #include "blit/ColorMatrix.h"
 
@@ -64,14 +63,16 @@ class Colors {
 
     Triple at(int x, int y) const { return mapped(mToRgb, samples(x, y)); }
 
-    // Of size x size pixels from (x, y) on.
-    Triple mean(int x, int y, int size) const {
-        Triple sum = {};
-        for (int i = 0; i < size * size; ++i) {
-            const Triple color = at(x + i % size, y + i / size);
-            std::transform(sum.begin(), sum.end(), color.begin(), sum.begin(), std::plus<>());
+    // Of the four pixels from (x, y) on.
+    Triple mean(int x, int y) const {
+        Triple mean = {};
+        for (int i = 0; i < 4; ++i) {
+            const Triple color = at(x + i % 2, y + i / 2);
+            for (size_t c = 0; c < 3; ++c) {
+                mean[c] += color[c] / 4;
+            }
         }
-        return mapped(scaleBy(1.0 / (size * size)), sum);
+        return mean;
     }
 
     double alpha(int x, int y) const {
@@ -109,7 +110,7 @@ void fillYuv(const Colors& colors, uint32_t profile, PlainFrame& frame) {
     }
     for (int y = 0; y < frame.height / 2; ++y) {
         for (int x = 0; x + 1 < frame.width; x += 2) {
-            const Triple yuv = mapped(affine, colors.mean(x, y * 2, 2));
+            const Triple yuv = mapped(affine, colors.mean(x, y * 2));
             setSample(frame, at(x, frame.height + y, frame.width), yuv[1]);
             setSample(frame, at(x + 1, frame.height + y, frame.width), yuv[2]);
         }

@@ -28,8 +28,7 @@ int fillWithZeros(int file, size_t size) {
     return 0;
 }
 
-// The same file opened anew: a descriptor that is told apart from all others of the file. Never a
-// standard stream's number, even when the caller closed that stream.
+// The file opened anew. A lease looks at who opened a file, and memfd_create doesn't count as that.
 int reopen(int file) {
     const std::string path = "/proc/self/fd/" + std::to_string(file);
     const int opened = open(path.c_str(), O_RDWR | O_CLOEXEC);
@@ -58,15 +57,10 @@ int createFile(const char* name, size_t size) {
     return result;
 }
 
-// The buffers made last, as many as a conversion has, for use again: fresh memory takes the system
-// several times as long as clearing what there is, and a set of part files needs two buffers.
+// The buffers made last, as many as a conversion has, kept open until the process ends for use
+// again: fresh memory takes the system several times as long as clearing what there is.
 class RecentBuffers {
   public:
-    RecentBuffers() { mFiles.fill(-1); }
-    RecentBuffers(const RecentBuffers&) = delete;
-    RecentBuffers& operator=(const RecentBuffers&) = delete;
-    ~RecentBuffers() { std::for_each(mFiles.begin(), mFiles.end(), drop); }
-
     // A file of that size that nobody uses any more, or -1.
     int findIdle(size_t size) const {
         const auto* found = std::find_if(mFiles.begin(), mFiles.end(), [size](int file) {
@@ -79,7 +73,9 @@ class RecentBuffers {
 
     // Makes room for one more file, before there is one.
     void dropOldest() {
-        drop(mFiles.front());
+        if (mFiles.front() >= 0) {
+            close(mFiles.front());
+        }
         std::rotate(mFiles.begin(), mFiles.begin() + 1, mFiles.end());
         mFiles.back() = -1;
     }
@@ -92,18 +88,12 @@ class RecentBuffers {
     }
 
   private:
-    static void drop(int file) {
-        if (file >= 0) {
-            close(file);
-        }
-    }
-
     // The system grants a lease to write only while nobody else has the file open or mapped.
     static bool isIdle(int file) {
         return fcntl(file, F_SETLEASE, F_WRLCK) == 0 && fcntl(file, F_SETLEASE, F_UNLCK) == 0;
     }
 
-    std::array<int, 2> mFiles;
+    std::array<int, 2> mFiles = {-1, -1};
 };
 
 }  // namespace
@@ -111,6 +101,7 @@ class RecentBuffers {
 namespace host {
 
 int duplicateDescriptor(int fd) {
+    // Never a standard stream's number, even when the caller closed that stream.
     const int copy = fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
     return copy < 0 ? -errno : copy;
 }

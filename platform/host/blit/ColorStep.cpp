@@ -130,37 +130,28 @@ KERNEL_PART void chromaRow(const ColorStep& step, const uint8_t* cbcr, int width
     }
 }
 
-// The factors of luma in the rows of a step to RGB.
-struct LumaFactors {
-    int32_t red;
-    int32_t green;
-    int32_t blue;
-};
-
-KERNEL_PART uint32_t rgbaPixel(const LumaFactors& factors, int32_t y, int32_t redTerm,
-                               int32_t greenTerm, int32_t blueTerm) {
-    const int32_t r = finish(factors.red * y + redTerm, 255);
-    const int32_t g = finish(factors.green * y + greenTerm, 255);
-    const int32_t b = finish(factors.blue * y + blueTerm, 255);
+KERNEL_PART uint32_t rgbaPixel(const ColorStep& step, int32_t y, int32_t redTerm, int32_t greenTerm,
+                               int32_t blueTerm) {
+    const int32_t r = finish(step.m[0][0] * y + redTerm, 255);
+    const int32_t g = finish(step.m[1][0] * y + greenTerm, 255);
+    const int32_t b = finish(step.m[2][0] * y + blueTerm, 255);
     return static_cast<uint32_t>(r | g << 8 | b << 16) | 0xFF000000U;
 }
 
 template <typename Sample>
 KERNEL_PART void rgbaRow(const ColorStep& step, const uint8_t* luma, int width,
                          const int32_t* __restrict red, uint32_t* __restrict out) {
-    const LumaFactors factors = {step.m[0][0], step.m[1][0], step.m[2][0]};
     const int32_t* green = red + termsOf(width);
     const int32_t* blue = green + termsOf(width);
     const int pairs = width / 2;
     for (int i = 0; i < pairs; ++i) {
         const uint32_t pair = loadPair<Sample>(luma, i);
-        out[2 * i] = rgbaPixel(factors, PairOf<Sample>::first(pair), red[i], green[i], blue[i]);
-        out[2 * i + 1] =
-            rgbaPixel(factors, PairOf<Sample>::second(pair), red[i], green[i], blue[i]);
+        out[2 * i] = rgbaPixel(step, PairOf<Sample>::first(pair), red[i], green[i], blue[i]);
+        out[2 * i + 1] = rgbaPixel(step, PairOf<Sample>::second(pair), red[i], green[i], blue[i]);
     }
     if (width % 2 != 0) {
-        out[width - 1] = rgbaPixel(factors, loadHalf<Sample>(luma, pairs), red[pairs], green[pairs],
-                                   blue[pairs]);
+        out[width - 1] =
+            rgbaPixel(step, loadHalf<Sample>(luma, pairs), red[pairs], green[pairs], blue[pairs]);
     }
 }
 
