@@ -160,33 +160,57 @@ constexpr PlatformSupport LUMO_BOARDS = {PlatformSupport::ONLY_ON, WITH_LUMO};
 
 using C = ColorConvert;
 
+// Every row stands at its own value; the rest of a table that is too short would be zeros.
+template <typename Table>
+constexpr bool isInOrder(const Table& table) {
+    for (size_t row = 0; row < table.size(); ++row) {
+        if (static_cast<size_t>(table[row].value) != row) {
+            return false;
+        }
+    }
+    return true;
+}
+
 }  // namespace
 
 // clang-format off
-const std::array<ColorFormatInfo, COLOR_FORMAT_COUNT> colorFormatInfos = {{
-    // code        name                  plane rule                    aligned   output           extension      parts               boards           description
-    {0x00000000, "",                   nullptr,                       1,  1, C::NV12,        "yuv",         nullptr,            EVERYWHERE,      ""},
-    {0x00201821, "RGB888",             calculateRGB888,               1,  1, C::RGB888,      "rgb888",      nullptr,            EVERYWHERE,      "RGB888"},
-    {0x00202022, "RGBA8888",           calculateRGBA8888,             1,  1, C::RGBA8888,    "rgba8888",    nullptr,            EVERYWHERE,      "RGBA8888"},
-    {0x10202022, "RGBA1010102",        calculateRGBA1010102,          1,  1, C::RGBA1010102, "rgba1010102", nullptr,            NOT_VX2105,      "RGBA1010102"},
-    {0x20202022, "RGBA8888_AFBC",      calculateRGBA8888_AFBC,       32, 32, C::RGBA8888,    "yuv",         nullptr,            AFBC_RGB_BOARDS, "AFBC RGBA8888"},
-    {0x30202022, "RGBA1010102_AFBC",   calculateRGBA1010102_AFBC,    32, 32, C::RGBA1010102, "yuv",         nullptr,            AFBC_RGB_BOARDS, "AFBC RGBA1010102"},
-    {0x004C084C, "NV12",               calculateNV12,                 2,  2, C::NV12,        "nv12",        nullptr,            EVERYWHERE,      "NV12"},
-    {0x084C104C, "P010",               calculateP010,                 2,  2, C::P010,        "p010",        nullptr,            NOT_VX2105,      "10bit NV12"},
-    {0x006C0868, "YV12",               calculateYV12,                16,  2, C::NV12,        "yuv",         nullptr,            EVERYWHERE,      "Android YV12"},
-    {0x006C0848, "YUV420P",            calculateYUV420P,              2,  2, C::NV12,        "yuv",         nullptr,            EVERYWHERE,      "Also be known as I420"},
-    {0x202C0C4C, "YUV420P_AFBC",       calculateYUV420P_AFBC,        32, 32, C::NV12,        "yuv",         nullptr,            AFBC_YUV_BOARDS, "AFBC YUV420P"},
-    {0x302C104C, "YUV420P_10BIT_AFBC", calculateYUV420P_10BIT_AFBC,  32, 32, C::P010,        "yuv",         nullptr,            AFBC_YUV_BOARDS, "AFBC 10bit YUV420P"},
-    {0x00CD004C, "NV12_BLK",           calculateNV12_BLK,            16, 32, C::NV12,        "yuv",         nullptr,            EVERYWHERE,      "VEX NV12 Frame Block YUV"},
-    {0x18CD404C, "NV12_BLK_10BIT_V",   calculateNV12_BLK_10BIT_V,    16, 32, C::P010,        "yuv",         nullptr,            EVERYWHERE,      "VEX 10bit NV12 Frame Tile YUV"},
-    {0x02CD004C, "CPQ",                calculateCPQ,                 32, 32, C::NV12,        "yuv",         partsOfCPQ,         CPQ_BOARDS,      "VEX NV12 Frame Block CPQ YUV"},
-    {0x1ACD404C, "CPQ_10BIT_V",        calculateCPQ_10BIT_V,         32, 32, C::P010,        "yuv",         partsOfCPQ_10BIT_V, CPQ_BOARDS,      "VEX 10bit NV12 Frame Tile CPQ YUV"},
-    {0x402C0C4C, "NV12_Lumo",          calculateNV12_LUMO,           64, 64, C::NV12,        "yuv",         partsOfNV12_LUMO,   LUMO_BOARDS,     "VEX Lumo NV12"},
-    {0x502C124C, "P010_Lumo",          calculateP010_LUMO,           64, 64, C::P010,        "yuv",         partsOfP010_LUMO,   LUMO_BOARDS,     "VEX Lumo P010"},
+constexpr std::array<ColorFormatInfo, C::COLOR_FORMAT_COUNT> colorFormatInfos = {{
+    // value                code        name                  plane rule                    aligned   output           extension      parts               boards           description
+    {C::UNKNOWN,             0x00000000, "",                   nullptr,                      1,  1, C::NV12,         "yuv",         nullptr,            EVERYWHERE,      ""},
+    {C::RGB888,              0x00201821, "RGB888",             calculateRGB888,              1,  1, C::RGB888,       "rgb888",      nullptr,            EVERYWHERE,      "RGB888"},
+    {C::RGBA8888,            0x00202022, "RGBA8888",           calculateRGBA8888,            1,  1, C::RGBA8888,     "rgba8888",    nullptr,            EVERYWHERE,      "RGBA8888"},
+    {C::RGBA1010102,         0x10202022, "RGBA1010102",        calculateRGBA1010102,         1,  1, C::RGBA1010102,  "rgba1010102", nullptr,            NOT_VX2105,      "RGBA1010102"},
+    {C::RGBA8888_AFBC,       0x20202022, "RGBA8888_AFBC",      calculateRGBA8888_AFBC,      32, 32, C::RGBA8888,     "yuv",         nullptr,            AFBC_RGB_BOARDS, "AFBC RGBA8888"},
+    {C::RGBA1010102_AFBC,    0x30202022, "RGBA1010102_AFBC",   calculateRGBA1010102_AFBC,   32, 32, C::RGBA1010102,  "yuv",         nullptr,            AFBC_RGB_BOARDS, "AFBC RGBA1010102"},
+    {C::NV12,                0x004C084C, "NV12",               calculateNV12,                2,  2, C::NV12,         "nv12",        nullptr,            EVERYWHERE,      "NV12"},
+    {C::P010,                0x084C104C, "P010",               calculateP010,                2,  2, C::P010,         "p010",        nullptr,            NOT_VX2105,      "10bit NV12"},
+    {C::YV12,                0x006C0868, "YV12",               calculateYV12,               16,  2, C::NV12,         "yuv",         nullptr,            EVERYWHERE,      "Android YV12"},
+    {C::YUV420P,             0x006C0848, "YUV420P",            calculateYUV420P,             2,  2, C::NV12,         "yuv",         nullptr,            EVERYWHERE,      "Also be known as I420"},
+    {C::YUV420P_AFBC,        0x202C0C4C, "YUV420P_AFBC",       calculateYUV420P_AFBC,       32, 32, C::NV12,         "yuv",         nullptr,            AFBC_YUV_BOARDS, "AFBC YUV420P"},
+    {C::YUV420P_10BIT_AFBC,  0x302C104C, "YUV420P_10BIT_AFBC", calculateYUV420P_10BIT_AFBC, 32, 32, C::P010,         "yuv",         nullptr,            AFBC_YUV_BOARDS, "AFBC 10bit YUV420P"},
+    {C::NV12_BLK,            0x00CD004C, "NV12_BLK",           calculateNV12_BLK,           16, 32, C::NV12,         "yuv",         nullptr,            EVERYWHERE,      "VEX NV12 Frame Block YUV"},
+    {C::NV12_BLK_10BIT_V,    0x18CD404C, "NV12_BLK_10BIT_V",   calculateNV12_BLK_10BIT_V,   16, 32, C::P010,         "yuv",         nullptr,            EVERYWHERE,      "VEX 10bit NV12 Frame Tile YUV"},
+    {C::CPQ,                 0x02CD004C, "CPQ",                calculateCPQ,                32, 32, C::NV12,         "yuv",         partsOfCPQ,         CPQ_BOARDS,      "VEX NV12 Frame Block CPQ YUV"},
+    {C::CPQ_10BIT_V,         0x1ACD404C, "CPQ_10BIT_V",        calculateCPQ_10BIT_V,        32, 32, C::P010,         "yuv",         partsOfCPQ_10BIT_V, CPQ_BOARDS,      "VEX 10bit NV12 Frame Tile CPQ YUV"},
+    {C::NV12_LUMO,           0x402C0C4C, "NV12_Lumo",          calculateNV12_LUMO,          64, 64, C::NV12,         "yuv",         partsOfNV12_LUMO,   LUMO_BOARDS,     "VEX Lumo NV12"},
+    {C::P010_LUMO,           0x502C124C, "P010_Lumo",          calculateP010_LUMO,          64, 64, C::P010,         "yuv",         partsOfP010_LUMO,   LUMO_BOARDS,     "VEX Lumo P010"},
+}};
+
+constexpr std::array<ColorSpaceInfo, C::COLOR_SPACE_COUNT> colorSpaceInfos = {{
+    // value           name            description           profile
+    {C::BT601_LIMIT,  "BT601_LIMIT",  "BT601 limit range",  0},
+    {C::BT601_FULL,   "BT601_FULL",   "BT601 full range",   2},
+    {C::BT709_LIMIT,  "BT709_LIMIT",  "BT709 limit range",  1},
+    {C::BT709_FULL,   "BT709_FULL",   "BT709 full range",   4},
+    {C::BT2020_LIMIT, "BT2020_LIMIT", "BT2020 limit range", 3},
+    {C::BT2020_FULL,  "BT2020_FULL",  "BT2020 full range",  5},
 }};
 // clang-format on
 
+static_assert(isInOrder(colorFormatInfos), "a color format's row is missing or out of order");
+static_assert(isInOrder(colorSpaceInfos), "a color space's row is missing or out of order");
+
 const ColorFormatInfo& colorFormatInfo(ColorConvert::ColorFormat format) {
     const auto row = static_cast<uint32_t>(format);
-    return colorFormatInfos[row < COLOR_FORMAT_COUNT ? row : 0];
+    return colorFormatInfos[row < colorFormatInfos.size() ? row : 0];
 }

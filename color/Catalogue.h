@@ -1,4 +1,5 @@
-// The catalogue: one row a color format, in ColorConvert::ColorFormat order.
+// The catalogue: one row a color format and one row a color space, in the order of ColorConvert's
+// enumerations.
 #pragma once
 
 #include <array>
@@ -23,6 +24,7 @@ struct FramePart {
 using FrameParts = std::array<FramePart, 4>;
 
 struct ColorFormatInfo {
+    ColorConvert::ColorFormat value;
     uint32_t pxColor;  // the blit library's code
     const char* name;
     // Plane rule: fills plane sizes, pitches and plane count from width and height. Where a size
@@ -38,8 +40,16 @@ struct ColorFormatInfo {
     const char* description;
 };
 
-constexpr int COLOR_FORMAT_COUNT = 18;
-extern const std::array<ColorFormatInfo, COLOR_FORMAT_COUNT> colorFormatInfos;
+extern const std::array<ColorFormatInfo, ColorConvert::COLOR_FORMAT_COUNT> colorFormatInfos;
 
 // The format's row; UNKNOWN's for a value outside the catalogue.
 const ColorFormatInfo& colorFormatInfo(ColorConvert::ColorFormat format);
+
+struct ColorSpaceInfo {
+    ColorConvert::ColorSpace value;
+    const char* name;
+    const char* description;
+    uint32_t pxProfile;  // the blit library's PX_PROFILE_ENUM
+};
+
+extern const std::array<ColorSpaceInfo, ColorConvert::COLOR_SPACE_COUNT> colorSpaceInfos;

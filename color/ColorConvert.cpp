@@ -19,11 +19,9 @@ PX_COLOR_ENUM colorOf(const Buffer& buffer) {
 }
 
 PX_PROFILE_ENUM profileOf(const Buffer& buffer) {
-    // By ColorConvert::ColorSpace.
-    constexpr int PROFILES[] = {0, 2, 1, 4, 3, 5};
-    const bool known = buffer.mColorSpace >= ColorConvert::BT601_LIMIT &&
-                       buffer.mColorSpace <= ColorConvert::BT2020_FULL;
-    return static_cast<PX_PROFILE_ENUM>(PROFILES[known ? buffer.mColorSpace : 0]);
+    const auto row = static_cast<uint32_t>(buffer.mColorSpace);
+    return static_cast<PX_PROFILE_ENUM>(
+        colorSpaceInfos[row < colorSpaceInfos.size() ? row : 0].pxProfile);
 }
 
 bool describePlanes(Buffer& buffer) {

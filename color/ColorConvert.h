@@ -12,7 +12,7 @@ class PxAsyncBlitStream;
 
 class ColorConvert {
   public:
-    // A value is the number of its row in colorFormatInfos.
+    // A value is the number of its row in colorFormatInfos, which doesn't compile without the row.
     enum ColorFormat : int32_t {
         UNKNOWN,
         RGB888,
@@ -32,8 +32,10 @@ class ColorConvert {
         CPQ_10BIT_V,
         NV12_LUMO,
         P010_LUMO,
+        COLOR_FORMAT_COUNT  // no format; stays last
     };
 
+    // A value is the number of its row in colorSpaceInfos.
     enum ColorSpace : int32_t {
         BT601_LIMIT,
         BT601_FULL,
@@ -41,6 +43,7 @@ class ColorConvert {
         BT709_FULL,
         BT2020_LIMIT,
         BT2020_FULL,
+        COLOR_SPACE_COUNT  // no color space; stays last
     };
 
     // One side of a conversion: one frame in one device buffer. The caller fills the first five

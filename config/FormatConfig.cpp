@@ -7,6 +7,8 @@
 
 #include "config/PatternSearch.h"
 
+std::vector<FormatConfig> formatConfigs;
+
 namespace {
 
 void reportOnce(const std::string& pattern, const std::string& error) {
@@ -139,4 +141,14 @@ bool FormatConfig::match(std::string fileName) {
         break;
     }
     return true;
+}
+
+std::optional<FormatConfig> findMatch(const std::string& path) {
+    for (const FormatConfig& rule : formatConfigs) {
+        FormatConfig copy = rule;
+        if (copy.match(path)) {
+            return copy;
+        }
+    }
+    return std::nullopt;
 }

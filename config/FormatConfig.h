@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -68,3 +69,6 @@ class FormatConfig {
 
 // The rules in use, in the order in which they are tried; empty until loaded.
 extern std::vector<FormatConfig> formatConfigs;
+
+// A copy of the first rule in use that decodes the path, with what it found.
+std::optional<FormatConfig> findMatch(const std::string& path);

@@ -42,10 +42,8 @@ void printRow(const char* name, const char* description) {
 void printInputFormatSection() {
     fprintf(stderr, "All supported input color formats:\n");
     printRow("Name", "Description");
-    int value = 0;
     for (const ColorFormatInfo& info : colorFormatInfos) {
-        const auto format = static_cast<ColorConvert::ColorFormat>(value++);
-        if (ColorConvert::checkPlatformSupport(format) && info.name[0] != '\0') {
+        if (ColorConvert::checkPlatformSupport(info.value) && info.name[0] != '\0') {
             printRow(info.name, info.description);
         }
     }
@@ -54,12 +52,9 @@ void printInputFormatSection() {
 void printColorSpaceSection() {
     fprintf(stderr, "All supported color spaces:\n");
     printRow("Name", "Description");
-    printRow("BT601_LIMIT", "BT601 limit range");
-    printRow("BT601_FULL", "BT601 full range");
-    printRow("BT709_LIMIT", "BT709 limit range");
-    printRow("BT709_FULL", "BT709 full range");
-    printRow("BT2020_LIMIT", "BT2020 limit range");
-    printRow("BT2020_FULL", "BT2020 full range");
+    for (const ColorSpaceInfo& info : colorSpaceInfos) {
+        printRow(info.name, info.description);
+    }
 }
 
 [[noreturn]] void printSupportedInputFormats(int /*unused*/) {

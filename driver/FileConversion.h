@@ -1,4 +1,4 @@
-// Converts one dump file, frame by frame, into its output files.
+// Does what a FileJob says: reads one dump file, converts its frames and writes the output files.
 #pragma once
 
 #include <string>

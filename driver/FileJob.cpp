@@ -6,8 +6,6 @@
 #include "config/FormatConfig.h"
 #include "fileutils/FileUtils.h"
 
-std::vector<FormatConfig> formatConfigs;
-
 namespace {
 
 ColorConvert::ColorFormat outputFormatFor(ColorConvert::ColorFormat inputFormat, bool png) {
@@ -23,17 +21,6 @@ void loadRules(const std::string& configFilePath) {
     if (FileUtils::parseConfigFile(configFilePath) < 0) {
         fprintf(stderr, "Error: failed to parse config file\n");
     }
-}
-
-// A copy of the first rule that decodes the path, with what it found.
-std::optional<FormatConfig> findMatch(const std::string& path) {
-    for (const FormatConfig& rule : formatConfigs) {
-        FormatConfig copy = rule;
-        if (copy.match(path)) {
-            return copy;
-        }
-    }
-    return std::nullopt;
 }
 
 bool checkMatch(const FormatConfig& match, ColorConvert::ColorFormat format) {

@@ -1,4 +1,5 @@
-// The parameters of one file's conversion, from the options or from the file's name.
+// What to make of one file, decided before it is opened: format and size, from the options or from
+// the file's name. FileConversion.h does it.
 #pragma once
 
 #include <cstdint>

@@ -263,7 +263,7 @@ TEST(Engine, AnyJobStaysInsideItsBuffers) {
         std::unique_ptr<DmabufMemory> buffers[2];
         int64_t sizes[2];
         for (auto& side : sides) {
-            side = {static_cast<C::ColorFormat>(1 + pick(17)), 0, width, height};
+            side = {static_cast<C::ColorFormat>(1 + pick(C::COLOR_FORMAT_COUNT - 1)), 0, width, height};
             if (&side != sides && pick(8) != 0) {
                 side.mFormat = pick(3) == 0 ? C::RGBA8888 : C::getDefaultOutputFormat(sides[0].mFormat);
             }

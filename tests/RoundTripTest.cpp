@@ -74,7 +74,7 @@ TEST_P(RoundTrip, GivesTheRawFramesBack) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(All, RoundTrip, testing::Range(1, COLOR_FORMAT_COUNT), [](const auto& i) {
+INSTANTIATE_TEST_SUITE_P(All, RoundTrip, testing::Range(1, int{C::COLOR_FORMAT_COUNT}), [](const auto& i) {
     return std::string(colorFormatInfos[static_cast<size_t>(i.param)].name);
 });
 

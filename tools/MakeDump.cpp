@@ -1,20 +1,18 @@
 // make-dump: writes a test card, or raw frames, as a dump of any color format, under a name that
 // the built-in rules decode.
-#include <PxAsyncBlitStream.h>
 #include <getopt.h>
 
 #include <cstdio>
 #include <cstdlib>
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "Card.h"
+#include "DumpName.h"
 #include "Packer.h"
 #include "PlainFrame.h"
 #include "color/Catalogue.h"
 #include "color/ColorConvert.h"
-#include "config/FormatConfig.h"
 #include "fileutils/FileUtils.h"
 
 namespace {
@@ -44,7 +42,8 @@ struct Options {
     int height = 0;
     int frames = 0;
     bool whole = false;
-    uint32_t profile = PX_PROFILE_BT601_LIMIT;
+    const host::Profile* profile =
+        host::findProfile(colorSpaceInfos[ColorConvert::BT601_LIMIT].pxProfile);
 };
 
 [[noreturn]] void fail(const std::string& problem) {
@@ -69,20 +68,25 @@ int parseNumber(const char* text, const char* what) {
     return static_cast<int>(number);
 }
 
-uint32_t parseColorSpace(const std::string& name) {
-    constexpr struct {
-        const char* name;
-        uint32_t profile;
-    } SPACES[] = {
-        {"BT601_LIMIT", PX_PROFILE_BT601_LIMIT},   {"BT601_FULL", PX_PROFILE_BT601_FULL},
-        {"BT709_LIMIT", PX_PROFILE_BT709_LIMIT},   {"BT709_FULL", PX_PROFILE_BT709_FULL},
-        {"BT2020_LIMIT", PX_PROFILE_BT2020_LIMIT}, {"BT2020_FULL", PX_PROFILE_BT2020_FULL}};
-    for (const auto& space : SPACES) {
-        if (name == space.name) {
-            return space.profile;
+const host::Profile* parseColorSpace(const std::string& name) {
+    for (const ColorSpaceInfo& info : colorSpaceInfos) {
+        if (info.name != name) {
+            continue;
         }
+        if (const host::Profile* profile = host::findProfile(info.pxProfile)) {
+            return profile;
+        }
+        fail("the blit engine knows no profile of " + name);
     }
     fail("unknown color space: " + name);
+}
+
+const host::Layout& layoutOf(ColorConvert::ColorFormat format) {
+    const host::Layout* layout = host::findLayout(colorFormatInfo(format).pxColor);
+    if (layout == nullptr) {
+        fail(std::string("the blit engine knows no layout of ") + colorFormatInfo(format).name);
+    }
+    return *layout;
 }
 
 Options parseOptions(int argc, char* argv[]) {
@@ -200,7 +204,7 @@ class Source {
 
     PlainFrame toForm(PlainFrame frame) const {
         return frame.form == mForm ? std::move(frame)
-                                   : convertPicture(frame, mForm, mOptions.profile);
+                                   : convertPicture(frame, mForm, *mOptions.profile);
     }
 
     const Options& mOptions;
@@ -208,36 +212,6 @@ class Source {
     host::Form mRawForm;
     int mFrames = 0;
 };
-
-// The built-in rule and pair that decode the format, when there are any.
-struct Naming {
-    const FormatConfig* rule = nullptr;
-    const FormatConfig::FormatPair* pair = nullptr;
-};
-
-Naming findNaming(ColorConvert::ColorFormat format) {
-    FileUtils::parseConfigFile("");
-    for (const FormatConfig& rule : formatConfigs) {
-        for (const FormatConfig::FormatPair& pair : rule.formatPairs) {
-            if (pair.colorFormat == colorFormatInfo(format).name) {
-                return {&rule, &pair};
-            }
-        }
-    }
-    return {};
-}
-
-// A name without its ending; number tells separate sets apart.
-std::string stemOf(const Options& options, const Naming& naming, int number) {
-    const std::string size =
-        "W" + std::to_string(options.width) + "H" + std::to_string(options.height);
-    if (naming.pair == nullptr) {
-        return options.folder + "/dump_0_" + size + "_" + colorFormatInfo(options.format).name;
-    }
-    const std::string& pattern = naming.rule->pattern;
-    return options.folder + "/" + pattern.substr(0, pattern.find(".*")) + "0_" + size + "_F" +
-           naming.pair->formatStr + "_" + std::to_string(number);
-}
 
 // Creates the file anew, or fails.
 void writeNew(const std::string& path, const uint8_t* bytes, int size) {
@@ -265,34 +239,25 @@ void writeDump(const Options& options) {
         fail("a frame is 2 GiB or more");
     }
     const Source source(options);
-    const auto parts = ColorConvert::getSeparateSize(width, height, options.format);
-    const bool whole = options.whole && !parts.empty();
-    const Naming naming = whole ? Naming{} : findNaming(options.format);
-    const std::string path = stemOf(options, naming, 0) + ".yuv";
+    const auto parts = options.whole
+                           ? std::vector<std::pair<int, int>>()
+                           : ColorConvert::getSeparateSize(width, height, options.format);
+    const DumpNames names(options.folder, options.format, options.width, options.height,
+                          !parts.empty());
     for (int i = 0; i < source.frames(); ++i) {
-        const std::vector<uint8_t> dump = packFrame(source.frame(i), options.format, width, height);
-        if (!parts.empty() && !whole) {
-            const std::string* const endings[] = {&naming.pair->yBody, &naming.pair->yHeader,
-                                                  &naming.pair->cBody, &naming.pair->cHeader};
-            for (size_t part = 0; part < parts.size(); ++part) {
-                writeNew(stemOf(options, naming, i) + "_" + *endings[part],
-                         dump.data() + parts[part].second, parts[part].first);
-            }
-        } else if (i == 0) {
-            writeNew(path, dump.data(), static_cast<int>(dump.size()));
-        } else {
-            append(path, dump);
+        const std::vector<uint8_t> dump = packFrame(source.frame(i), layoutOf(options.format),
+                                                    options.format, width, height);
+        const std::vector<std::string> files = names.filesOf(i);
+        for (size_t part = 0; part < parts.size(); ++part) {
+            writeNew(files[part], dump.data() + parts[part].second, parts[part].first);
+        }
+        if (parts.empty() && i == 0) {
+            writeNew(files[0], dump.data(), static_cast<int>(dump.size()));
+        } else if (parts.empty()) {
+            append(files[0], dump);
         }
     }
-    if (whole) {
-        fputs(
-            "No built-in rule decodes whole frames of this format; convert them with a rule whose "
-            "pair says \"Separate\": false\n",
-            stderr);
-    } else if (naming.pair == nullptr) {
-        fprintf(stderr, "No built-in rule decodes this format; convert it with -w %d -h %d -f %s\n",
-                options.width, options.height, colorFormatInfo(options.format).name);
-    }
+    fputs(names.hint().c_str(), stderr);
 }
 
 }  // namespace

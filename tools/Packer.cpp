@@ -47,34 +47,30 @@ void put(const Target& target, int x, int y, int value) {
            static_cast<unsigned>(value) << shift);
 }
 
-int valueAt(const PlainFrame& frame, Role role, int x, int y) {
-    switch (role) {
+// Sample x of row y of a plane of the layout.
+int valueAt(const PlainFrame& frame, const host::Layout& layout, size_t plane, int x, int y) {
+    const int crFirst = layout.crFirst ? 1 : 0;
+    switch (layout.planes[plane].role) {
         case Role::RGB:
             return frame.rgbByte(x, y);
         case Role::LUMA:
             return frame.luma(x, y);
-        case Role::CBCR:
-            return frame.chroma(x, y);
-        case Role::CB:
-            return frame.chroma(x * 2, y);
-        default:
-            return frame.chroma(x * 2 + 1, y);
+        case Role::CHROMA_PAIRS:
+            return frame.chroma(x ^ crFirst, y);
+        case Role::CHROMA:
+            return frame.chroma(x * 2 + ((plane == 2 ? 1 : 0) ^ crFirst), y);
     }
+    return 0;
 }
 
 }  // namespace
 
-const host::Layout& layoutOf(ColorConvert::ColorFormat format) {
-    return *host::findLayout(colorFormatInfo(format).pxColor);
-}
-
-std::vector<uint8_t> packFrame(const PlainFrame& frame, ColorConvert::ColorFormat format, int width,
-                               int height) {
+std::vector<uint8_t> packFrame(const PlainFrame& frame, const host::Layout& layout,
+                               ColorConvert::ColorFormat format, int width, int height) {
     ColorConvert::ColorConvertBuffer geometry;
     geometry.mWidth = width;
     geometry.mHeight = height;
     colorFormatInfo(format).calculate(geometry);
-    const host::Layout& layout = layoutOf(format);
     const host::Bodies bodies = layout.bodies(width, height, geometry.mPlaneSize);
 
     std::vector<uint8_t> dump(
@@ -86,7 +82,7 @@ std::vector<uint8_t> packFrame(const PlainFrame& frame, ColorConvert::ColorForma
                                sampleBytesOf(frame.form)};
         for (int y = 0; y < plane.lines(height); ++y) {
             for (int x = 0; x < target.samples; ++x) {
-                put(target, x, y, valueAt(frame, plane.role, x, y));
+                put(target, x, y, valueAt(frame, layout, i, x, y));
             }
         }
     }

@@ -9,9 +9,6 @@
 #include "color/ColorConvert.h"
 
 // The frame in the format, size and layout of a dump, padded to width x height with its last
-// pixels. The frame has the format's plain form; headers of compressed formats are zero.
-std::vector<uint8_t> packFrame(const PlainFrame& frame, ColorConvert::ColorFormat format, int width,
-                               int height);
-
-// The format's row in the table of layouts.
-const host::Layout& layoutOf(ColorConvert::ColorFormat format);
+// pixels. The frame has the layout's plain form; headers of compressed formats are zero.
+std::vector<uint8_t> packFrame(const PlainFrame& frame, const host::Layout& layout,
+                               ColorConvert::ColorFormat format, int width, int height);

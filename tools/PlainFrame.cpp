@@ -5,8 +5,6 @@
 #include <cmath>
 #include <cstring>
 
-#include "blit/ColorMatrix.h"
-
 using host::Form;
 
 namespace {
@@ -56,7 +54,7 @@ Triple mapped(const host::Affine& affine, const Triple& in) {
 // The pixels of a frame as R, G, B from 0 to 1.
 class Colors {
   public:
-    Colors(const PlainFrame& frame, uint32_t profile)
+    Colors(const PlainFrame& frame, const host::Profile& profile)
         : mFrame(frame),
           mToRgb(isYuv(frame.form) ? host::toRgb(profile, host::bitsOf(frame.form))
                                    : scaleBy(1 / topOf(frame.form))) {}
@@ -101,7 +99,7 @@ class Colors {
     host::Affine mToRgb;
 };
 
-void fillYuv(const Colors& colors, uint32_t profile, PlainFrame& frame) {
+void fillYuv(const Colors& colors, const host::Profile& profile, PlainFrame& frame) {
     const host::Affine affine = host::fromRgb(profile, host::bitsOf(frame.form));
     for (int y = 0; y < frame.height; ++y) {
         for (int x = 0; x < frame.width; ++x) {
@@ -166,7 +164,7 @@ int PlainFrame::chroma(int x, int y) const {
     return sampleAt(*this, at(pair * 2 + x % 2, height + row, width));
 }
 
-PlainFrame convertPicture(const PlainFrame& picture, Form form, uint32_t profile) {
+PlainFrame convertPicture(const PlainFrame& picture, Form form, const host::Profile& profile) {
     PlainFrame frame(form, picture.width, picture.height);
     const Colors colors(picture, profile);
     if (isYuv(form)) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "blit/ColorMatrix.h"
 #include "blit/Layout.h"
 
 struct PlainFrame {
@@ -24,6 +25,6 @@ struct PlainFrame {
     int chroma(int x, int y) const;
 };
 
-// The picture in another form; profile: PX_PROFILE_ENUM of YUV on either side. Chroma is the mean
+// The picture in another form; profile: of YUV on either side. Chroma is the mean
 // of the pixels that it covers, and a pixel's is that of the sample that covers it.
-PlainFrame convertPicture(const PlainFrame& picture, host::Form form, uint32_t profile);
+PlainFrame convertPicture(const PlainFrame& picture, host::Form form, const host::Profile& profile);

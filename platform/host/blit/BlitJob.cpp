@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
+#include <new>
 #include <string>
 
 #define LOG(level, ...) __android_log_print(ANDROID_LOG_##level, "PxAsyncBlitStream", __VA_ARGS__)
@@ -14,9 +15,6 @@
 namespace host {
 
 namespace {
-
-// Lines of a strip: whole blocks of every layout.
-constexpr int STRIP_LINES = 32;
 
 // The conversions between plain forms that change samples.
 bool canConvert(Form from, Form to) {
@@ -72,7 +70,7 @@ int BlitJob::checkPlane(const char* name, const JobSide& side, Frame& frame, int
     return 0;
 }
 
-int BlitJob::check(const char* name, const JobSide& side, Frame& frame) {
+int BlitJob::checkSide(const char* name, const JobSide& side, Frame& frame) {
     frame = {};
     frame.layout = findLayout(side.color);
     if (frame.layout == nullptr) {
@@ -80,6 +78,11 @@ int BlitJob::check(const char* name, const JobSide& side, Frame& frame) {
         return -EINVAL;
     }
     const Layout& layout = *frame.layout;
+    frame.profile = findProfile(side.profile);
+    if (frame.profile == nullptr) {
+        LOG(ERROR, "%s: unknown color profile %u\n", name, side.profile);
+        return -EINVAL;
+    }
     struct stat status = {};
     if (fstat(side.fd, &status) != 0) {
         LOG(ERROR, "%s: bad descriptor %d\n", name, side.fd);
@@ -122,67 +125,93 @@ int BlitJob::check(const char* name, const JobSide& side, Frame& frame) {
     return 0;
 }
 
-int BlitJob::run(const JobSide& src, const JobSide& dst) {
-    Frame from;
-    Frame to;
-    int error = check("source", src, from);
-    if (error == 0) {
-        error = check("destination", dst, to);
-    }
-    if (error != 0) {
-        return error;
-    }
+// What only both sides together show.
+int BlitJob::checkPair(const Frame& src, const Frame& dst) {
     if (src.width != dst.width || src.height != dst.height) {
         LOG(ERROR, "scaling %d x %d to %d x %d is not supported\n", src.width, src.height,
             dst.width, dst.height);
         return -EOPNOTSUPP;
     }
-    if (from.buffer.device == to.buffer.device && from.buffer.inode == to.buffer.inode) {
+    if (src.buffer.device == dst.buffer.device && src.buffer.inode == dst.buffer.inode) {
         LOG(ERROR, "source and destination are one buffer\n");
         return -EINVAL;
     }
-    const Form form = from.layout->form;
-    const Form wanted = to.layout->form;
-    const bool colorStep = form != wanted || (isYuv(form) && src.profile != dst.profile);
-    const bool plainOutput = to.layout->planes[0].isRows() && to.layout->toldPlaneCount < 3;
-    if (!plainOutput || (colorStep && !canConvert(form, wanted))) {
-        LOG(ERROR, "converting 0x%08X to 0x%08X is not supported\n", src.color, dst.color);
+    const Layout& from = *src.layout;
+    const Layout& to = *dst.layout;
+    if (!to.isPlainForm() || (changesColors(src, dst) && !canConvert(from.form, to.form))) {
+        LOG(ERROR, "converting 0x%08X to 0x%08X is not supported\n", from.code, to.code);
         return -EOPNOTSUPP;
+    }
+    return 0;
+}
+
+bool BlitJob::changesColors(const Frame& src, const Frame& dst) {
+    const Form form = src.layout->form;
+    return form != dst.layout->form || (isYuv(form) && src.profile != dst.profile);
+}
+
+int BlitJob::run(const JobSide& src, const JobSide& dst) {
+    Frame from;
+    Frame to;
+    int error = checkSide("source", src, from);
+    if (error == 0) {
+        error = checkSide("destination", dst, to);
+    }
+    if (error == 0) {
+        error = checkPair(from, to);
+    }
+    if (error != 0) {
+        return error;
     }
     if (from.layout->compressed && !mToldStored) {
         mToldStored = true;
         LOG(INFO, "payload is read as stored blocks\n");
     }
-    const std::string maps = readMaps();
-    const BufferMapping srcMapping(maps, from.buffer, false);
-    const BufferMapping dstMapping(maps, to.buffer, true);
-    from.data = srcMapping.data();
-    to.data = dstMapping.data();
-    if (from.data == nullptr || to.data == nullptr) {
-        const int mapError = errno;
-        LOG(ERROR, "failed to map the buffers, %s\n", strerror(mapError));
-        return -mapError;
+    try {
+        return mapAndConvert(from, to);
+    } catch (const std::bad_alloc&) {
+        LOG(ERROR, "no memory for a strip of %d pixels\n", from.width);
+        return -ENOMEM;
     }
+}
+
+int BlitJob::mapAndConvert(Frame& src, Frame& dst) {
+    const std::string maps = readMaps();
+    const BufferMapping srcMapping(maps, src.buffer, false);
+    const BufferMapping dstMapping(maps, dst.buffer, true);
+    src.data = srcMapping.data();
+    dst.data = dstMapping.data();
+    if (src.data == nullptr || dst.data == nullptr) {
+        const int error = errno;
+        LOG(ERROR, "failed to map the buffers, %s\n", strerror(error));
+        return -error;
+    }
+    convert(src, dst);
+    return 0;
+}
+
+void BlitJob::convert(const Frame& src, const Frame& dst) {
+    const Form form = src.layout->form;
+    const bool colorStep = changesColors(src, dst);
     ColorStep step = {};
     if (colorStep && isYuv(form)) {
-        step = isYuv(wanted) ? stepToYuv(src.profile, dst.profile, bitsOf(form))
-                             : stepToRgb(src.profile, bitsOf(form));
+        step = isYuv(dst.layout->form) ? stepToYuv(*src.profile, *dst.profile, bitsOf(form))
+                                       : stepToRgb(*src.profile, bitsOf(form));
     }
-    const int chromaLines = isYuv(form) ? from.height / 2 : 0;
-    for (int top = 0; top < from.height; top += STRIP_LINES) {
-        Strip strip = {from.width, std::min(STRIP_LINES, from.height - top), 0};
+    const int chromaLines = isYuv(form) ? src.height / 2 : 0;
+    for (int top = 0; top < src.height; top += STRIP_LINES) {
+        Strip strip = {src.width, std::min(STRIP_LINES, src.height - top), 0};
         if (chromaLines > 0) {
             const int bottom = top + strip.lines - 1;
             strip.chromaLines =
                 chromaLineOf(bottom, chromaLines) - chromaLineOf(top, chromaLines) + 1;
         }
         if (colorStep) {
-            convertStrip(from, to, top, strip, step);
+            convertStrip(src, dst, top, strip, step);
         } else {
-            copyStrip(from, to, top, strip);
+            copyStrip(src, dst, top, strip);
         }
     }
-    return 0;
 }
 
 Rows BlitJob::Frame::rows(int plane, int line) const {
@@ -202,15 +231,25 @@ void BlitJob::unpackChroma(const Frame& src, int top, int lines, Rows to) {
     const Form form = src.layout->form;
     const PlaneLayout& plane = src.layout->planes[1];
     const int samples = plane.samples(form, src.width);
-    if (plane.role == Role::CBCR) {
-        unpackPlane(plane, bytesOf(form), src.rows(1, top), samples, lines, to);
-        return;
-    }
-    const bool cbFirst = plane.role == Role::CB;
-    mergeChroma(src.rows(cbFirst ? 1 : 2, top), src.rows(cbFirst ? 2 : 1, top), samples, lines, to);
-    // An odd width leaves a byte of the row without a sample: no color.
-    for (int line = 0; src.width % 2 != 0 && line < lines; ++line) {
-        to.data[line * to.pitch + src.width - 1] = 128;
+    const bool crFirst = src.layout->crFirst;
+    switch (plane.role) {
+        case Role::RGB:
+        case Role::LUMA:
+            break;
+        case Role::CHROMA_PAIRS:
+            unpackPlane(plane, bytesOf(form), src.rows(1, top), samples, lines, to);
+            if (crFirst) {
+                swapChroma(to, samples / 2, lines);
+            }
+            break;
+        case Role::CHROMA:
+            mergeChroma(src.rows(crFirst ? 2 : 1, top), src.rows(crFirst ? 1 : 2, top), samples,
+                        lines, to);
+            // An odd width leaves a byte of the row without a sample: no color.
+            for (int line = 0; src.width % 2 != 0 && line < lines; ++line) {
+                to.data[line * to.pitch + src.width - 1] = 128;
+            }
+            break;
     }
 }
 
@@ -240,8 +279,7 @@ ConstRows BlitJob::plainChroma(const Frame& src, int top, const Strip& strip) {
         return {};
     }
     const int chromaTop = chromaLineOf(top, src.height / 2);
-    const PlaneLayout& plane = src.layout->planes[1];
-    if (plane.isRows() && plane.role == Role::CBCR) {
+    if (src.layout->isPlainForm()) {
         return src.rows(1, chromaTop);
     }
     const ptrdiff_t pitch = ptrdiff_t{src.width} * bytesOf(src.layout->form);

@@ -29,13 +29,14 @@ struct JobSide {
 class BlitJob {
   public:
     // 0 when the frame is converted; a negated errno, logged, when the job doesn't fit its buffers,
-    // is none that the engine can do, or a buffer can't be mapped.
+    // is none that the engine can do, or memory runs short.
     int run(const JobSide& src, const JobSide& dst);
 
   private:
     // A side that has been found to fit its buffer.
     struct Frame {
         const Layout* layout;
+        const Profile* profile;
         BufferId buffer;
         Bodies bodies;
         std::array<int64_t, 3> pitches;  // bytes a row or a block row
@@ -47,8 +48,12 @@ class BlitJob {
         Rows rows(int plane, int line) const;
     };
 
-    static int check(const char* name, const JobSide& side, Frame& frame);
+    static int checkSide(const char* name, const JobSide& side, Frame& frame);
     static int checkPlane(const char* name, const JobSide& side, Frame& frame, int index);
+    static int checkPair(const Frame& src, const Frame& dst);
+    static bool changesColors(const Frame& src, const Frame& dst);
+    int mapAndConvert(Frame& src, Frame& dst);
+    void convert(const Frame& src, const Frame& dst);
     void convertStrip(const Frame& src, const Frame& dst, int top, const Strip& strip,
                       const ColorStep& step);
     static void copyStrip(const Frame& src, const Frame& dst, int top, const Strip& strip);

@@ -6,28 +6,11 @@ namespace host {
 
 namespace {
 
-struct Space {
-    double kr;
-    double kb;
-    bool full;
+constexpr Profile PROFILES[] = {
+    {PX_PROFILE_BT601_LIMIT, 0.299, 0.114, false},    {PX_PROFILE_BT601_FULL, 0.299, 0.114, true},
+    {PX_PROFILE_BT709_LIMIT, 0.2126, 0.0722, false},  {PX_PROFILE_BT709_FULL, 0.2126, 0.0722, true},
+    {PX_PROFILE_BT2020_LIMIT, 0.2627, 0.0593, false}, {PX_PROFILE_BT2020_FULL, 0.2627, 0.0593, true},
 };
-
-Space spaceOf(uint32_t profile) {
-    switch (profile) {
-        case PX_PROFILE_BT601_FULL:
-            return {0.299, 0.114, true};
-        case PX_PROFILE_BT709_LIMIT:
-            return {0.2126, 0.0722, false};
-        case PX_PROFILE_BT709_FULL:
-            return {0.2126, 0.0722, true};
-        case PX_PROFILE_BT2020_LIMIT:
-            return {0.2627, 0.0593, false};
-        case PX_PROFILE_BT2020_FULL:
-            return {0.2627, 0.0593, true};
-        default:
-            return {0.299, 0.114, false};
-    }
-}
 
 // Samples' black level and spans of luma and chroma at a depth.
 struct Range {
@@ -37,15 +20,24 @@ struct Range {
     double chroma;
 };
 
-Range rangeOf(const Space& space, int bits) {
+Range rangeOf(const Profile& profile, int bits) {
     const double unit = 1 << (bits - 8);
     const double middle = 128 * unit;
     const double top = 256 * unit - 1;
-    return space.full ? Range{0, top, middle, top}
+    return profile.full ? Range{0, top, middle, top}
                       : Range{16 * unit, 219 * unit, middle, 224 * unit};
 }
 
 }  // namespace
+
+const Profile* findProfile(uint32_t code) {
+    for (const Profile& profile : PROFILES) {
+        if (profile.code == code) {
+            return &profile;
+        }
+    }
+    return nullptr;
+}
 
 Affine compose(const Affine& second, const Affine& first) {
     Affine result = {};
@@ -61,25 +53,23 @@ Affine compose(const Affine& second, const Affine& first) {
     return result;
 }
 
-Affine toRgb(uint32_t profile, int bits) {
-    const Space space = spaceOf(profile);
-    const Range range = rangeOf(space, bits);
-    const double kg = 1 - space.kr - space.kb;
-    const double red = 2 * (1 - space.kr);
-    const double blue = 2 * (1 - space.kb);
+Affine toRgb(const Profile& profile, int bits) {
+    const Range range = rangeOf(profile, bits);
+    const double kg = 1 - profile.kr - profile.kb;
+    const double red = 2 * (1 - profile.kr);
+    const double blue = 2 * (1 - profile.kb);
     const Affine normalize = {
         {{1 / range.luma, 0, 0}, {0, 1 / range.chroma, 0}, {0, 0, 1 / range.chroma}},
         {-range.black / range.luma, -range.middle / range.chroma, -range.middle / range.chroma}};
     const Affine matrix = {
-        {{1, 0, red}, {1, -space.kb * blue / kg, -space.kr * red / kg}, {1, blue, 0}}, {0, 0, 0}};
+        {{1, 0, red}, {1, -profile.kb * blue / kg, -profile.kr * red / kg}, {1, blue, 0}}, {0, 0, 0}};
     return compose(matrix, normalize);
 }
 
-Affine fromRgb(uint32_t profile, int bits) {
-    const Space space = spaceOf(profile);
-    const Range range = rangeOf(space, bits);
-    const double kr = space.kr;
-    const double kb = space.kb;
+Affine fromRgb(const Profile& profile, int bits) {
+    const Range range = rangeOf(profile, bits);
+    const double kr = profile.kr;
+    const double kb = profile.kb;
     const double kg = 1 - kr - kb;
     const double red = 2 * (1 - kr);
     const double blue = 2 * (1 - kb);

@@ -6,7 +6,6 @@
 #include <cmath>
 #include <cstring>
 
-#include "ColorMatrix.h"
 #include "Kernel.h"
 
 namespace host {
@@ -242,13 +241,13 @@ KERNEL void rgba1010102Row(const void* in, int width, void* out) {
 
 }  // namespace
 
-ColorStep stepToRgb(uint32_t profile, int bits) {
+ColorStep stepToRgb(const Profile& profile, int bits) {
     const Affine scale = {{{255, 0, 0}, {0, 255, 0}, {0, 0, 255}}, {0, 0, 0}};
     return fixedPoint(compose(scale, toRgb(profile, bits)));
 }
 
-ColorStep stepToYuv(uint32_t fromProfile, uint32_t toProfile, int bits) {
-    return fixedPoint(compose(fromRgb(toProfile, bits), toRgb(fromProfile, bits)));
+ColorStep stepToYuv(const Profile& from, const Profile& to, int bits) {
+    return fixedPoint(compose(fromRgb(to, bits), toRgb(from, bits)));
 }
 
 void convertYuvToRgba(Form from, const ColorStep& step, const Strip& strip,

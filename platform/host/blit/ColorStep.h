@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "ColorMatrix.h"
 #include "Layout.h"
 #include "Unpack.h"
 
@@ -17,10 +18,10 @@ struct ColorStep {
     int32_t offset[3];  // holds the half that rounds
 };
 
-// From samples of a PX_PROFILE_ENUM and depth to full-range 8-bit RGB.
-ColorStep stepToRgb(uint32_t profile, int bits);
+// From samples of a profile and depth to full-range 8-bit RGB.
+ColorStep stepToRgb(const Profile& profile, int bits);
 // Between profiles at the same depth. Luma has no part in the chroma rows of the matrix.
-ColorStep stepToYuv(uint32_t fromProfile, uint32_t toProfile, int bits);
+ColorStep stepToYuv(const Profile& from, const Profile& to, int bits);
 
 // A strip of a frame in a plain form: pixel or luma rows, and Cb, Cr rows. A row of chroma covers
 // two lines; where the frame's last lines have none of their own, its last row covers them.

@@ -53,51 +53,83 @@ constexpr PlaneLayout blocks(Role role, Packing packing, int samples, int lines,
 constexpr PlaneLayout NONE = rows(Role::RGB);
 constexpr PlaneLayout RGB = rows(Role::RGB);
 constexpr PlaneLayout LUMA = rows(Role::LUMA);
-constexpr PlaneLayout CBCR = rows(Role::CBCR);
-constexpr PlaneLayout CB = rows(Role::CB);
-constexpr PlaneLayout CR = rows(Role::CR);
+constexpr PlaneLayout PAIRS = rows(Role::CHROMA_PAIRS);
+constexpr PlaneLayout CHROMA = rows(Role::CHROMA);
+
+constexpr bool CB_CR = false;
+constexpr bool CR_CB = true;
 
 // The chip's blocks: 16 samples x 32 lines of luma, 16 samples x 16 lines of chroma.
 constexpr PlaneLayout BLK_LUMA = blocks(Role::LUMA, Packing::BYTE_BLOCKS, 16, 32, 512);
-constexpr PlaneLayout BLK_CBCR = blocks(Role::CBCR, Packing::BYTE_BLOCKS, 16, 16, 256);
+constexpr PlaneLayout BLK_PAIRS = blocks(Role::CHROMA_PAIRS, Packing::BYTE_BLOCKS, 16, 16, 256);
 constexpr PlaneLayout BLK10_LUMA = blocks(Role::LUMA, Packing::BLOCKS_10, 16, 32, 640);
-constexpr PlaneLayout BLK10_CBCR = blocks(Role::CBCR, Packing::BLOCKS_10, 16, 16, 320);
+constexpr PlaneLayout BLK10_PAIRS = blocks(Role::CHROMA_PAIRS, Packing::BLOCKS_10, 16, 16, 320);
 
 // AFBC superblocks of 16 x 16 pixels; the 10-bit ones end with 32 unused bytes.
 constexpr PlaneLayout AFBC_RGB = blocks(Role::RGB, Packing::BYTE_BLOCKS, 64, 16, 1024);
 constexpr PlaneLayout AFBC_LUMA = blocks(Role::LUMA, Packing::BYTE_BLOCKS, 16, 16, 384);
-constexpr PlaneLayout AFBC_CBCR = blocks(Role::CBCR, Packing::BYTE_BLOCKS, 16, 8, 384, 256);
+constexpr PlaneLayout AFBC_PAIRS = blocks(Role::CHROMA_PAIRS, Packing::BYTE_BLOCKS, 16, 8, 384, 256);
 constexpr PlaneLayout AFBC10_LUMA = blocks(Role::LUMA, Packing::BLOCKS_10, 16, 16, 512);
-constexpr PlaneLayout AFBC10_CBCR = blocks(Role::CBCR, Packing::BLOCKS_10, 16, 8, 512, 320);
+constexpr PlaneLayout AFBC10_PAIRS = blocks(Role::CHROMA_PAIRS, Packing::BLOCKS_10, 16, 8, 512, 320);
 
 // Lumo blocks of 64 samples.
 constexpr PlaneLayout LUMO_LUMA = blocks(Role::LUMA, Packing::BYTE_BLOCKS, 8, 8, 64);
-constexpr PlaneLayout LUMO_CBCR = blocks(Role::CBCR, Packing::BYTE_BLOCKS, 16, 4, 64);
+constexpr PlaneLayout LUMO_PAIRS = blocks(Role::CHROMA_PAIRS, Packing::BYTE_BLOCKS, 16, 4, 64);
 constexpr PlaneLayout LUMO12_LUMA = blocks(Role::LUMA, Packing::BLOCKS_12, 8, 8, 96);
-constexpr PlaneLayout LUMO12_CBCR = blocks(Role::CBCR, Packing::BLOCKS_12, 16, 4, 96);
+constexpr PlaneLayout LUMO12_PAIRS = blocks(Role::CHROMA_PAIRS, Packing::BLOCKS_12, 16, 4, 96);
 
 // clang-format off
 constexpr Layout LAYOUTS[] = {
-    // code       form               planes                             told  pitches  bodies       compressed
-    {0x00201821, Form::RGB888,      1, {RGB, NONE, NONE},                1,   6,  0,  backToBack,  false},  // RGB888
-    {0x00202022, Form::RGBA8888,    1, {RGB, NONE, NONE},                1,   8,  0,  backToBack,  false},  // RGBA8888
-    {0x10202022, Form::RGBA1010102, 1, {RGB, NONE, NONE},                1,   8,  0,  backToBack,  false},  // RGBA1010102
-    {0x20202022, Form::RGBA8888,    1, {AFBC_RGB, NONE, NONE},           1,   8,  0,  afbcRgb,     true},   // RGBA8888_AFBC
-    {0x30202022, Form::RGBA1010102, 1, {AFBC_RGB, NONE, NONE},           1,   8,  0,  afbcRgb,     true},   // RGBA1010102_AFBC
-    {0x004C084C, Form::NV12,        2, {LUMA, CBCR, NONE},               2,   2,  2,  backToBack,  false},  // NV12
-    {0x084C104C, Form::P010,        2, {LUMA, CBCR, NONE},               2,   4,  4,  backToBack,  false},  // P010
-    {0x006C0868, Form::NV12,        3, {LUMA, CR, CB},                   3,   2,  1,  backToBack,  false},  // YV12
-    {0x006C0848, Form::NV12,        3, {LUMA, CB, CR},                   3,   2,  1,  backToBack,  false},  // YUV420P
-    {0x202C0C4C, Form::NV12,        2, {AFBC_LUMA, AFBC_CBCR, NONE},     1,   3,  3,  afbcYuv,     true},   // YUV420P_AFBC
-    {0x302C104C, Form::P010,        2, {AFBC10_LUMA, AFBC10_CBCR, NONE}, 1,   4,  4,  afbcYuv,     true},   // YUV420P_10BIT_AFBC
-    {0x00CD004C, Form::NV12,        2, {BLK_LUMA, BLK_CBCR, NONE},       2,  64, 32,  backToBack,  false},  // NV12_BLK
-    {0x18CD404C, Form::P010,        2, {BLK10_LUMA, BLK10_CBCR, NONE},   2,  80, 40,  backToBack,  false},  // NV12_BLK_10BIT_V
-    {0x02CD004C, Form::NV12,        2, {BLK_LUMA, BLK_CBCR, NONE},       2,  64, 32,  cpq,         true},   // CPQ
-    {0x1ACD404C, Form::P010,        2, {BLK10_LUMA, BLK10_CBCR, NONE},   2,  80, 40,  cpq10,       true},   // CPQ_10BIT_V
-    {0x402C0C4C, Form::NV12,        2, {LUMO_LUMA, LUMO_CBCR, NONE},     1,  24,  0,  lumo8,       true},   // NV12_Lumo
-    {0x502C124C, Form::P010,        2, {LUMO12_LUMA, LUMO12_CBCR, NONE}, 1,  36,  0,  lumo12,      true},   // P010_Lumo
+    // code       form               planes                             chroma told pitches bodies    compressed
+    {0x00201821, Form::RGB888,      1, {RGB, NONE, NONE},                 CB_CR, 1,   6,  0,  backToBack,  false}, // RGB888
+    {0x00202022, Form::RGBA8888,    1, {RGB, NONE, NONE},                 CB_CR, 1,   8,  0,  backToBack,  false}, // RGBA8888
+    {0x10202022, Form::RGBA1010102, 1, {RGB, NONE, NONE},                 CB_CR, 1,   8,  0,  backToBack,  false}, // RGBA1010102
+    {0x20202022, Form::RGBA8888,    1, {AFBC_RGB, NONE, NONE},            CB_CR, 1,   8,  0,  afbcRgb,     true},  // RGBA8888_AFBC
+    {0x30202022, Form::RGBA1010102, 1, {AFBC_RGB, NONE, NONE},            CB_CR, 1,   8,  0,  afbcRgb,     true},  // RGBA1010102_AFBC
+    {0x004C084C, Form::NV12,        2, {LUMA, PAIRS, NONE},               CB_CR, 2,   2,  2,  backToBack,  false}, // NV12
+    {0x084C104C, Form::P010,        2, {LUMA, PAIRS, NONE},               CB_CR, 2,   4,  4,  backToBack,  false}, // P010
+    {0x006C0868, Form::NV12,        3, {LUMA, CHROMA, CHROMA},            CR_CB, 3,   2,  1,  backToBack,  false}, // YV12
+    {0x006C0848, Form::NV12,        3, {LUMA, CHROMA, CHROMA},            CB_CR, 3,   2,  1,  backToBack,  false}, // YUV420P
+    {0x202C0C4C, Form::NV12,        2, {AFBC_LUMA, AFBC_PAIRS, NONE},     CB_CR, 1,   3,  3,  afbcYuv,     true},  // YUV420P_AFBC
+    {0x302C104C, Form::P010,        2, {AFBC10_LUMA, AFBC10_PAIRS, NONE}, CB_CR, 1,   4,  4,  afbcYuv,     true},  // YUV420P_10BIT_AFBC
+    {0x00CD004C, Form::NV12,        2, {BLK_LUMA, BLK_PAIRS, NONE},       CB_CR, 2,  64, 32,  backToBack,  false}, // NV12_BLK
+    {0x18CD404C, Form::P010,        2, {BLK10_LUMA, BLK10_PAIRS, NONE},   CB_CR, 2,  80, 40,  backToBack,  false}, // NV12_BLK_10BIT_V
+    {0x02CD004C, Form::NV12,        2, {BLK_LUMA, BLK_PAIRS, NONE},       CB_CR, 2,  64, 32,  cpq,         true},  // CPQ
+    {0x1ACD404C, Form::P010,        2, {BLK10_LUMA, BLK10_PAIRS, NONE},   CB_CR, 2,  80, 40,  cpq10,       true},  // CPQ_10BIT_V
+    {0x402C0C4C, Form::NV12,        2, {LUMO_LUMA, LUMO_PAIRS, NONE},     CB_CR, 1,  24,  0,  lumo8,       true},  // NV12_Lumo
+    {0x502C124C, Form::P010,        2, {LUMO12_LUMA, LUMO12_PAIRS, NONE}, CB_CR, 1,  36,  0,  lumo12,      true},  // P010_Lumo
 };
 // clang-format on
+
+constexpr bool canUnpack(const PlaneLayout& plane, Form form) {
+    const int samples = plane.blockSamples;
+    const bool words = form == Form::P010;
+    switch (plane.packing) {
+        case Packing::ROWS:
+            return !words || plane.role != Role::CHROMA;
+        case Packing::BYTE_BLOCKS:
+            return !words && (samples == 8 || samples == 16 || samples == 64);
+        case Packing::BLOCKS_10:
+            return words && samples == 16;
+        case Packing::BLOCKS_12:
+            return words && (samples == 8 || samples == 16);
+    }
+    return false;
+}
+
+constexpr bool canUnpackAll() {
+    for (const Layout& layout : LAYOUTS) {
+        for (int i = 0; i < layout.planeCount; ++i) {
+            const PlaneLayout& plane = layout.planes[i];
+            if (!canUnpack(plane, layout.form) || (layout.crFirst && bytesOf(layout.form) != 1) ||
+                (!plane.isRows() && STRIP_LINES % plane.blockLines != 0)) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+static_assert(canUnpackAll(), "a layout wants what Unpack.cpp doesn't do");
 
 }  // namespace
 

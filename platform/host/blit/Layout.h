@@ -23,7 +23,11 @@ constexpr bool isYuv(Form form) { return form == Form::NV12 || form == Form::P01
 constexpr int sampleBytesOf(Form form) { return isYuv(form) ? bytesOf(form) : 1; }
 constexpr int bitsOf(Form form) { return form == Form::P010 ? 10 : 8; }
 
-enum class Role { RGB, LUMA, CBCR, CB, CR };
+// A frame is converted in strips of that many lines: whole blocks of every layout.
+constexpr int STRIP_LINES = 32;
+
+// CHROMA_PAIRS: Cb and Cr in turn. CHROMA: one of the two, of which each has a plane.
+enum class Role { RGB, LUMA, CHROMA_PAIRS, CHROMA };
 
 // How a row of samples is stored: plain rows as in the unpacked form, or blocks whose lines follow
 // one another, the samples as bytes or as bits packed little-endian without gaps.
@@ -40,13 +44,21 @@ struct PlaneLayout {
 
     // Samples of one row of a frame that is width pixels wide.
     int samples(Form form, int width) const {
-        const bool planar = role == Role::CB || role == Role::CR;
-        return role == Role::RGB ? width * bytesOf(form) : planar ? width / 2 : width;
+        switch (role) {
+            case Role::RGB:
+                return width * bytesOf(form);
+            case Role::LUMA:
+            case Role::CHROMA_PAIRS:
+                return width;
+            case Role::CHROMA:
+                return width / 2;
+        }
+        return 0;
     }
     int lines(int height) const {
         return role == Role::RGB || role == Role::LUMA ? height : height / 2;
     }
-    bool isRows() const { return packing == Packing::ROWS; }
+    constexpr bool isRows() const { return packing == Packing::ROWS; }
 };
 
 // Offsets in bytes of the planes' bodies in the buffer. sizes: bytes of the planes as told.
@@ -57,6 +69,7 @@ struct Layout {
     Form form;
     int planeCount;
     PlaneLayout planes[3];
+    bool crFirst;  // of a chroma pair, or of the two chroma planes
     int toldPlaneCount;  // planes that a job tells the sizes of; one for all where it is 1
     // Pitches as a job tells them, in half bytes a pixel of width: the least for rows, exact for
     // blocks.
@@ -64,6 +77,11 @@ struct Layout {
     int uvPitch;
     Bodies (*bodies)(int64_t width, int64_t height, const uint32_t* sizes);
     bool compressed;  // on the device; read here as stored blocks
+
+    // True for the layout that is its form, which alone can be written.
+    bool isPlainForm() const {
+        return planes[0].isRows() && planes[1].role != Role::CHROMA && !crFirst;
+    }
 };
 
 // Null for a code that the engine doesn't know.

@@ -134,6 +134,11 @@ void unpackPlane(const PlaneLayout& plane, int sampleBytes, ConstRows from, int 
     }
 }
 
+void swapChroma(Rows rows, int pairs, int lines) {
+    const int pitch = static_cast<int>(rows.pitch);
+    libyuv::SwapUVPlane(rows.data, pitch, rows.data, pitch, pairs, lines);
+}
+
 void mergeChroma(ConstRows cb, ConstRows cr, int pairs, int lines, Rows to) {
     libyuv::MergeUVPlane(cb.data, static_cast<int>(cb.pitch), cr.data, static_cast<int>(cr.pitch),
                          to.data, static_cast<int>(to.pitch), pairs, lines);

@@ -28,6 +28,9 @@ struct ConstRows {
 void unpackPlane(const PlaneLayout& plane, int sampleBytes, ConstRows from, int samples, int lines,
                  Rows to);
 
+// Makes Cr, Cb byte pairs Cb, Cr pairs, where they stand.
+void swapChroma(Rows rows, int pairs, int lines);
+
 // Interleaves two planes of chroma bytes.
 void mergeChroma(ConstRows cb, ConstRows cr, int pairs, int lines, Rows to);
 

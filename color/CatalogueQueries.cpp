@@ -8,9 +8,6 @@
 
 namespace {
 
-constexpr const char* COLOR_SPACE_NAMES[] = {"BT601_LIMIT", "BT601_FULL",   "BT709_LIMIT",
-                                             "BT709_FULL",  "BT2020_LIMIT", "BT2020_FULL"};
-
 bool contains(const char* const* boards, const char* board) {
     for (; *boards != nullptr; ++boards) {
         if (strcmp(*boards, board) == 0) {
@@ -23,21 +20,19 @@ bool contains(const char* const* boards, const char* board) {
 }  // namespace
 
 ColorConvert::ColorFormat ColorConvert::getColorFormatFromStr(std::string name) {
-    for (int row = 0; row < COLOR_FORMAT_COUNT; ++row) {
-        if (colorFormatInfos[static_cast<size_t>(row)].name == name) {
-            return static_cast<ColorFormat>(row);
+    for (const ColorFormatInfo& info : colorFormatInfos) {
+        if (info.name == name) {
+            return info.value;
         }
     }
     return UNKNOWN;
 }
 
 int ColorConvert::getColorSpaceFromStr(std::string name) {
-    int value = 0;
-    for (const char* known : COLOR_SPACE_NAMES) {
-        if (known == name) {
-            return value;
+    for (const ColorSpaceInfo& info : colorSpaceInfos) {
+        if (info.name == name) {
+            return info.value;
         }
-        ++value;
     }
     return BT601_LIMIT;
 }
