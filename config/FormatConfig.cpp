@@ -15,8 +15,8 @@ void reportOnce(const std::string& pattern, const std::string& error) {
     static std::set<std::string> reported;
     if (reported.insert(pattern).second) {
         __android_log_print(ANDROID_LOG_ERROR, "VexConverter-FormatConfig",
-                            "FormatConfig::match: Failed to use pattern: %s, %s\n", pattern.c_str(),
-                            error.c_str());
+                            "FormatConfig::match: Failed to use pattern, %s: %s\n", error.c_str(),
+                            pattern.c_str());
     }
 }
 

@@ -6,84 +6,49 @@
 #include "config/FormatConfig.h"
 #include "fileutils/FileUtils.h"
 
-DumpNames::DumpNames(std::string folder, ColorConvert::ColorFormat format, int width, int height,
-                     bool separate)
-    : mFolder(std::move(folder)),
-      mFormat(format),
-      mWidth(width),
-      mHeight(height),
-      mSeparate(separate) {
-    FileUtils::parseConfigFile("");
-}
-
-// The path, or those of its set, when the rules make of it what the dump is; none otherwise.
-std::vector<std::string> DumpNames::tryName(const std::string& path) const {
-    const auto match = findMatch(path);
-    if (!match || match->colorFormat != colorFormatInfo(mFormat).name ||
-        match->separate != mSeparate || match->width != mWidth || match->height != mHeight) {
-        return {};
+DumpName nameDump(const std::string& folder, ColorConvert::ColorFormat format, int width,
+                  int height, bool separate, int number) {
+    if (formatConfigs.empty()) {
+        FileUtils::parseConfigFile("");
     }
-    const std::pair aligned = {ColorConvert::roundUp(mWidth, match->widthAlignment),
-                               ColorConvert::roundUp(mHeight, match->heightAlignment)};
-    if (aligned != ColorConvert::getDefaultAlignedSize(mWidth, mHeight, mFormat)) {
-        return {};
-    }
-    if (!mSeparate) {
-        return {path};
-    }
-    std::vector<std::string> parts = {match->yBodyFile, match->yHeaderFile, match->cBodyFile,
-                                      match->cHeaderFile};
-    const bool distinct = std::set<std::string>(parts.begin(), parts.end()).size() == parts.size();
-    return distinct && parts.front() == path ? parts : std::vector<std::string>();
-}
-
-// A rule is not read for what it wants: names that the video stack writes are tried with its codes.
-std::vector<std::string> DumpNames::decodedFilesOf(int frame) const {
-    const std::string size = "_W" + std::to_string(mWidth) + "H" + std::to_string(mHeight) + "_F";
+    const char* name = colorFormatInfo(format).name;
+    const std::string size = "_W" + std::to_string(width) + "H" + std::to_string(height) + "_";
+    const std::string end = "_" + std::to_string(number);
+    // What the rules make of the path: the dump, or not.
+    const auto tryPath = [&](const std::string& path) {
+        const auto match = findMatch(path);
+        DumpName found = {{path}, false};
+        if (!match || match->colorFormat != name || match->separate != separate ||
+            match->width != width || match->height != height) {
+            return found;
+        }
+        if (separate) {
+            found.files = {match->yBodyFile, match->yHeaderFile, match->cBodyFile,
+                           match->cHeaderFile};
+        }
+        const std::set<std::string> distinct(found.files.begin(), found.files.end());
+        found.decoded = distinct.size() == found.files.size() && found.files[0] == path &&
+                        std::pair(ColorConvert::roundUp(width, match->widthAlignment),
+                                  ColorConvert::roundUp(height, match->heightAlignment)) ==
+                            ColorConvert::getDefaultAlignedSize(width, height, format);
+        return found;
+    };
+    // Names as the video stack writes them, with each code that the rules know.
     for (const FormatConfig& rule : formatConfigs) {
         for (const FormatConfig::FormatPair& pair : rule.formatPairs) {
             for (const char* start : {"/vdec_output_0", "/venc_input_0"}) {
-                const std::string stem =
-                    mFolder + start + size + pair.formatStr + "_" + std::to_string(frame);
-                auto files = tryName(stem + (mSeparate ? "_" + pair.yBody : ".yuv"));
-                if (!files.empty()) {
-                    return files;
+                DumpName found = tryPath(folder + start + size + "F" + pair.formatStr + end +
+                                         (separate ? "_" + pair.yBody : ".yuv"));
+                if (found.decoded) {
+                    return found;
                 }
             }
         }
     }
-    return {};
-}
-
-std::vector<std::string> DumpNames::filesOf(int frame) const {
-    std::vector<std::string> files = decodedFilesOf(mSeparate ? frame : 0);
-    if (!files.empty()) {
-        return files;
+    const std::string stem = folder + "/dump_0" + size + name;
+    if (!separate) {
+        return {{stem + ".yuv"}, false};
     }
-    const std::string stem = mFolder + "/dump_0_W" + std::to_string(mWidth) + "H" +
-                             std::to_string(mHeight) + "_" + colorFormatInfo(mFormat).name;
-    if (!mSeparate) {
-        return {stem + ".yuv"};
-    }
-    for (const char* ending : {"_Y.dat", "_Y.len", "_C.dat", "_C.len"}) {
-        files.push_back(stem + "_" + std::to_string(frame) + ending);
-    }
-    return files;
-}
-
-std::string DumpNames::hint() const {
-    const std::string unknown = "No built-in rule decodes ";
-    if (!decodedFilesOf(0).empty()) {
-        return "";
-    }
-    if (mSeparate) {
-        return unknown + "these files; convert them with a rule of your own\n";
-    }
-    if (ColorConvert::isSeparate(mFormat)) {
-        return unknown +
-               "whole frames of this format; convert them with a rule whose pair says "
-               "\"Separate\": false\n";
-    }
-    return unknown + "this format; convert it with -w " + std::to_string(mWidth) + " -h " +
-           std::to_string(mHeight) + " -f " + colorFormatInfo(mFormat).name + "\n";
+    const std::string set = stem + end;
+    return {{set + "_Y.dat", set + "_Y.len", set + "_C.dat", set + "_C.len"}, false};
 }

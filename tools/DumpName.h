@@ -6,26 +6,12 @@
 
 #include "color/ColorConvert.h"
 
-class DumpNames {
-  public:
-    // Of dumps of width (pixels) x height (lines), not aligned yet, in the folder; separate: four
-    // part files a frame. Loads the built-in rules.
-    DumpNames(std::string folder, ColorConvert::ColorFormat format, int width, int height,
-              bool separate);
-
-    // Paths of the part files of a frame, or of the one file that holds all frames.
-    std::vector<std::string> filesOf(int frame) const;
-
-    // How to convert a dump whose names no built-in rule decodes; empty for others.
-    std::string hint() const;
-
-  private:
-    std::vector<std::string> decodedFilesOf(int frame) const;
-    std::vector<std::string> tryName(const std::string& path) const;
-
-    std::string mFolder;
-    ColorConvert::ColorFormat mFormat;
-    int mWidth;
-    int mHeight;
-    bool mSeparate;
+struct DumpName {
+    std::vector<std::string> files;  // paths: one, or the four part files of a frame
+    bool decoded;                    // by a built-in rule
 };
+
+// For a dump of width (pixels) x height (lines), not aligned yet, in the folder. separate: a frame
+// of part files, of which number tells the sets apart.
+DumpName nameDump(const std::string& folder, ColorConvert::ColorFormat format, int width,
+                  int height, bool separate, int number);

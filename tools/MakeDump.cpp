@@ -242,22 +242,34 @@ void writeDump(const Options& options) {
     const auto parts = options.whole
                            ? std::vector<std::pair<int, int>>()
                            : ColorConvert::getSeparateSize(width, height, options.format);
-    const DumpNames names(options.folder, options.format, options.width, options.height,
-                          !parts.empty());
+    bool decoded = true;
     for (int i = 0; i < source.frames(); ++i) {
         const std::vector<uint8_t> dump = packFrame(source.frame(i), layoutOf(options.format),
                                                     options.format, width, height);
-        const std::vector<std::string> files = names.filesOf(i);
+        const DumpName name = nameDump(options.folder, options.format, options.width,
+                                       options.height, !parts.empty(), parts.empty() ? 0 : i);
+        decoded = name.decoded;
         for (size_t part = 0; part < parts.size(); ++part) {
-            writeNew(files[part], dump.data() + parts[part].second, parts[part].first);
+            writeNew(name.files[part], dump.data() + parts[part].second, parts[part].first);
         }
         if (parts.empty() && i == 0) {
-            writeNew(files[0], dump.data(), static_cast<int>(dump.size()));
+            writeNew(name.files[0], dump.data(), static_cast<int>(dump.size()));
         } else if (parts.empty()) {
-            append(files[0], dump);
+            append(name.files[0], dump);
         }
     }
-    fputs(names.hint().c_str(), stderr);
+    if (decoded) {
+        return;
+    }
+    if (ColorConvert::isSeparate(options.format)) {
+        fputs(options.whole ? "No built-in rule decodes whole frames of this format; convert them "
+                              "with a rule whose pair says \"Separate\": false\n"
+                            : "No built-in rule decodes these files; convert them with a rule\n",
+              stderr);
+    } else {
+        fprintf(stderr, "No built-in rule decodes this format; convert it with -w %d -h %d -f %s\n",
+                options.width, options.height, colorFormatInfo(options.format).name);
+    }
 }
 
 }  // namespace
