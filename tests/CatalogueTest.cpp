@@ -19,10 +19,14 @@ TEST(Catalogue, Names) {
     const std::pair<const char*, int> formats[] = {
         {"NV12", C::NV12}, {"nv12", 0}, {"NV12 ", 0}, {"NV1", 0}, {"", 0}, {"NV12_Lumo", C::NV12_LUMO}, {"NV12_LUMO", 0}};
     for (const auto& [name, format] : formats) { EXPECT_EQ(C::getColorFormatFromStr(name), format) << name; }
-    const std::pair<const char*, int> spaces[] = {{"BT601_LIMIT", 0}, {"BT601_FULL", 1},  {"BT709_LIMIT", 2},
-                                                  {"BT709_FULL", 3},  {"BT2020_LIMIT", 4}, {"BT2020_FULL", 5},
-                                                  {"bt709_full", 0},  {"BT709", 0},        {"", 0}};
-    for (const auto& [name, space] : spaces) { EXPECT_EQ(C::getColorSpaceFromStr(name), space) << name; }
+    int value = 0;
+    for (std::istringstream& row : tableRows("spaces.txt")) {
+        std::string name;
+        row >> name;
+        EXPECT_EQ(C::getColorSpaceFromStr(name), value++) << name;
+    }
+    EXPECT_EQ(value, C::COLOR_SPACE_COUNT) << "a color space has no row in tests/data/spaces.txt";
+    for (const char* name : {"bt709_full", "BT709", ""}) { EXPECT_EQ(C::getColorSpaceFromStr(name), 0) << name; }
 }
 
 // A list of boards, or all but a list.

@@ -158,7 +158,7 @@ TEST(Match, LongNamesAndHostilePatternsEndWithAResult) {
     for (int depth = 0; depth < 60; ++depth) { nested = "(" + nested + "*)*"; }
     for (const std::string& pattern :
          {"(a+)+$"s, "((a)|(b))*c"s, ".*.*.*.*x"s, nested + "z", "(?:|){4000}z"s, "((a{99}){99}){99}"s, "(){30000}z"s,
-          "(?:((((((((((a))))))))))*z"s, "(?:(){300}a)*z"s, std::string(2048, 'a'), std::string(100000, 'a'),
+          "(?:((((((((((a))))))))))*z"s, "(?:(){300}a)*z"s, std::string(100000, 'a'),
           std::string(1000, '(') + std::string(1000, ')') + "z"}) {
         const PatternSearch search = searchPattern(std::string(PATH_MAX - 2, 'a') + "b", pattern);
         EXPECT_NE(search.outcome, PatternSearch::FOUND) << pattern.substr(0, 40);

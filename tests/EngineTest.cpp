@@ -68,8 +68,22 @@ struct Space {
     double kr, kb;
     bool full;
 };
-const Space SPACES[] = {{0.299, 0.114, false},  {0.299, 0.114, true},    {0.2126, 0.0722, false},
-                        {0.2126, 0.0722, true}, {0.2627, 0.0593, false}, {0.2627, 0.0593, true}};
+
+// By ColorConvert::ColorSpace.
+const std::vector<Space>& spaces() {
+    static const std::vector<Space> all = [] {
+        std::vector<Space> read;
+        for (std::istringstream& row : tableRows("spaces.txt")) {
+            std::string name, profile, range;
+            Space space = {};
+            row >> name >> profile >> space.kr >> space.kb >> range;
+            space.full = range == "full";
+            read.push_back(space);
+        }
+        return read;
+    }();
+    return all;
+}
 
 struct Rgb {
     double r, g, b;
@@ -136,12 +150,12 @@ class EngineColor : public testing::TestWithParam<C::ColorFormat> {
 TEST_P(EngineColor, EverySpaceToRgbaIsExactToTheRounding) {
     Grid grid(GetParam(), 52);
     Frame picture(C::RGBA8888, grid.width, grid.height);
-    for (int space = 0; space < 6; ++space) {
+    for (int space = 0; space < C::COLOR_SPACE_COUNT; ++space) {
         ASSERT_EQ(convert(grid, space, picture, 0), 0);
         double worst = 0;
         size_t unequal = 0;
         forEachPixel(grid, [&](int x, int row) {
-            const Rgb c = decode(SPACES[space], bits(), grid.y(row), grid.cb(x), grid.cr(x));
+            const Rgb c = decode(spaces().at(static_cast<size_t>(space)), bits(), grid.y(row), grid.cb(x), grid.cr(x));
             const double exact[] = {c.r * 255, c.g * 255, c.b * 255, 255};
             for (size_t i = 0; i < 4; ++i) {
                 const double wanted = kept(exact[i], 255);
@@ -159,9 +173,12 @@ TEST_P(EngineColor, EveryPairOfSpacesIsWithinItsBound) {
     Grid grid(GetParam(), 18);
     Frame changed(GetParam(), grid.width, grid.height);
     const double top = (1 << bits()) - 1;
-    for (int pair = 0; pair < 36; ++pair) {
-        const int from = pair / 6;
-        const int to = pair % 6;
+    const auto count = static_cast<int>(spaces().size());
+    for (int pair = 0; pair < count * count; ++pair) {
+        const int from = pair / count;
+        const int to = pair % count;
+        const Space& source = spaces()[static_cast<size_t>(from)];
+        const Space& target = spaces()[static_cast<size_t>(to)];
         ASSERT_EQ(convert(grid, from, changed, to), 0);
         if (from == to) {
             EXPECT_EQ(memcmp(changed.bytes(), grid.bytes(), static_cast<size_t>(changed.size)), 0);
@@ -170,7 +187,7 @@ TEST_P(EngineColor, EveryPairOfSpacesIsWithinItsBound) {
         double worst = 0;
         forEachPixel(grid, [&](int x, int row) {
             double exact[3];
-            encode(SPACES[to], bits(), decode(SPACES[from], bits(), grid.y(row), grid.cb(x), grid.cr(x)), exact);
+            encode(target, bits(), decode(source, bits(), grid.y(row), grid.cb(x), grid.cr(x)), exact);
             const auto check = [&](size_t index, double wanted) {
                 worst = std::max(worst, std::abs(changed.sample(index) - std::round(kept(wanted, top))));
             };
@@ -227,7 +244,7 @@ TEST(Engine, OddSizesTakeTheNearestChroma) {
             const int bits = plain.format == C::P010 ? 10 : 8;
             const auto chroma = static_cast<size_t>((h + h / 2 - 1) * w + w / 2 * 2 - 2);
             const int middle = 1 << (bits - 1);
-            const Rgb c = decode(SPACES[0], bits, plain.sample(static_cast<size_t>(w * h - 1)),
+            const Rgb c = decode(spaces()[0], bits, plain.sample(static_cast<size_t>(w * h - 1)),
                                  gray ? middle : plain.sample(chroma), gray ? middle : plain.sample(chroma + 1));
             const uint8_t* last = again.bytes() + again.size - 4;
             EXPECT_NEAR(last[0], kept(c.r * 255, 255), 1) << w << " x " << h;
@@ -296,7 +313,7 @@ TEST(Engine, AnyJobStaysInsideItsBuffers) {
                             static_cast<PX_PROFILE_ENUM>(pick(8)), {}, {}, false, 0);
         stream.setSrcCrop(0, {0, 0, 0, 0, src.mWidth, 0, src.mHeight, 0});
         stream.setDstBuffer(0, dst.mFd, dst.mPlaneSize, dst.mPlaneCount, -1);
-        stream.setDstConfig(0, dst.mWidth, dst.mHeight, dst.mYPitch, dst.mUVPitch, code(dst), PX_PROFILE_BT601_LIMIT,
+        stream.setDstConfig(0, dst.mWidth, dst.mHeight, dst.mYPitch, dst.mUVPitch, code(dst), PX_PROFILE_ENUM{},
                             {}, &target, {}, false, 0, 0);
         stream.setConfigEnd();
         done += stream.invalidate(&now) == 0;

@@ -110,15 +110,25 @@ TEST_F(DeviceTest, ConvertFrameCallsInOrder) {
 }
 
 TEST_F(DeviceTest, ProfilesOfColorSpaces) {
+    std::vector<std::string> profiles = {"0"};  // from -1 on
+    for (std::istringstream& row : tableRows("spaces.txt")) {
+        std::string name, profile;
+        row >> name >> profile;
+        profiles.push_back(profile);
+    }
+    profiles.emplace_back("0");
     ColorConvert converter;
-    const int profiles[] = {0, 0, 2, 1, 4, 3, 5, 0};  // of -1 to 6
-    for (int space = -1; space <= 6; ++space) {
+    for (size_t i = 0; i < profiles.size(); ++i) {
+        const size_t other = profiles.size() - 1 - i;
         auto config = blockToPicture();
-        config.mSrc.mColorSpace = space;
+        config.mSrc.mColorSpace = static_cast<int>(i) - 1;
+        config.mDst.mColorSpace = static_cast<int>(other) - 1;
         mPlatform.calls.clear();
         converter.convertFrame(config);
-        EXPECT_NE(mPlatform.calls[3].find(", " + std::to_string(profiles[space + 1]) + ", 0, 0, 0"), std::string::npos)
-            << mPlatform.calls[3];
+        EXPECT_EQ(mPlatform.calls.at(3),
+                  "setSrcConfig(64, 32, 2048, 1024, 13434956, " + profiles[i] + ", 0, 0, 0, 0)");
+        EXPECT_EQ(mPlatform.calls.at(6), "setDstConfig(0, 64, 32, 256, 0, 2105378, " + profiles[other] +
+                                             ", 0, (0, 0, 64, 32, 0), 0, 0, 0, 0)");
     }
 }
 

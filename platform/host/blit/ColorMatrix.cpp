@@ -1,15 +1,16 @@
 #include "ColorMatrix.h"
 
-#include <PxAsyncBlitStream.h>
-
 namespace host {
 
 namespace {
 
 constexpr Profile PROFILES[] = {
-    {PX_PROFILE_BT601_LIMIT, 0.299, 0.114, false},    {PX_PROFILE_BT601_FULL, 0.299, 0.114, true},
-    {PX_PROFILE_BT709_LIMIT, 0.2126, 0.0722, false},  {PX_PROFILE_BT709_FULL, 0.2126, 0.0722, true},
-    {PX_PROFILE_BT2020_LIMIT, 0.2627, 0.0593, false}, {PX_PROFILE_BT2020_FULL, 0.2627, 0.0593, true},
+    {0, 0.299, 0.114, false},    // BT.601, limited range
+    {1, 0.2126, 0.0722, false},  // BT.709, limited range
+    {2, 0.299, 0.114, true},     // BT.601, full range
+    {3, 0.2627, 0.0593, false},  // BT.2020, limited range
+    {4, 0.2126, 0.0722, true},   // BT.709, full range
+    {5, 0.2627, 0.0593, true},   // BT.2020, full range
 };
 
 // Samples' black level and spans of luma and chroma at a depth.

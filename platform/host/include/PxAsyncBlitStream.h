@@ -10,14 +10,7 @@
 enum PX_COLOR_ENUM : uint32_t {};
 
 // YUV matrix and range.
-enum PX_PROFILE_ENUM : uint32_t {
-    PX_PROFILE_BT601_LIMIT = 0,
-    PX_PROFILE_BT709_LIMIT = 1,
-    PX_PROFILE_BT601_FULL = 2,
-    PX_PROFILE_BT2020_LIMIT = 3,
-    PX_PROFILE_BT709_FULL = 4,
-    PX_PROFILE_BT2020_FULL = 5,
-};
+enum PX_PROFILE_ENUM : uint32_t {};
 
 enum PxInterlaceFormat : uint32_t {};
 enum PxSecure : uint32_t {};

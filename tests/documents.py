@@ -1,0 +1,68 @@
+"""The documents, the schema and the tests' tables say what the tool says."""
+
+import json
+import os
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+
+import jsonschema
+
+root = pathlib.Path(__file__).parent.parent
+tool, make_dump = map(pathlib.Path, sys.argv[1:3])
+env = dict(os.environ, VEX_HOST_LOG=os.devnull, VEX_HOST_BOARD_PLATFORM="vx2415")
+
+
+def text(name):
+    return (root / name).read_text()
+
+
+def run(*command, **options):
+    return subprocess.run(command, env=env, capture_output=True, text=True, check=True, **options)
+
+
+def formats_are_listed():
+    names = [line.split()[0] for line in run(tool, "--list-formats").stderr.splitlines()[2:]]
+    schema = json.loads(text("config/format-rules.schema.json"))
+    assert schema["definitions"]["colorFormat"]["enum"] == names, "the schema's color formats"
+    facts = [row.split() for row in text("tests/data/formats.txt").splitlines() if row[0] != "#"]
+    extensions = {row[0]: row[2] for row in facts}
+    expected = [[row[0], f"{row[3]} × {row[4]}", row[1], extensions[row[1]]] for row in facts]
+    rows = [[cell.strip() for cell in row.split("|")[1:-1]]
+            for row in text("docs/formats.md").splitlines() if row.startswith("| ")][1:]
+    assert [row[0] for row in rows] == names, "the formats in docs/formats.md"
+    assert [[row[0], row[1], row[4], row[5]] for row in rows] == expected
+    with tempfile.TemporaryDirectory() as folder:
+        for row in rows:
+            made = run(make_dump, "-f", row[0], "-w", "1920", "-h", "1080", "--whole", "-o", folder)
+            size = pathlib.Path(made.stdout.strip()).stat().st_size
+            assert size == int(row[2]), f"docs/formats.md: a frame of {row[0]} has {size} bytes"
+
+
+def rules_and_example_fit_the_schema():
+    schema = json.loads(text("config/format-rules.schema.json"))
+    jsonschema.Draft7Validator.check_schema(schema)
+    rules = jsonschema.Draft7Validator(schema)
+    example = re.search(r"```json\n(.*?)```", text("docs/configuration.md"), re.S)[1]
+    rules.validate(json.loads(text("config/default-rules.json")))
+    rules.validate(json.loads(example))
+    # What the loader refuses, and the 1 for true, which it takes but nobody should write.
+    for good, bad in (('"Pattern"', '"x"'), ('"Name": "', '"Name": 7, "x": "'), ('"YBody"', '"x"'), ("true", "1")):
+        assert not rules.is_valid(json.loads(example.replace(good, bad))), bad
+    with tempfile.TemporaryDirectory() as folder:
+        box = pathlib.Path(folder)
+        (box / "rules.json").write_text(example)
+        (box / "in").mkdir()
+        (box / "in/cap-0012_64x20_blk8.raw").write_bytes(b"x" * 64 * 32)
+        for part in ("luma.bin", "luma.hdr", "chroma.bin", "chroma.hdr"):
+            (box / f"in/cap-0013_64x20_cpq_{part}").write_bytes(b"y" * 4096)
+        converted = run(tool, "-i", "in", "-o", ".", "-c", "rules.json", cwd=box)
+        sizes = sorted(path.stat().st_size for path in box.glob("*_converted.nv12"))
+        assert sizes == [64 * 32 * 3 // 2] * 2, (sizes, converted.stderr)
+        assert "Error" not in converted.stderr, converted.stderr
+
+
+formats_are_listed()
+rules_and_example_fit_the_schema()
