@@ -11,6 +11,8 @@
 #include <random>
 
 #include "TestFiles.h"
+#include "blit/ColorMatrix.h"
+#include "blit/Layout.h"
 #include "color/Catalogue.h"
 #include "color/ColorConvert.h"
 #include "memory/DmabufMemory.h"
@@ -41,6 +43,16 @@ struct Frame {
 
 int convert(Frame& src, int srcSpace, Frame& dst, int dstSpace) {
     return ColorConvert().convertFrame({src.side(srcSpace), dst.side(dstSpace)});
+}
+
+// The engine's tables are its own: the other side of the seam.
+TEST(Engine, KnowsEveryFormatAndColorSpace) {
+    for (const ColorFormatInfo& info : colorFormatInfos) {
+        EXPECT_EQ(host::findLayout(info.pxColor) != nullptr, info.value != C::UNKNOWN) << info.name << " has no layout";
+    }
+    for (const ColorSpaceInfo& info : colorSpaceInfos) {
+        EXPECT_NE(host::findProfile(info.pxProfile), nullptr) << info.name << " has no profile in the engine";
+    }
 }
 
 TEST(Engine, StoredSamplesReachTheirPlaces) {

@@ -156,7 +156,7 @@ TEST_F(DeviceTest, FailedFrameLogsOneLineLeaksNothingAndLeavesTheConverterUsable
     }
     mPlatform.log.clear();
     auto unknown = blockToPicture();
-    unknown.mSrc.mFormat = static_cast<ColorConvert::ColorFormat>(18);
+    unknown.mSrc.mFormat = ColorConvert::COLOR_FORMAT_COUNT;
     EXPECT_EQ(converter.convertFrame(unknown), -1);
     EXPECT_EQ(mPlatform.log.size(), 1U);
 }
