@@ -115,22 +115,19 @@ void applyOption(int value, CommandLineOptions& options) {
 
 void printUsage(int exitCode) {
     const char* name = getprogname();
-    fprintf(stderr, "Usage: %s -i INPUT -o OUTPUT\n", name);
-    fprintf(stderr, "Examples:\n");
-    fprintf(
-        stderr,
-        "1. Convert all dump files in directory /data/vendor/vcodec using arguments parsed from "
-        "config file\n");
-    fprintf(stderr, "    %s -i /data/vendor/vcodec -o /sdcard\n", name);
-    fprintf(stderr, "2. Convert /data/vendor/vcodec/test.yuv using cmdline arguments\n");
     fprintf(stderr,
-            "    %s -i /data/vendor/vcodec/test.yuv -o /sdcard -w 1920 -h 1088 -f NV12_BLK\n",
-            name);
-    fprintf(stderr,
-            "3. Convert all dump files in directory /data/vendor/vcodec and output PNG file\n");
-    fprintf(stderr, "    %s -i /data/vendor/vcodec/* -o /sdcard --png\n", name);
-    fprintf(stderr, "\n");
-    fprintf(stderr, "Options:\n");
+            "Usage: %s -i INPUT -o OUTPUT\n"
+            "Examples:\n"
+            "1. Convert all dump files in directory /data/vendor/vcodec using arguments parsed "
+            "from config file\n"
+            "    %s -i /data/vendor/vcodec -o /sdcard\n"
+            "2. Convert /data/vendor/vcodec/test.yuv using cmdline arguments\n"
+            "    %s -i /data/vendor/vcodec/test.yuv -o /sdcard -w 1920 -h 1088 -f NV12_BLK\n"
+            "3. Convert all dump files in directory /data/vendor/vcodec and output PNG file\n"
+            "    %s -i /data/vendor/vcodec/* -o /sdcard --png\n"
+            "\n"
+            "Options:\n",
+            name, name, name, name);
     printRow("-i, --input PATH", "input file or folder path");
     printRow("-o, --output PATH", "output folder path");
     printRow("-w, --width WIDTH", "input frame width");

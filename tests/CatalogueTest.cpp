@@ -16,8 +16,9 @@ using C = ColorConvert;
 using Parts = std::vector<std::pair<int, int>>;
 
 TEST(Catalogue, Names) {
-    const std::pair<const char*, int> formats[] = {
-        {"NV12", C::NV12}, {"nv12", 0}, {"NV12 ", 0}, {"NV1", 0}, {"", 0}, {"NV12_Lumo", C::NV12_LUMO}, {"NV12_LUMO", 0}};
+    const std::pair<const char*, int> formats[] = {{"NV12", C::NV12}, {"nv12", 0}, {"NV12 ", 0},
+                                                   {"NV1", 0},        {"", 0},     {"NV12_Lumo", C::NV12_LUMO},
+                                                   {"NV12_LUMO", 0}};
     for (const auto& [name, format] : formats) { EXPECT_EQ(C::getColorFormatFromStr(name), format) << name; }
     int value = 0;
     for (std::istringstream& row : tableRows("spaces.txt")) {
@@ -37,8 +38,9 @@ bool reads(std::string boards, const std::string& board) {
 }
 
 TEST(Catalogue, RowsOfFormats) {
-    const std::set<std::string> boards = {"",       "vx2415", "vx2410", "vx2365", "vx2340", "vx2360", "vx2350",  "vx2335",
-                                          "vx2330", "vx2320", "vx2355", "vx2215", "vx2210", "vx2105", "VX2415", "vx2415 "};
+    const std::set<std::string> boards = {"",       "vx2415", "vx2410", "vx2365", "vx2340", "vx2360",
+                                          "vx2350", "vx2335", "vx2330", "vx2320", "vx2355", "vx2215",
+                                          "vx2210", "vx2105", "VX2415", "vx2415 "};
     int value = 0;
     for (std::istringstream& row : tableRows("formats.txt")) {
         SCOPED_TRACE(row.str());
@@ -72,9 +74,14 @@ TEST(Catalogue, RowsOfFormats) {
 TEST(Catalogue, TablesOfTheTestsHoldEveryFormat) {
     for (const char* table : {"formats.txt", "planes.txt", "samples.txt", "parts.txt"}) {
         std::set<std::string> names;
-        for (std::istringstream& row : tableRows(table)) { std::string name; row >> name; names.insert(name); }
+        for (std::istringstream& row : tableRows(table)) {
+            std::string name;
+            row >> name;
+            names.insert(name);
+        }
         for (const ColorFormatInfo& info : colorFormatInfos) {
-            const bool wanted = info.value != C::UNKNOWN && (info.parts != nullptr || table != std::string("parts.txt"));
+            const bool wanted =
+                info.value != C::UNKNOWN && (info.parts != nullptr || table != std::string("parts.txt"));
             EXPECT_TRUE(!wanted || names.count(info.name) == 1) << info.name << " has no row in tests/data/" << table;
         }
     }
@@ -84,7 +91,7 @@ TEST(Geometry, AlignedSizes) {
     EXPECT_EQ(C::getDefaultAlignedSize(1920, 1080, C::UNKNOWN), std::pair(0, 0));
     EXPECT_EQ(C::getDefaultAlignedSize(INT32_MAX, 1, C::NV12), std::pair(-1, 2));
     const std::tuple<int, int, int> roundings[] = {
-        {1080, 32, 1088}, {7, 2, 8},          {5, 1, 5},           {5, 0, 0},
+        {1080, 32, 1088}, {7, 2, 8},          {5, 1, 5},          {5, 0, 0},
         {5, -2, -1},      {2, INT32_MIN, -1}, {INT32_MAX, 2, -1}, {INT32_MAX, INT32_MAX, INT32_MAX}};
     for (const auto& [value, to, up] : roundings) { EXPECT_EQ(C::roundUp(value, to), up) << value << ", " << to; }
 }
@@ -123,8 +130,8 @@ TEST(Geometry, PartLists) {
 TEST(Geometry, FramesThatLeaveTheRangeAreRefused) {
     for (int value = 1; value < C::COLOR_FORMAT_COUNT; ++value) {
         const auto format = static_cast<C::ColorFormat>(value);
-        for (const auto& [w, h] : {std::pair(100000, 100000), std::pair(INT32_MAX, INT32_MAX), std::pair(-1, 16),
-                                   std::pair(16, -1)}) {
+        for (const auto& [w, h] :
+             {std::pair(100000, 100000), std::pair(INT32_MAX, INT32_MAX), std::pair(-1, 16), std::pair(16, -1)}) {
             EXPECT_EQ(C::getFrameSize(w, h, format), -1) << colorFormatInfo(format).name << ": " << w << " x " << h;
         }
     }

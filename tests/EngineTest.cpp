@@ -325,8 +325,8 @@ TEST(Engine, AnyJobStaysInsideItsBuffers) {
                             static_cast<PX_PROFILE_ENUM>(pick(8)), {}, {}, false, 0);
         stream.setSrcCrop(0, {0, 0, 0, 0, src.mWidth, 0, src.mHeight, 0});
         stream.setDstBuffer(0, dst.mFd, dst.mPlaneSize, dst.mPlaneCount, -1);
-        stream.setDstConfig(0, dst.mWidth, dst.mHeight, dst.mYPitch, dst.mUVPitch, code(dst), PX_PROFILE_ENUM{},
-                            {}, &target, {}, false, 0, 0);
+        stream.setDstConfig(0, dst.mWidth, dst.mHeight, dst.mYPitch, dst.mUVPitch, code(dst), PX_PROFILE_ENUM{}, {},
+                            &target, {}, false, 0, 0);
         stream.setConfigEnd();
         done += stream.invalidate(&now) == 0;
         close(fence);

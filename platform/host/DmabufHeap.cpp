@@ -14,16 +14,11 @@ bool BufferAllocator::CheckIonSupport() {
     return ion != nullptr && strcmp(ion, "1") == 0;
 }
 
-int BufferAllocator::Alloc(const std::string& heap_name, size_t len, unsigned int /*heap_flags*/,
-                           size_t /*legacy_align*/) {
-    return len == 0 ? -EINVAL : host::createSharedBuffer(heap_name.c_str(), len);
-}
-
 BufferAllocator* CreateDmabufHeapBufferAllocator() { return new (std::nothrow) BufferAllocator; }
 
 void FreeDmabufHeapBufferAllocator(BufferAllocator* buffer_allocator) { delete buffer_allocator; }
 
-int DmabufHeapAlloc(BufferAllocator* buffer_allocator, const char* heap_name, size_t len,
-                    unsigned int flags, size_t legacy_align) {
-    return buffer_allocator->Alloc(heap_name, len, flags, legacy_align);
+int DmabufHeapAlloc(BufferAllocator* /*buffer_allocator*/, const char* heap_name, size_t len,
+                    unsigned int /*flags*/, size_t /*legacy_align*/) {
+    return len == 0 ? -EINVAL : host::createSharedBuffer(heap_name, len);
 }

@@ -34,33 +34,16 @@ std::string oneLine(std::string text) {
     return text;
 }
 
-char letterOf(int priority) {
-    switch (priority) {
-        case ANDROID_LOG_VERBOSE:
-            return 'V';
-        case ANDROID_LOG_DEBUG:
-            return 'D';
-        case ANDROID_LOG_INFO:
-            return 'I';
-        case ANDROID_LOG_WARN:
-            return 'W';
-        default:
-            return 'E';
-    }
-}
+struct Priority {
+    char letter;
+    int syslogLevel;
+};
 
-int syslogLevelOf(int priority) {
-    switch (priority) {
-        case ANDROID_LOG_VERBOSE:
-        case ANDROID_LOG_DEBUG:
-            return LOG_DEBUG;
-        case ANDROID_LOG_INFO:
-            return LOG_INFO;
-        case ANDROID_LOG_WARN:
-            return LOG_WARNING;
-        default:
-            return LOG_ERR;
-    }
+const Priority& priorityOf(int priority) {
+    static constexpr Priority FROM_VERBOSE[] = {
+        {'V', LOG_DEBUG}, {'D', LOG_DEBUG}, {'I', LOG_INFO}, {'W', LOG_WARNING}, {'E', LOG_ERR}};
+    const bool known = priority >= ANDROID_LOG_VERBOSE && priority <= ANDROID_LOG_ERROR;
+    return FROM_VERBOSE[(known ? priority : ANDROID_LOG_ERROR) - ANDROID_LOG_VERBOSE];
 }
 
 bool appendToFile(const char* path, const std::string& line) {
@@ -83,8 +66,8 @@ int __android_log_print(int prio, const char* tag, const char* fmt, ...) {
 
     const char* path = getenv("VEX_HOST_LOG");
     const bool wanted = path != nullptr && *path != '\0';
-    if (!wanted || !appendToFile(path, std::string(1, letterOf(prio)) + " " + entry + "\n")) {
-        syslog(LOG_USER | syslogLevelOf(prio), "%s", entry.c_str());
+    if (!wanted || !appendToFile(path, std::string(1, priorityOf(prio).letter) + " " + entry + "\n")) {
+        syslog(LOG_USER | priorityOf(prio).syslogLevel, "%s", entry.c_str());
     }
     return 1;
 }

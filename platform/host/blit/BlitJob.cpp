@@ -154,12 +154,8 @@ int BlitJob::run(const JobSide& src, const JobSide& dst) {
     Frame from;
     Frame to;
     int error = checkSide("source", src, from);
-    if (error == 0) {
-        error = checkSide("destination", dst, to);
-    }
-    if (error == 0) {
-        error = checkPair(from, to);
-    }
+    error = error == 0 ? checkSide("destination", dst, to) : error;
+    error = error == 0 ? checkPair(from, to) : error;
     if (error != 0) {
         return error;
     }

@@ -103,28 +103,29 @@ constexpr Layout LAYOUTS[] = {
 
 constexpr bool canUnpack(const PlaneLayout& plane, Form form) {
     const int samples = plane.blockSamples;
-    const bool words = form == Form::P010;
+    const bool eightOrSixteen = samples == 8 || samples == 16;
     switch (plane.packing) {
         case Packing::ROWS:
-            return !words || plane.role != Role::CHROMA;
+            return form != Form::P010 || plane.role != Role::CHROMA;
         case Packing::BYTE_BLOCKS:
-            return !words && (samples == 8 || samples == 16 || samples == 64);
+            return form != Form::P010 && (eightOrSixteen || samples == 64);
         case Packing::BLOCKS_10:
-            return words && samples == 16;
+            return form == Form::P010 && samples == 16;
         case Packing::BLOCKS_12:
-            return words && (samples == 8 || samples == 16);
+            return form == Form::P010 && eightOrSixteen;
     }
     return false;
 }
 
 constexpr bool canUnpackAll() {
     for (const Layout& layout : LAYOUTS) {
-        for (int i = 0; i < layout.planeCount; ++i) {
-            const PlaneLayout& plane = layout.planes[i];
-            if (!canUnpack(plane, layout.form) || (layout.crFirst && bytesOf(layout.form) != 1) ||
-                (!plane.isRows() && STRIP_LINES % plane.blockLines != 0)) {
-                return false;
-            }
+        bool known = !layout.crFirst || layout.form == Form::NV12;
+        for (const PlaneLayout& plane : layout.planes) {
+            known = known && canUnpack(plane, layout.form) &&
+                    (plane.isRows() || STRIP_LINES % plane.blockLines == 0);
+        }
+        if (!known) {
+            return false;
         }
     }
     return true;

@@ -56,7 +56,15 @@ struct PlaneLayout {
         return 0;
     }
     int lines(int height) const {
-        return role == Role::RGB || role == Role::LUMA ? height : height / 2;
+        switch (role) {
+            case Role::RGB:
+            case Role::LUMA:
+                return height;
+            case Role::CHROMA_PAIRS:
+            case Role::CHROMA:
+                return height / 2;
+        }
+        return 0;
     }
     constexpr bool isRows() const { return packing == Packing::ROWS; }
 };
