@@ -16,10 +16,12 @@ using C = ColorConvert;
 using Parts = std::vector<std::pair<int, int>>;
 
 TEST(Catalogue, Names) {
-    const std::pair<const char*, int> formats[] = {{"NV12", C::NV12}, {"nv12", 0}, {"NV12 ", 0},
-                                                   {"NV1", 0},        {"", 0},     {"NV12_Lumo", C::NV12_LUMO},
-                                                   {"NV12_LUMO", 0}};
-    for (const auto& [name, format] : formats) { EXPECT_EQ(C::getColorFormatFromStr(name), format) << name; }
+    const std::pair<const char*, int> formats[] = {
+        {"NV12", C::NV12},           {"nv12", 0},     {"NV12 ", 0}, {"NV1", 0}, {"", 0},
+        {"NV12_Lumo", C::NV12_LUMO}, {"NV12_LUMO", 0}};
+    for (const auto& [name, format] : formats) {
+        EXPECT_EQ(C::getColorFormatFromStr(name), format) << name;
+    }
     int value = 0;
     for (std::istringstream& row : tableRows("spaces.txt")) {
         std::string name;
@@ -27,7 +29,9 @@ TEST(Catalogue, Names) {
         EXPECT_EQ(C::getColorSpaceFromStr(name), value++) << name;
     }
     EXPECT_EQ(value, C::COLOR_SPACE_COUNT) << "a color space has no row in tests/data/spaces.txt";
-    for (const char* name : {"bt709_full", "BT709", ""}) { EXPECT_EQ(C::getColorSpaceFromStr(name), 0) << name; }
+    for (const char* name : {"bt709_full", "BT709", ""}) {
+        EXPECT_EQ(C::getColorSpaceFromStr(name), 0) << name;
+    }
 }
 
 // A list of boards, or all but a list.
@@ -38,9 +42,9 @@ bool reads(std::string boards, const std::string& board) {
 }
 
 TEST(Catalogue, RowsOfFormats) {
-    const std::set<std::string> boards = {"",       "vx2415", "vx2410", "vx2365", "vx2340", "vx2360",
-                                          "vx2350", "vx2335", "vx2330", "vx2320", "vx2355", "vx2215",
-                                          "vx2210", "vx2105", "VX2415", "vx2415 "};
+    const std::set<std::string> boards = {
+        "",       "vx2415", "vx2410", "vx2365", "vx2340", "vx2360", "vx2350", "vx2335",
+        "vx2330", "vx2320", "vx2355", "vx2215", "vx2210", "vx2105", "VX2415", "vx2415 "};
     int value = 0;
     for (std::istringstream& row : tableRows("formats.txt")) {
         SCOPED_TRACE(row.str());
@@ -52,11 +56,14 @@ TEST(Catalogue, RowsOfFormats) {
         EXPECT_EQ(C::getDefaultOutputFormat(format), C::getColorFormatFromStr(output));
         EXPECT_EQ(C::getExtensionName(format), extension);
         EXPECT_EQ(C::isSeparate(format), separate == "separate");
-        EXPECT_EQ(C::getDefaultAlignedSize(3 * w - (w > 1 ? 1 : 0), 5 * h, format), std::pair(3 * w, 5 * h));
-        EXPECT_EQ(C::getDefaultAlignedSize(2 * w + 1, 4 * h + 1, format), std::pair(2 * w + w, 4 * h + h));
+        EXPECT_EQ(C::getDefaultAlignedSize(3 * w - (w > 1 ? 1 : 0), 5 * h, format),
+                  std::pair(3 * w, 5 * h));
+        EXPECT_EQ(C::getDefaultAlignedSize(2 * w + 1, 4 * h + 1, format),
+                  std::pair(2 * w + w, 4 * h + h));
         for (const std::string& board : boards) {
             setenv("VEX_HOST_BOARD_PLATFORM", board.c_str(), 1);
-            EXPECT_EQ(C::checkPlatformSupport(format), reads(readers, board)) << "on '" << board << "'";
+            EXPECT_EQ(C::checkPlatformSupport(format), reads(readers, board))
+                << "on '" << board << "'";
         }
     }
     EXPECT_EQ(value + 1, C::COLOR_FORMAT_COUNT);
@@ -80,9 +87,10 @@ TEST(Catalogue, TablesOfTheTestsHoldEveryFormat) {
             names.insert(name);
         }
         for (const ColorFormatInfo& info : colorFormatInfos) {
-            const bool wanted =
-                info.value != C::UNKNOWN && (info.parts != nullptr || table != std::string("parts.txt"));
-            EXPECT_TRUE(!wanted || names.count(info.name) == 1) << info.name << " has no row in tests/data/" << table;
+            const bool wanted = info.value != C::UNKNOWN &&
+                                (info.parts != nullptr || table != std::string("parts.txt"));
+            EXPECT_TRUE(!wanted || names.count(info.name) == 1)
+                << info.name << " has no row in tests/data/" << table;
         }
     }
 }
@@ -91,9 +99,13 @@ TEST(Geometry, AlignedSizes) {
     EXPECT_EQ(C::getDefaultAlignedSize(1920, 1080, C::UNKNOWN), std::pair(0, 0));
     EXPECT_EQ(C::getDefaultAlignedSize(INT32_MAX, 1, C::NV12), std::pair(-1, 2));
     const std::tuple<int, int, int> roundings[] = {
-        {1080, 32, 1088}, {7, 2, 8},          {5, 1, 5},          {5, 0, 0},
-        {5, -2, -1},      {2, INT32_MIN, -1}, {INT32_MAX, 2, -1}, {INT32_MAX, INT32_MAX, INT32_MAX}};
-    for (const auto& [value, to, up] : roundings) { EXPECT_EQ(C::roundUp(value, to), up) << value << ", " << to; }
+        {1080, 32, 1088},   {7, 2, 8},
+        {5, 1, 5},          {5, 0, 0},
+        {5, -2, -1},        {2, INT32_MIN, -1},
+        {INT32_MAX, 2, -1}, {INT32_MAX, INT32_MAX, INT32_MAX}};
+    for (const auto& [value, to, up] : roundings) {
+        EXPECT_EQ(C::roundUp(value, to), up) << value << ", " << to;
+    }
 }
 
 TEST(Geometry, PlanesPitchesAndFrames) {
@@ -106,10 +118,12 @@ TEST(Geometry, PlanesPitchesAndFrames) {
         const C::ColorFormat format = C::getColorFormatFromStr(name);
         C::ColorConvertBuffer buffer = {format, 5, w, h, 9, {1, 2, 3}, 4, 5, 6};
         colorFormatInfo(format).calculate(buffer);
-        EXPECT_EQ(std::vector(buffer.mPlaneSize, buffer.mPlaneSize + 3), std::vector(sizes, sizes + 3));
+        EXPECT_EQ(std::vector(buffer.mPlaneSize, buffer.mPlaneSize + 3),
+                  std::vector(sizes, sizes + 3));
         EXPECT_EQ(buffer.mPlaneCount, 3 - std::count(sizes, sizes + 3, 0));
         EXPECT_EQ(std::tuple(buffer.mYPitch, buffer.mUVPitch), std::tuple(yPitch, uvPitch));
-        EXPECT_EQ(std::tuple(buffer.mFormat, buffer.mColorSpace, buffer.mFd), std::tuple(format, 5, 9));
+        EXPECT_EQ(std::tuple(buffer.mFormat, buffer.mColorSpace, buffer.mFd),
+                  std::tuple(format, 5, 9));
         EXPECT_EQ(C::getFrameSize(w, h, format), frame);
     }
 }
@@ -120,19 +134,24 @@ TEST(Geometry, PartLists) {
         int w = 0, h = 0;
         Parts parts(4);
         row >> name >> w >> h;
-        for (auto& [size, offset] : parts) { row >> size >> offset; }
+        for (auto& [size, offset] : parts) {
+            row >> size >> offset;
+        }
         EXPECT_EQ(C::getSeparateSize(w, h, C::getColorFormatFromStr(name)), parts) << row.str();
     }
-    for (const auto f : {C::UNKNOWN, C::NV12, C::NV12_BLK}) { EXPECT_EQ(C::getSeparateSize(64, 64, f), Parts()); }
+    for (const auto f : {C::UNKNOWN, C::NV12, C::NV12_BLK}) {
+        EXPECT_EQ(C::getSeparateSize(64, 64, f), Parts());
+    }
     EXPECT_EQ(C::getSeparateSize(100000, 100000, C::CPQ), Parts());
 }
 
 TEST(Geometry, FramesThatLeaveTheRangeAreRefused) {
     for (int value = 1; value < C::COLOR_FORMAT_COUNT; ++value) {
         const auto format = static_cast<C::ColorFormat>(value);
-        for (const auto& [w, h] :
-             {std::pair(100000, 100000), std::pair(INT32_MAX, INT32_MAX), std::pair(-1, 16), std::pair(16, -1)}) {
-            EXPECT_EQ(C::getFrameSize(w, h, format), -1) << colorFormatInfo(format).name << ": " << w << " x " << h;
+        for (const auto& [w, h] : {std::pair(100000, 100000), std::pair(INT32_MAX, INT32_MAX),
+                                   std::pair(-1, 16), std::pair(16, -1)}) {
+            EXPECT_EQ(C::getFrameSize(w, h, format), -1)
+                << colorFormatInfo(format).name << ": " << w << " x " << h;
         }
     }
     // The largest that fit, and the next line.

@@ -16,7 +16,6 @@ class CommandLine : public ToolTest {
 };
 
 // Tables, a case a line.
-// clang-format off
 
 TEST_F(CommandLine, HelpAndListings) {
     const size_t formats = mHelp.find("All supported input color formats:\n");
@@ -42,9 +41,12 @@ TEST_F(CommandLine, HelpAndListings) {
     }
     std::istringstream lines(all.err.substr(all.err.find('\n') + 1));
     std::string listed;
-    for (std::string line; std::getline(lines, line);) { listed += line.substr(0, line.find(' ')) + " "; }
+    for (std::string line; std::getline(lines, line);) {
+        listed += line.substr(0, line.find(' ')) + " ";
+    }
     EXPECT_EQ(listed, names);
-    EXPECT_NE(all.err.find("\nP010_Lumo                               VEX Lumo P010\n"), std::string::npos);
+    EXPECT_NE(all.err.find("\nP010_Lumo                               VEX Lumo P010\n"),
+              std::string::npos);
 }
 
 TEST_F(CommandLine, ParseErrorsEndWithTheHelpText) {
@@ -76,10 +78,16 @@ TEST_F(CommandLine, UnusableParametersEndBeforeAnyFile) {
         {{"in", "out"}, "", noInput},
         {{"in/a.yuv", "-w", "4", "-h", "4"}, "", start + format + end},
         {{"in/a.yuv", "-w", "4", "-h", "4", "-f", "nv12"}, "", start + format + end},
-        {{"in/a.yuv", "-w", "-5", "-h", "0", "-f", "NV12"}, "", start + width + "-5\n" + height + "0\n" + end},
-        {{"in/a.yuv", "-w", "abc", "-f", "YUV420P_AFBC"}, "", start + width + "0\n" + height + "0\n" + platform + end},
+        {{"in/a.yuv", "-w", "-5", "-h", "0", "-f", "NV12"},
+         "",
+         start + width + "-5\n" + height + "0\n" + end},
+        {{"in/a.yuv", "-w", "abc", "-f", "YUV420P_AFBC"},
+         "",
+         start + width + "0\n" + height + "0\n" + platform + end},
         {{"in/a.yuv", "-w", "64", "-h", "64", "-f", "NV12_Lumo"}, "vx2415", start + separate + end},
-        {{"in/a.yuv", "-w", "64", "-h", "64", "-f", "CPQ"}, "vx2105", start + separate + platform + end},
+        {{"in/a.yuv", "-w", "64", "-h", "64", "-f", "CPQ"},
+         "vx2105",
+         start + separate + platform + end},
     };
     for (const auto& [arguments, board, printed] : cases) {
         const ToolResult result = tool(arguments, "VEX_HOST_BOARD_PLATFORM=" + board);
@@ -93,18 +101,21 @@ TEST_F(CommandLine, FramesProgressAndNames) {
     const std::string one(24, 'a');  // NV12, 4 x 4
     const std::string frames = one + std::string(24, 'b') + std::string(24, 'c');
     const std::pair<std::string, std::string> inputs[] = {
-        {"three.yuv", frames}, {"one", one}, {"more.x.yuv", one + "b"}, {"short.yuv", "abc"}, {"none.yuv", ""}, {".yuv", one}};
+        {"three.yuv", frames}, {"one", one},     {"more.x.yuv", one + "b"},
+        {"short.yuv", "abc"},  {"none.yuv", ""}, {".yuv", one}};
     const std::map<std::string, uintmax_t> outputs = {
-        {"three_converted.nv12", 144}, {"one_converted.nv12", 48}, {"more.x_converted.nv12", 48},
-        {"short_converted.nv12", 48}, {"none_converted.nv12", 48}, {"_converted.nv12", 48}};
-    std::vector<std::string> arguments = {"-w", "3x", "--height", "4", "--out", "out", "-f", "NV12"};
+        {"three_converted.nv12", 144}, {"one_converted.nv12", 48},  {"more.x_converted.nv12", 48},
+        {"short_converted.nv12", 48},  {"none_converted.nv12", 48}, {"_converted.nv12", 48}};
+    std::vector<std::string> arguments = {"-w",    "3x",  "--height", "4",
+                                          "--out", "out", "-f",       "NV12"};
     const std::string progress = "\r\x1b[kProcess: frame #";
     std::string printed = "Output folder path: out\nConvert with cmdline arguments\n";
     for (const auto& [name, bytes] : inputs) {
         write("in/" + name, bytes);
         arguments.push_back("in/" + name);
         printed += "Process: in/" + name + "\n";
-        printed += name[0] == 't' ? progress + "1 of 3" + progress + "2 of 3" + progress + "3 of 3\n" : "";
+        printed +=
+            name[0] == 't' ? progress + "1 of 3" + progress + "2 of 3" + progress + "3 of 3\n" : "";
         printed += name[0] == 'm' ? progress + "1 of 1\n" : "";
     }
     // The second run appends.
@@ -118,8 +129,9 @@ TEST_F(CommandLine, FramesProgressAndNames) {
     arguments.emplace_back("--png");
     EXPECT_EQ(tool(arguments).err, printed);
     const auto pictures = files("out");
-    for (const char* name : {"three_converted_frame#1.png", "three_converted_frame#3.png", "one_converted.png",
-                             "more.x_converted_frame#1.png", "short_converted.png", "none_converted.png"}) {
+    for (const char* name :
+         {"three_converted_frame#1.png", "three_converted_frame#3.png", "one_converted.png",
+          "more.x_converted_frame#1.png", "short_converted.png", "none_converted.png"}) {
         EXPECT_EQ(pictures.count(name), 1U) << name;
     }
     EXPECT_EQ(pictures.size(), outputs.size() + 8);
@@ -140,7 +152,5 @@ TEST_F(CommandLine, FilesAndFramesOutOfRangeAreReportedAndSkipped) {
         EXPECT_EQ(result.err, start + "in/a.yuv\nError: frame" + error + "in/a.yuv\n");
     }
 }
-
-// clang-format on
 
 }  // namespace

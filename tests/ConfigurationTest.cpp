@@ -22,7 +22,8 @@ std::string replaced(std::string text, const std::string& what, const std::strin
 
 class Configuration : public ToolTest {
   protected:
-    std::string convert(const std::vector<std::string>& arguments, const std::string& environment = ALL_FORMATS) const {
+    std::string convert(const std::vector<std::string>& arguments,
+                        const std::string& environment = ALL_FORMATS) const {
         const ToolResult result = tool(arguments, environment);
         EXPECT_EQ(result.status, 0);
         EXPECT_EQ(result.out, "");
@@ -31,7 +32,6 @@ class Configuration : public ToolTest {
 };
 
 // Tables, a case a line.
-// clang-format off
 
 TEST_F(Configuration, BuiltInRulesDecodeNames) {
     const std::string head = "Output folder path: out\n" + DEFAULT + MODE;
@@ -41,15 +41,20 @@ TEST_F(Configuration, BuiltInRulesDecodeNames) {
         row >> name >> output >> size;
         write("in/" + name, "x");
         const bool fails = output == "-";
-        const std::string skipped = "Error: failed to match: in/" + name + "\n" + SKIP + "in/" + name + "\n";
-        EXPECT_EQ(convert({"in/" + name, "-o", "out"}), head + (fails ? skipped : "Process: in/" + name + "\n"));
-        EXPECT_EQ(files("out")[name.substr(0, name.rfind('.')) + "_converted." + output], size) << name;
+        const std::string skipped =
+            "Error: failed to match: in/" + name + "\n" + SKIP + "in/" + name + "\n";
+        EXPECT_EQ(convert({"in/" + name, "-o", "out"}),
+                  head + (fails ? skipped : "Process: in/" + name + "\n"));
+        EXPECT_EQ(files("out")[name.substr(0, name.rfind('.')) + "_converted." + output], size)
+            << name;
     }
 }
 
 TEST_F(Configuration, SeparateSetIsConvertedOnceAfterTheFileThatCameFirst) {
     const std::string stem = "in/vdec_output_2_W100H60_F0x7F000010_5_";
-    for (const char* end : {"Y.dat", "Y.len", "C.dat", "C.len"}) { write(stem + end, std::string(128 * 64, end[0])); }
+    for (const char* end : {"Y.dat", "Y.len", "C.dat", "C.len"}) {
+        write(stem + end, std::string(128 * 64, end[0]));
+    }
     EXPECT_EQ(convert({stem + "C.len", stem + "Y.dat", stem + "Y.len", stem + "C.dat", "-oout"}),
               "Output folder path: out\n" + DEFAULT + MODE + "Process: " + stem + "C.len\n");
     EXPECT_EQ(read("out/vdec_output_2_W100H60_F0x7F000010_5_C_converted.nv12"),
@@ -69,8 +74,10 @@ TEST_F(Configuration, SeparateSetIsConvertedOnceAfterTheFileThatCameFirst) {
 
 // What a changed rule makes of a name, by the size of the output.
 TEST_F(Configuration, RulesAreReadAsCJsonReadsThem) {
-    const std::string parts = R"(1, "YBody": "y", "YHeader": "\u0059", "CBody": "c", "CHeader": "C")";
-    const std::string second = R"(false}, {"FormatStr": "a", "ColorFormat": "P010", "WidthAlignment": 1,
+    const std::string parts =
+        R"(1, "YBody": "y", "YHeader": "\u0059", "CBody": "c", "CHeader": "C")";
+    const std::string second =
+        R"(false}, {"FormatStr": "a", "ColorFormat": "P010", "WidthAlignment": 1,
         "HeightAlignment": 1, "Separate": false})";
     const std::tuple<std::string, std::string, std::string, uintmax_t> cases[] = {
         {"\"WidthIndex\": 1", "\"widthindex\": 1.9", "w6h4_", 36},
@@ -85,10 +92,11 @@ TEST_F(Configuration, RulesAreReadAsCJsonReadsThem) {
     for (const auto& [what, with, name, size] : cases) {
         write("rules.json", replaced(ruleText(), what, with) + " trailing");
         write("in/" + name, "x");
-        const std::string noParts = "Error: input color format has no separate parts, skip this file: in/" + name + "\n";
+        const std::string noParts =
+            "Error: input color format has no separate parts, skip this file: in/" + name + "\n";
         EXPECT_EQ(convert({"in/" + name, "-c", "rules.json", "-o", "out"}),
-                  "Output folder path: out\nConfig file path: rules.json\n" + MODE + "Process: in/" + name + "\n" +
-                      (size == 0 ? noParts : ""));
+                  "Output folder path: out\nConfig file path: rules.json\n" + MODE +
+                      "Process: in/" + name + "\n" + (size == 0 ? noParts : ""));
         EXPECT_EQ(files("out")[name + "_converted.nv12"], size) << with;
         std::filesystem::remove(mFolder + "/out/" + name + "_converted.nv12");
     }
@@ -97,7 +105,9 @@ TEST_F(Configuration, RulesAreReadAsCJsonReadsThem) {
 TEST_F(Configuration, MatchesThatCannotBeUsedAreReported) {
     for (std::istringstream& row : tableRows("unusable-matches.txt")) {
         std::string what, with, name, printed;
-        for (std::string* field : {&what, &with, &name, &printed}) { std::getline(row, *field, ';'); }
+        for (std::string* field : {&what, &with, &name, &printed}) {
+            std::getline(row, *field, ';');
+        }
         std::replace(printed.begin(), printed.end(), '|', '\n');
         write("rules.json", replaced(ruleText(), what, with));
         write("in/" + name, "x");
@@ -106,7 +116,8 @@ TEST_F(Configuration, MatchesThatCannotBeUsedAreReported) {
                       SKIP + "in/" + name + "\n");
     }
     const std::string log = takeLog();
-    EXPECT_EQ(log.find("E VexConverter-FormatConfig: FormatConfig::match: Failed to use pattern, "), 0U);
+    EXPECT_EQ(log.find("E VexConverter-FormatConfig: FormatConfig::match: Failed to use pattern, "),
+              0U);
     const std::string end = ": w((\\d+)?h(\\d+)?_(\\w*)\n";
     EXPECT_EQ(log.rfind(end), log.size() - end.size()) << log;
 }
@@ -123,9 +134,11 @@ TEST_F(Configuration, DocumentsThatCannotBeLoadedAreLoggedAndTriedAgain) {
         {replaced(rule, "\"n\"", "7"), "rule 1, key \"Name\" is no string"},
         {replaced(rule, "\"DefaultWidth\": 8,", ""), "rule 1, key \"DefaultWidth\" is missing"},
         {replaced(rule, "[\n{", "[\n7, {"), "rule 1 \"n\", pair 1 is no object"},
-        {replaced(rule, "\"FormatStr\"", "\"x\""), "rule 1 \"n\", pair 1, key \"FormatStr\" is missing"},
+        {replaced(rule, "\"FormatStr\"", "\"x\""),
+         "rule 1 \"n\", pair 1, key \"FormatStr\" is missing"},
         {replaced(rule, "false", "true"), "rule 1 \"n\", pair 1, key \"YBody\" is missing"},
-        {replaced(replaced(rule, "[\n{", "{\"a\": {"), "}]}]", "}}}]"), "rule 1 \"n\", key \"ColorFormatPair\" is no array"},
+        {replaced(replaced(rule, "[\n{", "{\"a\": {"), "}]}]", "}}}]"),
+         "rule 1 \"n\", key \"ColorFormatPair\" is no array"},
         {replaced(rule, "}]}]", "}]}, {}]"), "rule 2, key \"Name\" is missing"},
     };
     write("in/w8h4_", "x");
@@ -141,7 +154,8 @@ TEST_F(Configuration, DocumentsThatCannotBeLoadedAreLoggedAndTriedAgain) {
     convert({"in/w8h4_", "-c", "missing"});
     convert({"in/w8h4_", "-c", "in"}, "ASAN_OPTIONS=allocator_may_return_null=1");
     const std::string text = takeLog();
-    EXPECT_EQ(text.find(log + "Failed to open file: missing, errno: 2, No such file or directory\n"), 0U);
+    EXPECT_EQ(
+        text.find(log + "Failed to open file: missing, errno: 2, No such file or directory\n"), 0U);
     EXPECT_NE(text.find(log + "Failed to read file: in, fileSize: "), std::string::npos);
     // No rules are no failure, but are looked for again.
     write("rules.json", "[]");
@@ -155,16 +169,16 @@ TEST(Match, LongNamesAndHostilePatternsEndWithAResult) {
     EXPECT_EQ(searchPattern(name, "vdec_output_.*W(\\d+)H(\\d+)_(.)_(.*)").groups.at(2).length, 2U);
     using namespace std::string_literals;
     std::string nested = "b";
-    for (int depth = 0; depth < 60; ++depth) { nested = "(" + nested + "*)*"; }
+    for (int depth = 0; depth < 60; ++depth) {
+        nested = "(" + nested + "*)*";
+    }
     for (const std::string& pattern :
-         {"(a+)+$"s, "((a)|(b))*c"s, ".*.*.*.*x"s, nested + "z", "(?:|){4000}z"s, "((a{99}){99}){99}"s, "(){30000}z"s,
-          "(?:((((((((((a))))))))))*z"s, "(?:(){300}a)*z"s, std::string(100000, 'a'),
-          std::string(1000, '(') + std::string(1000, ')') + "z"}) {
+         {"(a+)+$"s, "((a)|(b))*c"s, ".*.*.*.*x"s, nested + "z", "(?:|){4000}z"s,
+          "((a{99}){99}){99}"s, "(){30000}z"s, "(?:((((((((((a))))))))))*z"s, "(?:(){300}a)*z"s,
+          std::string(100000, 'a'), std::string(1000, '(') + std::string(1000, ')') + "z"}) {
         const PatternSearch search = searchPattern(std::string(PATH_MAX - 2, 'a') + "b", pattern);
         EXPECT_NE(search.outcome, PatternSearch::FOUND) << pattern.substr(0, 40);
     }
 }
-
-// clang-format on
 
 }  // namespace

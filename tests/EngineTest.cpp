@@ -48,10 +48,12 @@ int convert(Frame& src, int srcSpace, Frame& dst, int dstSpace) {
 // The engine's tables are its own: the other side of the seam.
 TEST(Engine, KnowsEveryFormatAndColorSpace) {
     for (const ColorFormatInfo& info : colorFormatInfos) {
-        EXPECT_EQ(host::findLayout(info.pxColor) != nullptr, info.value != C::UNKNOWN) << info.name << " has no layout";
+        EXPECT_EQ(host::findLayout(info.pxColor) != nullptr, info.value != C::UNKNOWN)
+            << info.name << " has no layout";
     }
     for (const ColorSpaceInfo& info : colorSpaceInfos) {
-        EXPECT_NE(host::findProfile(info.pxProfile), nullptr) << info.name << " has no profile in the engine";
+        EXPECT_NE(host::findProfile(info.pxProfile), nullptr)
+            << info.name << " has no profile in the engine";
     }
 }
 
@@ -71,7 +73,8 @@ TEST(Engine, StoredSamplesReachTheirPlaces) {
         ASSERT_EQ(convert(src, 0, dst, 0), 0);
         EXPECT_EQ(dst.sample(index), value) << row.str();
         const auto zeros = std::count(dst.bytes(), dst.bytes() + dst.size, 0);
-        EXPECT_GE(zeros, dst.size - (dst.format == C::P010 ? 2 : 1)) << "and nowhere else: " << row.str();
+        EXPECT_GE(zeros, dst.size - (dst.format == C::P010 ? 2 : 1))
+            << "and nowhere else: " << row.str();
     }
 }
 
@@ -149,7 +152,9 @@ struct Grid : Frame {
 // Calls f(x, row) for every pixel.
 template <typename F>
 void forEachPixel(const Frame& frame, F f) {
-    for (int i = 0; i < frame.width * frame.height; ++i) { f(i % frame.width, i / frame.width); }
+    for (int i = 0; i < frame.width * frame.height; ++i) {
+        f(i % frame.width, i / frame.width);
+    }
 }
 
 double kept(double value, double top) { return std::min(std::max(value, 0.0), top); }
@@ -167,7 +172,8 @@ TEST_P(EngineColor, EverySpaceToRgbaIsExactToTheRounding) {
         double worst = 0;
         size_t unequal = 0;
         forEachPixel(grid, [&](int x, int row) {
-            const Rgb c = decode(spaces().at(static_cast<size_t>(space)), bits(), grid.y(row), grid.cb(x), grid.cr(x));
+            const Rgb c = decode(spaces().at(static_cast<size_t>(space)), bits(), grid.y(row),
+                                 grid.cb(x), grid.cr(x));
             const double exact[] = {c.r * 255, c.g * 255, c.b * 255, 255};
             for (size_t i = 0; i < 4; ++i) {
                 const double wanted = kept(exact[i], 255);
@@ -199,9 +205,11 @@ TEST_P(EngineColor, EveryPairOfSpacesIsWithinItsBound) {
         double worst = 0;
         forEachPixel(grid, [&](int x, int row) {
             double exact[3];
-            encode(target, bits(), decode(source, bits(), grid.y(row), grid.cb(x), grid.cr(x)), exact);
+            encode(target, bits(), decode(source, bits(), grid.y(row), grid.cb(x), grid.cr(x)),
+                   exact);
             const auto check = [&](size_t index, double wanted) {
-                worst = std::max(worst, std::abs(changed.sample(index) - std::round(kept(wanted, top))));
+                worst = std::max(worst,
+                                 std::abs(changed.sample(index) - std::round(kept(wanted, top))));
             };
             check(grid.at(x, row), exact[0]);
             check(grid.at(x, grid.height + row / 2), exact[1 + x % 2]);
@@ -216,7 +224,9 @@ INSTANTIATE_TEST_SUITE_P(All, EngineColor, testing::Values(C::NV12, C::P010),
 TEST(Engine, RgbToRgbaScalesDepthAndAlpha) {
     Frame deep(C::RGBA1010102, 1024, 2), plain(C::RGB888, 1024, 2), fromDeep(C::RGBA8888, 1024, 2),
         fromPlain(C::RGBA8888, 1024, 2);
-    const auto ten = [](uint32_t i, uint32_t c) { return c == 0 ? i % 1024 : c == 1 ? 1023 - i % 1024 : i * 7 % 1024; };
+    const auto ten = [](uint32_t i, uint32_t c) {
+        return c == 0 ? i % 1024 : c == 1 ? 1023 - i % 1024 : i * 7 % 1024;
+    };
     for (uint32_t i = 0; i < 2048; ++i) {
         const uint32_t word = ten(i, 0) | ten(i, 1) << 10 | ten(i, 2) << 20 | (i % 4) << 30;
         memcpy(deep.bytes() + i * 4, &word, 4);
@@ -241,7 +251,9 @@ TEST(Engine, OddSizesTakeTheNearestChroma) {
             const int w = 1 + size % 8;
             const int h = 1 + size / 8 + (size % 3) * 31;
             Frame src(format, w, h);
-            for (int i = 0; i < src.size; ++i) { src.bytes()[i] = static_cast<uint8_t>(i * 37); }
+            for (int i = 0; i < src.size; ++i) {
+                src.bytes()[i] = static_cast<uint8_t>(i * 37);
+            }
             Frame plain(C::getDefaultOutputFormat(format), w, h);
             Frame picture(C::RGBA8888, w, h);
             Frame again(C::RGBA8888, w, h);
@@ -257,7 +269,8 @@ TEST(Engine, OddSizesTakeTheNearestChroma) {
             const auto chroma = static_cast<size_t>((h + h / 2 - 1) * w + w / 2 * 2 - 2);
             const int middle = 1 << (bits - 1);
             const Rgb c = decode(spaces()[0], bits, plain.sample(static_cast<size_t>(w * h - 1)),
-                                 gray ? middle : plain.sample(chroma), gray ? middle : plain.sample(chroma + 1));
+                                 gray ? middle : plain.sample(chroma),
+                                 gray ? middle : plain.sample(chroma + 1));
             const uint8_t* last = again.bytes() + again.size - 4;
             EXPECT_NEAR(last[0], kept(c.r * 255, 255), 1) << w << " x " << h;
             EXPECT_NEAR(last[2], kept(c.b * 255, 255), 1) << w << " x " << h;
@@ -282,7 +295,9 @@ TEST(Engine, RefusesWhatItCannotDo) {
 TEST(Engine, AnyJobStaysInsideItsBuffers) {
     std::mt19937 random(7);
     const auto pick = [&random](unsigned count) { return static_cast<int>(random() % count); };
-    const auto code = [](const auto& s) { return static_cast<PX_COLOR_ENUM>(colorFormatInfo(s.mFormat).pxColor); };
+    const auto code = [](const auto& s) {
+        return static_cast<PX_COLOR_ENUM>(colorFormatInfo(s.mFormat).pxColor);
+    };
     int done = 0;
     for (int round = 0; round < 20000 && !HasFailure(); ++round) {
         SCOPED_TRACE(round);
@@ -292,12 +307,15 @@ TEST(Engine, AnyJobStaysInsideItsBuffers) {
         std::unique_ptr<DmabufMemory> buffers[2];
         int64_t sizes[2];
         for (auto& side : sides) {
-            side = {static_cast<C::ColorFormat>(1 + pick(C::COLOR_FORMAT_COUNT - 1)), 0, width, height};
+            side = {static_cast<C::ColorFormat>(1 + pick(C::COLOR_FORMAT_COUNT - 1)), 0, width,
+                    height};
             if (&side != sides && pick(8) != 0) {
-                side.mFormat = pick(3) == 0 ? C::RGBA8888 : C::getDefaultOutputFormat(sides[0].mFormat);
+                side.mFormat =
+                    pick(3) == 0 ? C::RGBA8888 : C::getDefaultOutputFormat(sides[0].mFormat);
             }
             colorFormatInfo(side.mFormat).calculate(side);
-            const int size = std::max(1, C::getFrameSize(width, height, side.mFormat) + pick(80) - 20);
+            const int size =
+                std::max(1, C::getFrameSize(width, height, side.mFormat) + pick(80) - 20);
             auto& buffer = buffers[&side - sides];
             buffer = std::make_unique<DmabufMemory>(size, -1);
             sizes[&side - sides] = size;
@@ -311,7 +329,8 @@ TEST(Engine, AnyJobStaysInsideItsBuffers) {
         }
         auto& [src, dst] = sides;
         const int64_t told = int64_t{dst.mPlaneSize[0]} + dst.mPlaneSize[1] + dst.mPlaneSize[2];
-        const int64_t end = std::min(sizes[1], std::max<int64_t>(told, C::getFrameSize(width, height, dst.mFormat)));
+        const int64_t end = std::min(
+            sizes[1], std::max<int64_t>(told, C::getFrameSize(width, height, dst.mFormat)));
         std::fill(buffers[1]->data() + end, buffers[1]->data() + sizes[1], 0xA5);
         PxAsyncBlitStream stream;
         unsigned int job = 0;
@@ -325,12 +344,13 @@ TEST(Engine, AnyJobStaysInsideItsBuffers) {
                             static_cast<PX_PROFILE_ENUM>(pick(8)), {}, {}, false, 0);
         stream.setSrcCrop(0, {0, 0, 0, 0, src.mWidth, 0, src.mHeight, 0});
         stream.setDstBuffer(0, dst.mFd, dst.mPlaneSize, dst.mPlaneCount, -1);
-        stream.setDstConfig(0, dst.mWidth, dst.mHeight, dst.mYPitch, dst.mUVPitch, code(dst), PX_PROFILE_ENUM{}, {},
-                            &target, {}, false, 0, 0);
+        stream.setDstConfig(0, dst.mWidth, dst.mHeight, dst.mYPitch, dst.mUVPitch, code(dst),
+                            PX_PROFILE_ENUM{}, {}, &target, {}, false, 0, 0);
         stream.setConfigEnd();
         done += stream.invalidate(&now) == 0;
         close(fence);
-        EXPECT_EQ(std::count(buffers[1]->data() + end, buffers[1]->data() + sizes[1], 0xA5), sizes[1] - end);
+        EXPECT_EQ(std::count(buffers[1]->data() + end, buffers[1]->data() + sizes[1], 0xA5),
+                  sizes[1] - end);
     }
     EXPECT_GT(done, 2000);
 }

@@ -23,7 +23,6 @@ class FileUtilsTest : public ToolTest {
     const std::string mLogTag = "E VexConverter-FileUtils: ";
 };
 
-// clang-format off
 TEST_F(FileUtilsTest, Paths) {
     write("a.yuv", "12345");
     write("large", "");
@@ -34,11 +33,19 @@ TEST_F(FileUtilsTest, Paths) {
     fs::create_symlink("nowhere", mFolder + "/broken");
     // A file, a directory or neither.
     const std::tuple<std::string, char, int, std::string> cases[] = {
-        {"", '-', 0, "."}, {"missing.yuv", '-', 0, "."}, {"/missing", '-', 0, "/"}, {"/", 'd', -1, ""},
-        {mFolder, 'd', -1, mFolder}, {mFolder + "/", 'd', -1, mFolder}, {mFolder + "//", 'd', -1, mFolder + "/"},
-        {mFolder + "/a.yuv", 'f', 5, mFolder}, {mFolder + "/link", 'f', 5, mFolder},
-        {mFolder + "/broken", '-', 0, mFolder}, {mFolder + "/missing/", '-', 0, mFolder},
-        {mFolder + "/large", 'f', -EFBIG, mFolder}, {mFolder + "/largest", 'f', 0x7FFFFFFF, mFolder}};
+        {"", '-', 0, "."},
+        {"missing.yuv", '-', 0, "."},
+        {"/missing", '-', 0, "/"},
+        {"/", 'd', -1, ""},
+        {mFolder, 'd', -1, mFolder},
+        {mFolder + "/", 'd', -1, mFolder},
+        {mFolder + "//", 'd', -1, mFolder + "/"},
+        {mFolder + "/a.yuv", 'f', 5, mFolder},
+        {mFolder + "/link", 'f', 5, mFolder},
+        {mFolder + "/broken", '-', 0, mFolder},
+        {mFolder + "/missing/", '-', 0, mFolder},
+        {mFolder + "/large", 'f', -EFBIG, mFolder},
+        {mFolder + "/largest", 'f', 0x7FFFFFFF, mFolder}};
     for (const auto& [path, kind, size, folder] : cases) {
         EXPECT_EQ(FileUtils::isFile(path), kind == 'f') << path;
         EXPECT_EQ(FileUtils::isDirectory(path), kind == 'd') << path;
@@ -46,7 +53,6 @@ TEST_F(FileUtilsTest, Paths) {
         EXPECT_EQ(kind == 'd' ? -1 : FileUtils::getFileSize(path), size) << path;
     }
 }
-// clang-format on
 
 TEST_F(FileUtilsTest, FolderListing) {
     write("out/b", "");
@@ -57,17 +63,20 @@ TEST_F(FileUtilsTest, FolderListing) {
         std::vector<std::string> list = {"first"};
         FileUtils::getFilePathsInDirectory(mFolder + folder, list);
         std::sort(list.begin() + 1, list.end());
-        EXPECT_EQ(list, (std::vector<std::string>{"first", mFolder + "/out/.hidden", mFolder + "/out/b"}));
+        EXPECT_EQ(list, (std::vector<std::string>{"first", mFolder + "/out/.hidden",
+                                                  mFolder + "/out/b"}));
         FileUtils::getFilePathsInDirectory(mFolder + "/missing", list);
         EXPECT_EQ(list.size(), 3U);
-        EXPECT_EQ(takeLog(),
-                  mLogTag + "FileUtils::getFilePathsInDirectory failed to opendir " + mFolder + "/missing\n");
+        EXPECT_EQ(takeLog(), mLogTag + "FileUtils::getFilePathsInDirectory failed to opendir " +
+                                 mFolder + "/missing\n");
     }
 }
 
 TEST_F(FileUtilsTest, ReadsFramesAtTheirOffsets) {
     std::string text;
-    for (int i = 0; i < 1000; ++i) { text += static_cast<char>(i % 251); }
+    for (int i = 0; i < 1000; ++i) {
+        text += static_cast<char>(i % 251);
+    }
     write("frames", text);
     const std::tuple<int, int, int, std::string> cases[] = {
         {100, 100, 3, text.substr(300, 100)}, {100, 100, 20, ""},
@@ -92,7 +101,8 @@ TEST_F(FileUtilsTest, WritingAppends) {
     EXPECT_EQ(FileUtils::writeToFile(mFolder + "/out/x", text, 2), 2);
     EXPECT_EQ(read("out/x"), "abcdefab");
     EXPECT_EQ(FileUtils::writeToFile(mFolder, text, 2), -EISDIR);
-    EXPECT_EQ(takeLog(), mLogTag + "writeToFile: Failed to open file: " + mFolder + ", errno: 21, Is a directory\n");
+    EXPECT_EQ(takeLog(), mLogTag + "writeToFile: Failed to open file: " + mFolder +
+                             ", errno: 21, Is a directory\n");
 }
 
 TEST_F(FileUtilsTest, PngHoldsThePixels) {
@@ -143,7 +153,8 @@ TEST(HostMemory, BuffersInUseAreNotGivenOutAgain) {
     second->data()[0] = 2;
     // One lives on by a descriptor, one by a mapping.
     const int duplicate = dup(first->getFd());
-    auto* mapping = static_cast<uint8_t*>(mmap(nullptr, 5000, PROT_READ, MAP_SHARED, second->getFd(), 0));
+    auto* mapping =
+        static_cast<uint8_t*>(mmap(nullptr, 5000, PROT_READ, MAP_SHARED, second->getFd(), 0));
     first.reset();
     second.reset();
     DmabufMemory third(5000, -1);

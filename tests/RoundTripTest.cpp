@@ -19,64 +19,81 @@ class RoundTrip : public ToolTest, public testing::WithParamInterface<int> {
         std::mt19937 random(1);
         for (size_t i = 0; i + 4 <= bytes.size(); i += 4) {
             // P010 has its ten bits at the top.
-            const auto word = static_cast<uint32_t>(random()) & (plain == C::P010 ? 0xFFC0FFC0U : 0xFFFFFFFFU);
+            const auto word =
+                static_cast<uint32_t>(random()) & (plain == C::P010 ? 0xFFC0FFC0U : 0xFFFFFFFFU);
             memcpy(&bytes[i], &word, 4);
         }
         return bytes;
     }
 
-    // Dumps the frames of the file "raw", as whole frames or as the format is stored, and converts the dump.
+    // Dumps the frames of the file "raw", as whole frames or as the format is stored, and converts
+    // the dump.
     void dumpAndConvert(int width, int height, const std::string& environment, bool whole) const {
         for (const char* folder : {"/in", "/out"}) {
             std::filesystem::remove_all(mFolder + folder);
             std::filesystem::create_directory(mFolder + folder);
         }
         const char* name = colorFormatInfo(format()).name;
-        const std::vector<std::string> size = {"-f", name, "-w", std::to_string(width), "-h", std::to_string(height)};
+        const std::vector<std::string> size = {
+            "-f", name, "-w", std::to_string(width), "-h", std::to_string(height)};
         std::vector<std::string> arguments = {"-i", "raw", "-o", "in"};
         arguments.insert(arguments.end(), size.begin(), size.end());
-        if (whole) { arguments.emplace_back("--whole"); }
+        if (whole) {
+            arguments.emplace_back("--whole");
+        }
         const ToolResult made = makeDump(arguments);
         ASSERT_EQ(made.status, 0) << made.err;
         // No built-in rule has a code for some formats; make-dump says how to convert them.
         arguments = {"-i", "in", "-o", "out"};
         if (whole) {
-            arguments.insert(arguments.end(), {"-c", std::string(TEST_DATA) + "/whole-frames-rule.json"});
+            arguments.insert(arguments.end(),
+                             {"-c", std::string(TEST_DATA) + "/whole-frames-rule.json"});
         } else if (!made.err.empty()) {
             arguments.insert(arguments.end(), size.begin(), size.end());
         }
-        const ToolResult converted = tool(arguments, "VEX_HOST_BOARD_PLATFORM=vx2415 " + environment);
+        const ToolResult converted =
+            tool(arguments, "VEX_HOST_BOARD_PLATFORM=vx2415 " + environment);
         EXPECT_EQ(converted.err.find("Error"), std::string::npos) << converted.err;
     }
 };
 
 TEST_P(RoundTrip, GivesTheRawFramesBack) {
     const bool separate = C::isSeparate(format());
-    const bool compressed = separate || std::string(colorFormatInfo(format()).name).find("AFBC") != std::string::npos;
+    const bool compressed =
+        separate || std::string(colorFormatInfo(format()).name).find("AFBC") != std::string::npos;
     const auto smallest = C::getDefaultAlignedSize(1, 1, format());
-    for (const auto& [w, h] : {smallest, std::pair(192, 64), std::pair(1920, 1088), std::pair(4096, 2176)}) {
+    for (const auto& [w, h] :
+         {smallest, std::pair(192, 64), std::pair(1920, 1088), std::pair(4096, 2176)}) {
         const std::string frame = randomFrame(w, h);
         const size_t frames = w == 192 ? 2 : 1;
         write("raw", frames == 2 ? frame + frame : frame);
-        for (const auto& [memory, whole] : {std::pair("VEX_HOST_ION=0", false), std::pair("VEX_HOST_ION=1", false),
-                                            std::pair("VEX_HOST_ION=0", true)}) {
-            if (whole && !separate) { continue; }
+        for (const auto& [memory, whole] :
+             {std::pair("VEX_HOST_ION=0", false), std::pair("VEX_HOST_ION=1", false),
+              std::pair("VEX_HOST_ION=0", true)}) {
+            if (whole && !separate) {
+                continue;
+            }
             ASSERT_NO_FATAL_FAILURE(dumpAndConvert(w, h, memory, whole));
             const size_t outputs = separate && !whole ? frames : 1;
             std::string all;
-            for (const auto& [name, size] : files("out")) { all += read("out/" + name); }
+            for (const auto& [name, size] : files("out")) {
+                all += read("out/" + name);
+            }
             EXPECT_TRUE(all == read("raw")) << w << " x " << h;
             EXPECT_EQ(files("out").size(), outputs);
             // One entry a stream says that what the device compresses is read as it lies.
-            std::string expected = compressed ? "I PxAsyncBlitStream: payload is read as stored blocks\n" : "";
+            std::string expected =
+                compressed ? "I PxAsyncBlitStream: payload is read as stored blocks\n" : "";
             EXPECT_EQ(takeLog(), outputs == 2 ? expected + expected : expected);
         }
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(All, RoundTrip, testing::Range(1, int{C::COLOR_FORMAT_COUNT}), [](const auto& i) {
-    return std::string(colorFormatInfos[static_cast<size_t>(i.param)].name);
-});
+INSTANTIATE_TEST_SUITE_P(All, RoundTrip, testing::Range(1, int{C::COLOR_FORMAT_COUNT}),
+                         [](const auto& i) {
+                             return std::string(
+                                 colorFormatInfos[static_cast<size_t>(i.param)].name);
+                         });
 
 class MakeDump : public ToolTest {};
 
@@ -84,7 +101,9 @@ TEST_F(MakeDump, ErrorsAreClear) {
     write("raw", "too short");
     for (std::istringstream& row : tableRows("make-dump-errors.txt")) {
         std::vector<std::string> arguments;
-        for (std::string word; row >> word && word != "|";) { arguments.push_back(word); }
+        for (std::string word; row >> word && word != "|";) {
+            arguments.push_back(word);
+        }
         std::string error;
         std::getline(row >> std::ws, error);
         const ToolResult result = makeDump(arguments);
@@ -97,7 +116,9 @@ TEST_F(MakeDump, ErrorsAreClear) {
 
 std::string bytesOf(const std::string& hex) {
     std::string bytes;
-    for (size_t i = 0; i < hex.size(); i += 2) { bytes += static_cast<char>(stoi(hex.substr(i, 2), nullptr, 16)); }
+    for (size_t i = 0; i < hex.size(); i += 2) {
+        bytes += static_cast<char>(stoi(hex.substr(i, 2), nullptr, 16));
+    }
     return bytes;
 }
 
@@ -106,8 +127,10 @@ TEST_F(MakeDump, RawFramesOfAnyPlainFormBecomeAnyDump) {
         std::string raw, width, height, bytes, format, dump;
         row >> raw >> width >> height >> bytes >> format >> dump;
         write("raw", bytesOf(bytes));
-        const ToolResult made = makeDump({"-i", "raw", "-r", raw, "-w", width, "-h", height, "-f", format});
-        EXPECT_EQ(read(made.out.substr(0, made.out.find('\n'))), bytesOf(dump)) << row.str() << made.err;
+        const ToolResult made =
+            makeDump({"-i", "raw", "-r", raw, "-w", width, "-h", height, "-f", format});
+        EXPECT_EQ(read(made.out.substr(0, made.out.find('\n'))), bytesOf(dump))
+            << row.str() << made.err;
     }
 }
 

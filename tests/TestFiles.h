@@ -22,7 +22,9 @@ inline std::vector<std::istringstream> tableRows(const std::string& name) {
     std::ifstream file(std::string(TEST_DATA) + "/" + name);
     std::vector<std::istringstream> rows;
     for (std::string line; std::getline(file, line);) {
-        if (line[0] != '#') { rows.emplace_back(line); }
+        if (line[0] != '#') {
+            rows.emplace_back(line);
+        }
     }
     EXPECT_FALSE(rows.empty()) << name;
     return rows;

@@ -32,16 +32,21 @@ class ToolTest : public testing::Test {
     // Runs the program in the test's folder, where the log goes to the file "log".
     ToolResult run(const std::string& program, const std::vector<std::string>& arguments,
                    const std::string& environment = "") const {
-        std::string command =
-            "cd '" + mFolder + "' && env -u VEX_HOST_ION VEX_HOST_LOG=log " + environment + " '" + program + "'";
-        for (const std::string& argument : arguments) { command += " '" + argument + "'"; }
+        std::string command = "cd '" + mFolder + "' && env -u VEX_HOST_ION VEX_HOST_LOG=log " +
+                              environment + " '" + program + "'";
+        for (const std::string& argument : arguments) {
+            command += " '" + argument + "'";
+        }
         const int status = system((command + " >stdout 2>stderr").c_str());
         return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read("stdout"), read("stderr")};
     }
-    ToolResult tool(const std::vector<std::string>& arguments, const std::string& environment = "") const {
+    ToolResult tool(const std::vector<std::string>& arguments,
+                    const std::string& environment = "") const {
         return run(VEX_CONVERTER, arguments, environment);
     }
-    ToolResult makeDump(const std::vector<std::string>& arguments) const { return run(MAKE_DUMP, arguments); }
+    ToolResult makeDump(const std::vector<std::string>& arguments) const {
+        return run(MAKE_DUMP, arguments);
+    }
 
     std::string read(const std::string& name) const { return readFile(mFolder + "/" + name); }
     void write(const std::string& name, const std::string& text) const {
@@ -57,7 +62,9 @@ class ToolTest : public testing::Test {
     std::map<std::string, uintmax_t> files(const std::string& folder) const {
         std::map<std::string, uintmax_t> sizes;
         for (const auto& entry : std::filesystem::directory_iterator(mFolder + "/" + folder)) {
-            if (entry.is_regular_file()) { sizes[entry.path().filename()] = entry.file_size(); }
+            if (entry.is_regular_file()) {
+                sizes[entry.path().filename()] = entry.file_size();
+            }
         }
         return sizes;
     }

@@ -19,7 +19,9 @@ using Lines = std::vector<std::string>;
 
 std::string joined(const Lines& lines) {
     std::string all;
-    for (const std::string& line : lines) { all += (all.empty() ? "" : " ") + line; }
+    for (const std::string& line : lines) {
+        all += (all.empty() ? "" : " ") + line;
+    }
     return all;
 }
 
@@ -31,7 +33,9 @@ class DeviceTest : public testing::Test {
     ~DeviceTest() override { EXPECT_TRUE(mPlatform.held.empty()) << *mPlatform.held.begin(); }
 
     std::unique_ptr<DeviceMemory> make(bool ion, int size, int importFd) {
-        if (ion) { return std::make_unique<IonMemory>(size, importFd); }
+        if (ion) {
+            return std::make_unique<IonMemory>(size, importFd);
+        }
         return std::make_unique<DmabufMemory>(size, importFd);
     }
 
@@ -41,16 +45,22 @@ class DeviceTest : public testing::Test {
 TEST_F(DeviceTest, FailingCallLogsItsLineAndLeavesAnEmptyBuffer) {
     for (std::istringstream& row : tableRows("buffer-failures.txt")) {
         std::string kind, size, importFd, call, entry, empty;
-        for (std::string* field : {&kind, &size, &importFd, &call, &entry, &empty}) { std::getline(row, *field, ';'); }
-        const std::string tag = kind == "ion" ? "VexConverter-IonMemory: " : "VexConverter-DmabufMemory: ";
-        const std::string noData = kind == "ion" ? "IonMemory::data failed to mapVA, mIonDevFd: -1"
-                                                 : "DmabufMemory::data failed to mapVA, mShareFd: -1";
+        for (std::string* field : {&kind, &size, &importFd, &call, &entry, &empty}) {
+            std::getline(row, *field, ';');
+        }
+        const std::string tag =
+            kind == "ion" ? "VexConverter-IonMemory: " : "VexConverter-DmabufMemory: ";
+        const std::string noData = kind == "ion"
+                                       ? "IonMemory::data failed to mapVA, mIonDevFd: -1"
+                                       : "DmabufMemory::data failed to mapVA, mShareFd: -1";
         mPlatform = FakePlatform();
         mPlatform.failCall = call;
         const bool releaseFails = call == "munmap" || call == "ion_free";
         {
             const auto buffer = make(kind == "ion", stoi(size), stoi(importFd));
-            if (entry.back() == '#') { entry.replace(entry.size() - 1, 1, std::to_string(buffer->getFd())); }
+            if (entry.back() == '#') {
+                entry.replace(entry.size() - 1, 1, std::to_string(buffer->getFd()));
+            }
             EXPECT_EQ(buffer->data() != nullptr, releaseFails);
             EXPECT_EQ(buffer->data() != nullptr, releaseFails);
             EXPECT_EQ(buffer->getFd() > 0, releaseFails);
@@ -63,7 +73,8 @@ TEST_F(DeviceTest, FailingCallLogsItsLineAndLeavesAnEmptyBuffer) {
 }
 
 TEST_F(DeviceTest, BufferCallsAndArguments) {
-    const std::string ionRest = "ion_share() ion_map(64, 3, 1, 0) munmap(64) close() close() ion_free() ion_close()";
+    const std::string ionRest =
+        "ion_share() ion_map(64, 3, 1, 0) munmap(64) close() close() ion_free() ion_close()";
     const std::string mapping = "mmap(64, 3, 1, 0) munmap(64) close()";
     const std::tuple<bool, int, std::string> cases[] = {
         {true, -1, "vx_ion_open(VexConverter) ion_alloc_mm(64, 64, 0) " + ionRest},
@@ -127,7 +138,8 @@ TEST_F(DeviceTest, ProfilesOfColorSpaces) {
         converter.convertFrame(config);
         EXPECT_EQ(mPlatform.calls.at(3),
                   "setSrcConfig(64, 32, 2048, 1024, 13434956, " + profiles[i] + ", 0, 0, 0, 0)");
-        EXPECT_EQ(mPlatform.calls.at(6), "setDstConfig(0, 64, 32, 256, 0, 2105378, " + profiles[other] +
+        EXPECT_EQ(mPlatform.calls.at(6), "setDstConfig(0, 64, 32, 256, 0, 2105378, " +
+                                             profiles[other] +
                                              ", 0, (0, 0, 64, 32, 0), 0, 0, 0, 0)");
     }
 }
@@ -226,12 +238,14 @@ TEST_F(ConvertFileTest, AnyFailingCallIsSurvived) {
 
 TEST_F(ConvertFileTest, FramesOutOfRangeAndPartlessSetsAreReported) {
     mJob.alignedWidth = mJob.alignedHeight = 100000;
-    EXPECT_NE(convert().find("\nError: frame is too large, 2 GiB or more, skip this file: "), std::string::npos);
+    EXPECT_NE(convert().find("\nError: frame is too large, 2 GiB or more, skip this file: "),
+              std::string::npos);
     mJob.alignedWidth = mJob.alignedHeight = 0;
     EXPECT_EQ(convert(), "Process: " + mFolder + "/in.yuv\n\n");
     mJob.alignedWidth = mJob.alignedHeight = 4;
     mJob.separate = true;
-    EXPECT_NE(convert().find("\nError: input color format has no separate parts"), std::string::npos);
+    EXPECT_NE(convert().find("\nError: input color format has no separate parts"),
+              std::string::npos);
     EXPECT_EQ(outputSize(), 0U);
 }
 

@@ -63,7 +63,8 @@ int drop(const std::string& what, int number) {
 
 bool FakePlatform::note(const std::string& name, const std::string& arguments) {
     calls.push_back(name + "(" + arguments + ")");
-    const bool named = name == failCall && (++mOccurrences == failOccurrence || failOccurrence == 0);
+    const bool named =
+        name == failCall && (++mOccurrences == failOccurrence || failOccurrence == 0);
     return ++mCanFail != failNth && !named;
 }
 
@@ -75,7 +76,8 @@ int __android_log_print(int prio, const char* tag, const char* fmt, ...) {
     va_start(args, fmt);
     vsnprintf(text, sizeof text, fmt, args);
     va_end(args);
-    fakePlatform->log.push_back((prio == ANDROID_LOG_ERROR ? "" : "not an error: ") + std::string(tag) + ": " + text);
+    fakePlatform->log.push_back((prio == ANDROID_LOG_ERROR ? "" : "not an error: ") +
+                                std::string(tag) + ": " + text);
     return 1;
 }
 
@@ -86,7 +88,8 @@ int property_get(const char* /*key*/, char* value, const char* default_value) {
 const char* getprogname() { return "VexConverter"; }
 
 int vx_ion_open(const char* client) { return result("vx_ion_open", client) == 0 ? openFd() : -1; }
-int ion_alloc_mm(int /*fd*/, size_t len, size_t align, unsigned int flags, ion_user_handle_t* handle) {
+int ion_alloc_mm(int /*fd*/, size_t len, size_t align, unsigned int flags,
+                 ion_user_handle_t* handle) {
     return give("ion_alloc_mm", list(len, align, flags), openHandle, handle);
 }
 int ion_import(int /*fd*/, int /*share_fd*/, ion_user_handle_t* handle) {
@@ -95,8 +98,8 @@ int ion_import(int /*fd*/, int /*share_fd*/, ion_user_handle_t* handle) {
 int ion_share(int /*fd*/, ion_user_handle_t /*handle*/, int* share_fd) {
     return give("ion_share", "", openFd, share_fd);
 }
-int ion_map(int /*fd*/, ion_user_handle_t /*handle*/, size_t length, int prot, int flags, off_t offset,
-            unsigned char** ptr, int* map_fd) {
+int ion_map(int /*fd*/, ion_user_handle_t /*handle*/, size_t length, int prot, int flags,
+            off_t offset, unsigned char** ptr, int* map_fd) {
     const int status = give("ion_map", list(length, prot, flags, offset), openFd, map_fd);
     *ptr = status == 0 ? memory : nullptr;
     return status;
@@ -111,7 +114,9 @@ int ion_close(int fd) {
 }
 
 BufferAllocator* CreateDmabufHeapBufferAllocator() {
-    if (result("CreateDmabufHeapBufferAllocator") != 0) { return nullptr; }
+    if (result("CreateDmabufHeapBufferAllocator") != 0) {
+        return nullptr;
+    }
     fakePlatform->held.insert("allocator");
     return new BufferAllocator;
 }
@@ -122,8 +127,8 @@ void FreeDmabufHeapBufferAllocator(BufferAllocator* buffer_allocator) {
     delete buffer_allocator;
 }
 
-int DmabufHeapAlloc(BufferAllocator* /*allocator*/, const char* heap_name, size_t len, unsigned int flags,
-                    size_t legacy_align) {
+int DmabufHeapAlloc(BufferAllocator* /*allocator*/, const char* heap_name, size_t len,
+                    unsigned int flags, size_t legacy_align) {
     const std::string arguments = heap_name + (", " + list(len, flags, legacy_align));
     return result("DmabufHeapAlloc", arguments) == 0 ? openFd() : -12;
 }
@@ -137,18 +142,25 @@ int __real_dup(int fd);
 int __real_close(int fd);
 
 void* __wrap_mmap(void* address, size_t length, int prot, int flags, int fd, off_t offset) {
-    if (fd < FIRST_FAKE_FD) { return __real_mmap(address, length, prot, flags, fd, offset); }
-    return result("mmap", list(length, prot, flags & ~MAP_POPULATE, offset)) == 0 ? memory : MAP_FAILED;
+    if (fd < FIRST_FAKE_FD) {
+        return __real_mmap(address, length, prot, flags, fd, offset);
+    }
+    return result("mmap", list(length, prot, flags & ~MAP_POPULATE, offset)) == 0 ? memory
+                                                                                  : MAP_FAILED;
 }
 
 int __wrap_munmap(void* address, size_t length) {
     return address == memory ? result("munmap", list(length)) : __real_munmap(address, length);
 }
 
-int __wrap_dup(int fd) { return fd < FIRST_FAKE_FD ? __real_dup(fd) : result("dup") == 0 ? openFd() : -1; }
+int __wrap_dup(int fd) {
+    return fd < FIRST_FAKE_FD ? __real_dup(fd) : result("dup") == 0 ? openFd() : -1;
+}
 
 int __wrap_close(int fd) {
-    if (fd < FIRST_FAKE_FD) { return __real_close(fd); }
+    if (fd < FIRST_FAKE_FD) {
+        return __real_close(fd);
+    }
     fakePlatform->calls.emplace_back("close()");
     return drop("fd ", fd);
 }
@@ -170,7 +182,8 @@ Stream::~PxAsyncBlitStream() {
 int Stream::createJob(unsigned int& jobId, int& fence) {
     const std::string arguments = list(jobId, fence);
     jobId = 42;
-    return give("createJob", arguments, openFd, &fence) == 0 ? fakePlatform->statusOnly : fakePlatform->failStatus;
+    return give("createJob", arguments, openFd, &fence) == 0 ? fakePlatform->statusOnly
+                                                             : fakePlatform->failStatus;
 }
 
 int Stream::setConfigBegin(unsigned int jobId) { return result("setConfigBegin", list(jobId)); }
@@ -179,25 +192,33 @@ int Stream::setSrcBuffer(int fd, unsigned int* sizes, unsigned int planeCount, i
     return result("setSrcBuffer", list(fd, sizes[0], sizes[1], planeCount, reserved));
 }
 
-int Stream::setSrcConfig(int width, int height, int yPitch, int uvPitch, PX_COLOR_ENUM color, PX_PROFILE_ENUM profile,
-                         PxInterlaceFormat interlace, PxSecure secure, bool reservedFlag, unsigned int reserved) {
-    return result("setSrcConfig",
-                  list(width, height, yPitch, uvPitch, color, profile, interlace, secure, reservedFlag, reserved));
+int Stream::setSrcConfig(int width, int height, int yPitch, int uvPitch, PX_COLOR_ENUM color,
+                         PX_PROFILE_ENUM profile, PxInterlaceFormat interlace, PxSecure secure,
+                         bool reservedFlag, unsigned int reserved) {
+    return result("setSrcConfig", list(width, height, yPitch, uvPitch, color, profile, interlace,
+                                       secure, reservedFlag, reserved));
 }
 
-int Stream::setSrcCrop(unsigned int output, PxRect crop) { return result("setSrcCrop", list(output) + rect(crop)); }
+int Stream::setSrcCrop(unsigned int output, PxRect crop) {
+    return result("setSrcCrop", list(output) + rect(crop));
+}
 
-int Stream::setDstBuffer(unsigned int output, int fd, unsigned int* sizes, unsigned int planeCount, int reserved) {
+int Stream::setDstBuffer(unsigned int output, int fd, unsigned int* sizes, unsigned int planeCount,
+                         int reserved) {
     return result("setDstBuffer", list(output, fd, sizes[0], sizes[1], planeCount, reserved));
 }
 
-int Stream::setDstConfig(unsigned int output, int width, int height, int yPitch, int uvPitch, PX_COLOR_ENUM color,
-                         PX_PROFILE_ENUM profile, PxInterlaceFormat interlace, PxRect* target, PxSecure secure,
-                         bool reservedFlag, unsigned int reserved, int reservedLast) {
-    return result("setDstConfig", list(output, width, height, yPitch, uvPitch, color, profile, interlace) +
-                                      rect(*target) + ", " + list(secure, reservedFlag, reserved, reservedLast));
+int Stream::setDstConfig(unsigned int output, int width, int height, int yPitch, int uvPitch,
+                         PX_COLOR_ENUM color, PX_PROFILE_ENUM profile, PxInterlaceFormat interlace,
+                         PxRect* target, PxSecure secure, bool reservedFlag, unsigned int reserved,
+                         int reservedLast) {
+    return result("setDstConfig",
+                  list(output, width, height, yPitch, uvPitch, color, profile, interlace) +
+                      rect(*target) + ", " + list(secure, reservedFlag, reserved, reservedLast));
 }
 
 int Stream::setConfigEnd() { return result("setConfigEnd"); }
 
-int Stream::invalidate(timeval* now) { return result("invalidate", now->tv_sec > 0 ? "now" : "no time"); }
+int Stream::invalidate(timeval* now) {
+    return result("invalidate", now->tv_sec > 0 ? "now" : "no time");
+}

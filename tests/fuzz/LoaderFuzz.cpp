@@ -9,14 +9,20 @@
 #include "config/FormatConfig.h"
 #include "fileutils/FileUtils.h"
 
-extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) { return setenv("VEX_HOST_LOG", "/dev/null", 1); }
+extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
+    return setenv("VEX_HOST_LOG", "/dev/null", 1);
+}
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static const int file = memfd_create("configuration", 0);
-    if (ftruncate(file, 0) != 0 || pwrite(file, data, size, 0) != static_cast<ssize_t>(size)) { abort(); }
+    if (ftruncate(file, 0) != 0 || pwrite(file, data, size, 0) != static_cast<ssize_t>(size)) {
+        abort();
+    }
     formatConfigs.clear();
     const int status = FileUtils::parseConfigFile("/proc/self/fd/" + std::to_string(file));
-    if (status > 0 || (status < 0 && !formatConfigs.empty())) { abort(); }
+    if (status > 0 || (status < 0 && !formatConfigs.empty())) {
+        abort();
+    }
     // A few, so that a document of many slow patterns is no slow input.
     for (size_t i = 0; i < formatConfigs.size() && i < 3; ++i) {
         FormatConfig copy = formatConfigs[i];

@@ -6,7 +6,9 @@
 
 #include "config/FormatConfig.h"
 
-extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) { return setenv("VEX_HOST_LOG", "/dev/null", 1); }
+extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
+    return setenv("VEX_HOST_LOG", "/dev/null", 1);
+}
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string text(reinterpret_cast<const char*>(data), size);
@@ -17,6 +19,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     rule.addFormatPair("0x10F", "CPQ", 32, 32, true, "Y.dat", "Y.len", "C.dat", "C.len");
     const bool matched = rule.match(name);
     // A name that doesn't match leaves the defaults in place.
-    if (!matched && (rule.width != 320 || rule.height != 240 || rule.separate)) { abort(); }
+    if (!matched && (rule.width != 320 || rule.height != 240 || rule.separate)) {
+        abort();
+    }
     return 0;
 }
