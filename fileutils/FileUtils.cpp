@@ -3,7 +3,6 @@
 #include <android/log.h>
 #include <dirent.h>
 #include <libgen.h>
-#include <stb_image_write.h>
 #include <sys/stat.h>
 
 #include <cerrno>
@@ -102,14 +101,4 @@ int FileUtils::writeToFile(std::string path, const unsigned char* buffer, int si
     const size_t bytes = size > 0 ? fwrite(buffer, 1, static_cast<size_t>(size), file) : 0;
     fclose(file);
     return static_cast<int>(bytes);
-}
-
-int FileUtils::writeToPNG(std::string path, int width, int height, const unsigned char* pixels,
-                          int components) {
-    // The encoder counts in ints, the rows with a filter byte each, and doubles what it grows.
-    if (width <= 0 || height <= 0 || components <= 0 ||
-        (int64_t{width} * components + 1) * height > INT_MAX / 4) {
-        return 0;
-    }
-    return stbi_write_png(path.c_str(), width, height, components, pixels, 0);
 }

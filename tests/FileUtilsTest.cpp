@@ -1,7 +1,6 @@
 // File and folder helpers, PNG output and the host's stand-ins below them.
 #include "fileutils/FileUtils.h"
 
-#include <stb_image.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -103,22 +102,6 @@ TEST_F(FileUtilsTest, WritingAppends) {
     EXPECT_EQ(FileUtils::writeToFile(mFolder, text, 2), -EISDIR);
     EXPECT_EQ(takeLog(), mLogTag + "writeToFile: Failed to open file: " + mFolder +
                              ", errno: 21, Is a directory\n");
-}
-
-TEST_F(FileUtilsTest, PngHoldsThePixels) {
-    const std::string file = mFolder + "/out.png";
-    const auto* pixels = reinterpret_cast<const unsigned char*>("0123456789abcdefghij");
-    EXPECT_EQ(FileUtils::writeToPNG(file, 2, 2, pixels + 4, 4), 1);
-    EXPECT_EQ(FileUtils::writeToPNG(file, 2, 2, pixels, 4), 1);
-    int width = 0, height = 0, components = 0;
-    unsigned char* read = stbi_load(file.c_str(), &width, &height, &components, 0);
-    ASSERT_NE(read, nullptr);
-    EXPECT_EQ(std::tuple(width, height, components), std::tuple(2, 2, 4));
-    EXPECT_EQ(memcmp(read, pixels, 16), 0);
-    stbi_image_free(read);
-    EXPECT_EQ(FileUtils::writeToPNG(mFolder + "/missing/out.png", 2, 2, pixels, 4), 0);
-    EXPECT_EQ(FileUtils::writeToPNG(file, 40000, 40000, pixels, 4), 0);
-    EXPECT_EQ(takeLog(), "");
 }
 
 size_t openDescriptors() {

@@ -1,0 +1,152 @@
+// PNG output, with ISA-L and as the library comes: pictures, limits, memory that runs short.
+#include <android/log.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
+
+#include <csignal>
+#include <cstdarg>
+#include <filesystem>
+#include <random>
+
+#define STB_IMAGE_IMPLEMENTATION
+#define STBI_ONLY_PNG
+#include <stb_image.h>
+
+#include "TestFiles.h"
+#include "fileutils/FileUtils.h"
+
+namespace {
+
+std::string logged;
+size_t largestAllocation = 0;  // that the writer asked for
+int failAllocation = 0;        // the n-th of the writer's, from 1
+
+}  // namespace
+
+extern "C" {
+
+int __android_log_print(int /*prio*/, const char* tag, const char* fmt, ...) {
+    char text[512];
+    va_list args;
+    va_start(args, fmt);
+    vsnprintf(text, sizeof text, fmt, args);
+    va_end(args);
+    logged += tag + (": " + std::string(text));
+    return 1;
+}
+
+// The linker sends the writer's allocations here.
+void* __real_malloc(size_t size);
+void* __wrap_malloc(size_t size) {
+    largestAllocation = std::max(largestAllocation, size);
+    return --failAllocation == 0 || size > (1U << 30) ? nullptr : __real_malloc(size);
+}
+
+}  // extern "C"
+
+namespace {
+
+class PngTest : public testing::Test {
+  protected:
+    ~PngTest() override { remove(mPath.c_str()); }
+
+    int write(int width, int height, const unsigned char* pixels) {
+        logged.clear();
+        largestAllocation = 0;
+        const int result = FileUtils::writeToPNG(mPath, width, height, pixels, 4);
+        EXPECT_EQ(logged, result == 1 ? "" : failureOf(width, height));
+        return result;
+    }
+
+    std::string failureOf(int width, int height) const {
+        return "VexConverter-FileUtils: writeToPNG: Failed to write file: " + mPath + ", " +
+               std::to_string(width) + " x " + std::to_string(height) + "\n";
+    }
+
+    std::string mPath = testFolder() + VARIANT ".png";
+};
+
+// Half noise, half a pattern.
+std::vector<unsigned char> pixelsOf(int width, int height) {
+    std::mt19937 random(3);
+    std::vector<unsigned char> pixels(static_cast<size_t>(width) * static_cast<size_t>(height) * 4);
+    for (size_t i = 0; i < pixels.size(); ++i) {
+        const size_t value = i < pixels.size() / 2 ? random() : i / 7;
+        pixels[i] = static_cast<unsigned char>(value);
+    }
+    return pixels;
+}
+
+TEST_F(PngTest, PicturesHoldThePixels) {
+    for (const auto& [width, height] :
+         {std::pair(1, 1), std::pair(1, 1088), std::pair(3, 5), std::pair(1919, 1079),
+          std::pair(1920, 1088), std::pair(16384, 64)}) {
+        const std::vector<unsigned char> pixels = pixelsOf(width, height);
+        ASSERT_EQ(write(width, height, pixels.data()), 1) << width << " x " << height;
+        int w = 0;
+        int h = 0;
+        int components = 0;
+        unsigned char* read = stbi_load(mPath.c_str(), &w, &h, &components, 0);
+        ASSERT_NE(read, nullptr) << width << " x " << height;
+        EXPECT_EQ(std::tuple(w, h, components), std::tuple(width, height, 4));
+        EXPECT_EQ(memcmp(read, pixels.data(), pixels.size()), 0) << width << " x " << height;
+        stbi_image_free(read);
+    }
+}
+
+// All filtered bytes and what comes on top must count in int; the encoder starts with memory for
+// them, which no line below gets here.
+TEST_F(PngTest, RefusesOnlyWhatTheEncoderCannotCount) {
+    const std::string variant = VARIANT;
+    const int lines = variant == "fast" ? 32764 : 21844;  // of 65537 filtered bytes
+    const auto pixels = reinterpret_cast<const unsigned char*>("pixels");
+    EXPECT_EQ(write(16384, lines, pixels), 0);
+    EXPECT_GE(largestAllocation, 65537U * static_cast<size_t>(lines));
+    EXPECT_EQ(write(16384, lines + 1, pixels), 0);
+    EXPECT_EQ(largestAllocation, 0U);
+    // A row's sum of bytes up to 128 each.
+    EXPECT_EQ(write(4194304, 1, pixels), 0);
+    EXPECT_EQ(largestAllocation, 0U);
+    for (const int none : {0, -1}) {
+        EXPECT_EQ(write(none, 5, pixels) + write(5, none, pixels), 0);
+    }
+    // What is far below is written.
+    const size_t size = size_t{16384} * 8192 * 4;
+    void* sparse = mmap(nullptr, size, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (variant == "fast") {
+        EXPECT_EQ(write(16384, 8192, static_cast<unsigned char*>(sparse)), 1);
+    }
+    munmap(sparse, size);
+}
+
+TEST_F(PngTest, AnyAllocationMayFail) {
+    const std::vector<unsigned char> pixels = pixelsOf(64, 64);
+    // As it comes, the library's arrays have only the room that was looked for first.
+    const int most = std::string(VARIANT) == "fast" ? 20 : 3;
+    int failures = 0;
+    for (int n = 1; n <= most; ++n) {
+        failAllocation = n;
+        const int result = write(64, 64, pixels.data());
+        failures += 1 - result;
+        EXPECT_EQ(result, std::filesystem::exists(mPath) ? 1 : 0) << "allocation " << n;
+        EXPECT_EQ(result == 1, failAllocation > 0) << "allocation " << n;
+    }
+    EXPECT_GE(failures, 3);
+    failAllocation = 0;
+}
+
+TEST_F(PngTest, FilesThatCannotBeWrittenInFullAreFailures) {
+    const std::vector<unsigned char> pixels = pixelsOf(64, 64);
+    EXPECT_EQ(write(64, 64, pixels.data()), 1);
+    signal(SIGXFSZ, SIG_IGN);
+    rlimit limit = {};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    const rlimit small = {100, limit.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &small);
+    EXPECT_EQ(write(64, 64, pixels.data()), 0);
+    setrlimit(RLIMIT_FSIZE, &limit);
+    mPath = "/missing/out.png";
+    EXPECT_EQ(write(64, 64, pixels.data()), 0);
+}
+
+}  // namespace
