@@ -2,7 +2,9 @@
 
 #include <BufferAllocator/BufferAllocator.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 
 #include "fileutils/FileUtils.h"
@@ -29,6 +31,13 @@ std::string baseNameOf(const std::string& path) {
         name.insert(0, 1, '/');
     }
     return name;
+}
+
+// Reads as FileUtils::readFromFile does and clears what a file that is short or can't be read leaves
+// of the size, since a buffer may hold what an earlier file left.
+void fill(unsigned char* buffer, int size, const std::string& path, int stride, int count) {
+    const int bytes = std::max(0, FileUtils::readFromFile(path, buffer, size, stride, count));
+    memset(buffer + bytes, 0, static_cast<size_t>(size - bytes));
 }
 
 // The conversion of one file: its buffers, its converter and its outputs.
@@ -64,7 +73,7 @@ class Conversion {
         } else if (fileSize > mSrcSize) {
             convertFrames(mSrcSize == 0 ? 0 : fileSize / mSrcSize);
         } else if (mapBuffers()) {
-            FileUtils::readFromFile(mPath, mSrc->data(), mSrcSize, 0, 0);
+            fill(mSrc->data(), mSrcSize, mPath, 0, 0);
             convertSingle();
         }
     }
@@ -100,7 +109,7 @@ class Conversion {
         }
         for (size_t i = 0; i < parts.size(); ++i) {
             const auto [size, offset] = parts[i];
-            FileUtils::readFromFile(*files[i], mSrc->data() + offset, size, 0, 0);
+            fill(mSrc->data() + offset, size, *files[i], 0, 0);
         }
         convertSingle();
     }
@@ -117,7 +126,7 @@ class Conversion {
         }
         for (int i = 0; i < frames; ++i) {
             fprintf(stderr, "\r\033[kProcess: frame #%d of %d", i + 1, frames);
-            FileUtils::readFromFile(mPath, mSrc->data(), mSrcSize, mSrcSize, i);
+            fill(mSrc->data(), mSrcSize, mPath, mSrcSize, i);
             if (convert()) {
                 write(mOutputStem +
                       (mOptions.png ? "_frame#" + std::to_string(i + 1) + ".png" : rawEnding()));

@@ -138,6 +138,47 @@ TEST_F(CommandLine, FramesProgressAndNames) {
     EXPECT_EQ(takeLog(), "");
 }
 
+// The buffers of a file are those of the file before it.
+TEST_F(CommandLine, NothingOfAnEarlierFileIsSeenInALaterOne) {
+    const std::string set = "in/vdec_output_0_W64H64_F0x7F000010_";
+    const char* const endings[] = {"_Y.dat", "_Y.len", "_C.dat", "_C.len"};
+    const size_t body = 64 * 64;
+    // A full set, then sets that lack one part each.
+    std::vector<std::string> arguments = {"-o", "out"};
+    for (int missing = -1; missing < 4; ++missing) {
+        for (int part = 0; part < 4; ++part) {
+            const std::string name = set + std::to_string(missing + 1) + endings[part];
+            if (part != missing) {
+                write(name, std::string(body, 'x'));
+                arguments.push_back(name);
+            }
+        }
+    }
+    for (const std::string memory : {"VEX_HOST_ION=0", "VEX_HOST_ION=1"}) {
+        tool(arguments, "VEX_HOST_BOARD_PLATFORM=vx2415 " + memory);
+        for (const auto& [name, size] : files("out")) {
+            const bool luma = name.find("_1_") == std::string::npos;
+            const bool chroma = name.find("_3_") == std::string::npos;
+            EXPECT_EQ(read("out/" + name), std::string(body, luma ? 'x' : '\0') +
+                                               std::string(body / 2, chroma ? 'x' : '\0'))
+                << name;
+            std::filesystem::remove(mFolder + "/out/" + name);
+        }
+        // P010, 4 x 3: a line of words is told of the chroma plane that no row of it takes.
+        write("in/full", std::string(36, 'x'));
+        write("in/short", std::string(30, 'x'));
+        write("in/none", "");
+        write("rules.json", readFile(std::string(TEST_DATA) + "/odd-height-rule.json"));
+        tool({"in/full", "in/short", "in/none", "-o", "out", "-c", "rules.json"}, memory);
+        EXPECT_EQ(read("out/full_converted.p010"), std::string(32, 'x') + std::string(4, '\0'));
+        EXPECT_EQ(read("out/short_converted.p010"), std::string(30, 'x') + std::string(6, '\0'));
+        EXPECT_EQ(read("out/none_converted.p010"), std::string(36, '\0'));
+        for (const auto& [name, size] : files("out")) {
+            std::filesystem::remove(mFolder + "/out/" + name);
+        }
+    }
+}
+
 TEST_F(CommandLine, FilesAndFramesOutOfRangeAreReportedAndSkipped) {
     write("in/a.yuv", "x");
     write("in/large.yuv", "");

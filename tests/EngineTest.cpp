@@ -28,7 +28,9 @@ struct Frame {
           width(width),
           height(height),
           size(C::getFrameSize(width, height, format)),
-          memory(size, -1) {}
+          memory(size, -1) {
+        std::fill_n(memory.data(), size, 0);
+    }
 
     C::ColorConvertBuffer side(int space) { return {format, space, width, height, memory.getFd()}; }
     uint8_t* bytes() { return memory.data(); }

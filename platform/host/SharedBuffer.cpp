@@ -110,8 +110,7 @@ int createSharedBuffer(const char* name, size_t size) {
     static RecentBuffers recent;
     const int idle = recent.findIdle(size);
     if (idle >= 0) {
-        const int error = fillWithZeros(idle, size);
-        return error == 0 ? reopen(idle) : error;
+        return reopen(idle);
     }
     recent.dropOldest();
     const int file = createFile(name, size);

@@ -5,8 +5,8 @@
 
 namespace host {
 
-// A new descriptor of a zeroed buffer of exactly size bytes, or a negated errno. The caller closes
-// it.
+// A new descriptor of a buffer of exactly size bytes, or a negated errno. The caller closes it. A
+// buffer holds zeros, or what it held when it was given back.
 int createSharedBuffer(const char* name, size_t size);
 
 // A new descriptor of the same buffer, or a negated errno. The caller closes it.

@@ -63,6 +63,8 @@ int BlitJob::checkPlane(const char* name, const JobSide& side, Frame& frame, int
             static_cast<long long>(frame.buffer.size));
         return -EINVAL;
     }
+    frame.sizes[i] = bytes;
+    frame.rests[i] = told - bytes;
     if (frame.pitches[i] % wordBytes != 0 || frame.bodies[i] % wordBytes != 0) {
         LOG(ERROR, "%s: plane %d is not aligned to its samples\n", name, index);
         return -EINVAL;
@@ -183,7 +185,16 @@ int BlitJob::mapAndConvert(Frame& src, Frame& dst) {
         return -error;
     }
     convert(src, dst);
+    clearRests(dst);
     return 0;
+}
+
+// A destination is written in full, also where a plane is told larger than its rows (P010 of an odd
+// height).
+void BlitJob::clearRests(const Frame& dst) {
+    for (size_t i = 0; i < static_cast<size_t>(dst.layout->planeCount); ++i) {
+        memset(dst.data + dst.bodies[i] + dst.sizes[i], 0, static_cast<size_t>(dst.rests[i]));
+    }
 }
 
 void BlitJob::convert(const Frame& src, const Frame& dst) {

@@ -40,6 +40,8 @@ class BlitJob {
         BufferId buffer;
         Bodies bodies;
         std::array<int64_t, 3> pitches;  // bytes a row or a block row
+        std::array<int64_t, 3> sizes;    // bytes that the rows of a plane take
+        std::array<int64_t, 3> rests;    // bytes told of the plane that no row takes
         int width;
         int height;
         uint8_t* data;  // the buffer's bytes
@@ -53,6 +55,7 @@ class BlitJob {
     static int checkPair(const Frame& src, const Frame& dst);
     static bool changesColors(const Frame& src, const Frame& dst);
     int mapAndConvert(Frame& src, Frame& dst);
+    static void clearRests(const Frame& dst);
     void convert(const Frame& src, const Frame& dst);
     void convertStrip(const Frame& src, const Frame& dst, int top, const Strip& strip,
                       const ColorStep& step);
