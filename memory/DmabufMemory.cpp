@@ -50,17 +50,26 @@ unsigned char* DmabufMemory::data() {
         LOGE("DmabufMemory::data failed to mapVA, mShareFd: %d", mShareFd);
         return nullptr;
     }
-    // Populated, where the system leaves that open: a write to a file that meets a page not yet
-    // mapped has to start anew there.
-    void* address = mmap(nullptr, static_cast<size_t>(mSize), PROT_READ | PROT_WRITE,
-                         MAP_SHARED | MAP_POPULATE, mShareFd, 0);
+    void* address = mmap(nullptr, static_cast<size_t>(mSize), PROT_READ | PROT_WRITE, MAP_SHARED,
+                         mShareFd, 0);
     if (address == MAP_FAILED || address == nullptr) {
         LOGE("DmabufMemory::data failed to ion_map, buffer import fd: %d", mImportFd);
         release();
         return nullptr;
     }
     mVirtAddr = static_cast<unsigned char*>(address);
+    touch();
     return mVirtAddr;
+}
+
+// Where the system maps pages on first use it does so for some around each, which is cheaper than
+// MAP_POPULATE; and a write to a file that meets a page not yet mapped would start anew there.
+void DmabufMemory::touch() const {
+    constexpr int AROUND = 1 << 16;  // bytes
+    const volatile unsigned char* bytes = mVirtAddr;
+    for (int64_t at = 0; at < mSize; at += AROUND) {
+        (void)bytes[at];
+    }
 }
 
 int DmabufMemory::getFd() { return mShareFd; }

@@ -19,6 +19,8 @@ class DmabufMemory : public DeviceMemory {
     void release();
 
   private:
+    void touch() const;
+
     BufferAllocator* mAllocator = nullptr;  // owned
     int32_t mSize = 0;                      // bytes
     int32_t mShareFd = -1;
