@@ -165,11 +165,14 @@ TEST_F(CommandLine, NothingOfAnEarlierFileIsSeenInALaterOne) {
             std::filesystem::remove(mFolder + "/out/" + name);
         }
         // P010, 4 x 3: a line of words is told of the chroma plane that no row of it takes.
+        write("in/colors",
+              std::string(36, 'x'));  // RGB888, so that both buffers hold an x everywhere
         write("in/full", std::string(36, 'x'));
         write("in/short", std::string(30, 'x'));
         write("in/none", "");
         write("rules.json", readFile(std::string(TEST_DATA) + "/odd-height-rule.json"));
-        tool({"in/full", "in/short", "in/none", "-o", "out", "-c", "rules.json"}, memory);
+        tool({"in/colors", "in/full", "in/short", "in/none", "-o", "out", "-c", "rules.json"},
+             memory);
         EXPECT_EQ(read("out/full_converted.p010"), std::string(32, 'x') + std::string(4, '\0'));
         EXPECT_EQ(read("out/short_converted.p010"), std::string(30, 'x') + std::string(6, '\0'));
         EXPECT_EQ(read("out/none_converted.p010"), std::string(36, '\0'));

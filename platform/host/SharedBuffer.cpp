@@ -9,6 +9,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdint>
 #include <string>
 
 namespace {
@@ -26,6 +27,29 @@ int fillWithZeros(int file, size_t size) {
         done += static_cast<size_t>(written);
     }
     return 0;
+}
+
+// Gives the file large pages where the system has them, as a device's heap does: they are mapped and
+// unmapped in a twentieth of the time. Without them the file is as good.
+void useLargePages(int file, size_t size) {
+    constexpr size_t LARGE = 2 << 20;
+    constexpr int COLLAPSE = 25;  // MADV_COLLAPSE, since Linux 6.1
+    if (size < LARGE / 2) {
+        return;
+    }
+    // A large page wants its own alignment in memory.
+    const size_t whole = (size + LARGE - 1) / LARGE * LARGE;
+    void* room = mmap(nullptr, whole + LARGE, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (room == MAP_FAILED) {
+        return;
+    }
+    const size_t start = LARGE - reinterpret_cast<uintptr_t>(room) % LARGE;
+    void* mapping = mmap(static_cast<char*>(room) + start, whole, PROT_READ | PROT_WRITE,
+                         MAP_SHARED | MAP_FIXED, file, 0);
+    if (mapping != MAP_FAILED) {
+        madvise(mapping, whole, COLLAPSE);
+    }
+    munmap(room, whole + LARGE);
 }
 
 // The file opened anew. A lease looks at who opened a file, and memfd_create doesn't count as that.
@@ -47,6 +71,7 @@ int createFile(const char* name, size_t size) {
         return -errno;
     }
     int result = fillWithZeros(file, size);
+    useLargePages(file, size);
     if (result == 0 && fcntl(file, F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW) != 0) {
         result = -errno;
     }
