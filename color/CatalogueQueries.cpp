@@ -63,15 +63,9 @@ bool ColorConvert::checkPlatformSupport(ColorFormat format) {
     }
 }
 
-int ColorConvert::roundUp(int value, int alignment) {
-    if (alignment == 0) {
-        return 0;
-    }
-    if (alignment < 0) {
-        return -1;
-    }
+int64_t ColorConvert::roundUp(int value, int alignment) {
     const int64_t step = alignment;
-    return Size((value + step - 1) / step * step).value();
+    return step == 0 ? 0 : (value + step - 1) / step * step;
 }
 
 std::pair<int, int> ColorConvert::getDefaultAlignedSize(int width, int height, ColorFormat format) {
@@ -79,7 +73,8 @@ std::pair<int, int> ColorConvert::getDefaultAlignedSize(int width, int height, C
         return {0, 0};
     }
     const ColorFormatInfo& info = colorFormatInfo(format);
-    return {roundUp(width, info.widthAlignment), roundUp(height, info.heightAlignment)};
+    return {Size(roundUp(width, info.widthAlignment)).value(),
+            Size(roundUp(height, info.heightAlignment)).value()};
 }
 
 int ColorConvert::getFrameSize(int width, int height, ColorFormat format) {

@@ -33,8 +33,8 @@ std::string baseNameOf(const std::string& path) {
     return name;
 }
 
-// Reads as FileUtils::readFromFile does and clears what a file that is short or can't be read leaves
-// of the size, since a buffer may hold what an earlier file left.
+// Reads as FileUtils::readFromFile does and clears what a file that is short or can't be read
+// leaves of the size, since a buffer may hold what an earlier file left.
 void fill(unsigned char* buffer, int size, const std::string& path, int stride, int count) {
     const int bytes = std::max(0, FileUtils::readFromFile(path, buffer, size, stride, count));
     memset(buffer + bytes, 0, static_cast<size_t>(size - bytes));
@@ -54,7 +54,7 @@ class Conversion {
 
     void run() {
         if (mSrcSize < 0 || mDstSize < 0) {
-            report("frame is too large, 2 GiB or more");
+            report("frame size is out of range, 0 to 2 GiB");
             return;
         }
         const int fileSize = FileUtils::getFileSize(mPath);

@@ -45,9 +45,11 @@ bool checkMatch(const FormatConfig& match, ColorConvert::ColorFormat format) {
 }
 
 bool align(const FormatConfig& match, FileJob& job) {
-    job.alignedWidth = ColorConvert::roundUp(match.width, match.widthAlignment);
-    job.alignedHeight = ColorConvert::roundUp(match.height, match.heightAlignment);
-    if (job.alignedWidth < 0 || job.alignedHeight < 0) {
+    const int64_t width = ColorConvert::roundUp(match.width, match.widthAlignment);
+    const int64_t height = ColorConvert::roundUp(match.height, match.heightAlignment);
+    job.alignedWidth = static_cast<int32_t>(width);
+    job.alignedHeight = static_cast<int32_t>(height);
+    if (job.alignedWidth != width || job.alignedHeight != height) {
         fprintf(stderr, "Error: match size %d x %d can't be aligned to %d x %d\n", match.width,
                 match.height, match.widthAlignment, match.heightAlignment);
         return false;

@@ -1,5 +1,7 @@
 // The walk: options, input files, output folder, then one conversion a file.
+#include <csignal>
 #include <cstdio>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -31,6 +33,18 @@ std::vector<std::string> collectInputFiles(const std::vector<std::string>& input
     return files;
 }
 
+// A file for which memory runs short is lost, the others are not.
+template <typename Convert>
+void forEachFile(const std::vector<std::string>& inputFiles, Convert convert) {
+    for (const std::string& path : inputFiles) {
+        try {
+            convert(path);
+        } catch (const std::bad_alloc&) {
+            fprintf(stderr, "Error: out of memory, skip this file: %s\n", path.c_str());
+        }
+    }
+}
+
 void convertWithCmdline(const std::vector<std::string>& inputFiles, const std::string& outputFolder,
                         const CommandLineOptions& options) {
     fprintf(stderr, "Convert with cmdline arguments\n");
@@ -39,20 +53,20 @@ void convertWithCmdline(const std::vector<std::string>& inputFiles, const std::s
         fprintf(stderr, "Error: failed to get convert config from cmdline arguments\n\n");
         printUsage(1);
     }
-    for (const std::string& path : inputFiles) {
-        convertFile(path, job, outputFolder, options);
-    }
+    forEachFile(inputFiles,
+                [&](const std::string& path) { convertFile(path, job, outputFolder, options); });
 }
 
 void convertWithConfig(const std::vector<std::string>& inputFiles, const std::string& outputFolder,
                        const CommandLineOptions& options) {
     SeparateFiles convertedSeparateFiles;
     bool firstFile = true;
-    for (const std::string& path : inputFiles) {
+    forEachFile(inputFiles, [&](const std::string& path) {
         FileJob job;
-        const ConfigResult result =
-            getFileJobFromConfig(path, options, firstFile, convertedSeparateFiles, job);
+        const bool first = firstFile;
         firstFile = false;
+        const ConfigResult result =
+            getFileJobFromConfig(path, options, first, convertedSeparateFiles, job);
         if (result == ConfigResult::JOB) {
             convertFile(path, job, outputFolder, options);
         } else if (result == ConfigResult::FAILED) {
@@ -60,13 +74,10 @@ void convertWithConfig(const std::vector<std::string>& inputFiles, const std::st
                     "Error: failed to get convert config from config file, skip this file: %s\n",
                     path.c_str());
         }
-    }
+    });
 }
 
-}  // namespace
-
-int main(int argc, char* argv[]) {
-    const CommandLineOptions options = parseCommandLine(argc, argv);
+void convertAll(const CommandLineOptions& options) {
     const std::vector<std::string> inputFiles = collectInputFiles(options.inputPaths);
     const std::string outputFolder = FileUtils::getFolderPath(
         options.outputPath.empty() ? inputFiles.front() : options.outputPath);
@@ -75,6 +86,19 @@ int main(int argc, char* argv[]) {
         convertWithConfig(inputFiles, outputFolder, options);
     } else {
         convertWithCmdline(inputFiles, outputFolder, options);
+    }
+}
+
+}  // namespace
+
+int main(int argc, char* argv[]) {
+    // A write beyond the limit of file sizes then fails like any other.
+    signal(SIGXFSZ, SIG_IGN);
+    try {
+        convertAll(parseCommandLine(argc, argv));
+    } catch (const std::bad_alloc&) {
+        fprintf(stderr, "Error: out of memory\n");
+        return 1;
     }
     return 0;
 }

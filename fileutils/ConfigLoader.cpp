@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <new>
 
 #include "config/DefaultConfig.h"
 #include "config/FormatConfig.h"
@@ -95,16 +96,9 @@ bool addPair(FormatConfig& rule, const cJSON* object, const std::string& place) 
 
 bool addPairs(FormatConfig& rule, const cJSON* object, const std::string& place) {
     const cJSON* pairs = cJSON_GetObjectItem(object, "ColorFormatPair");
-    if (pairs == nullptr) {
-        return true;
-    }
-    if (cJSON_IsArray(pairs) == 0) {
-        LOGE("parseConfigFile: %s, key \"ColorFormatPair\" is no array\n", place.c_str());
-        return false;
-    }
     int number = 0;
     const cJSON* pair = nullptr;
-    cJSON_ArrayForEach(pair, pairs) {
+    cJSON_ArrayForEach(pair, pairs) {  // of an object its values; of anything else nothing
         if (!addPair(rule, pair, place + ", pair " + std::to_string(++number))) {
             return false;
         }
@@ -195,13 +189,18 @@ int FileUtils::parseConfigFile(std::string path) {
         LOGE("parseConfigFile: Failed to parse config file: %s\n", path.c_str());
         return -1;
     }
-    std::vector<FormatConfig> rules;
-    const cJSON* rule = nullptr;
-    cJSON_ArrayForEach(rule, document.get()) {
-        if (!addRule(rules, rule)) {
-            return -1;
+    try {
+        std::vector<FormatConfig> rules;
+        const cJSON* rule = nullptr;
+        cJSON_ArrayForEach(rule, document.get()) {
+            if (!addRule(rules, rule)) {
+                return -1;
+            }
         }
+        formatConfigs.insert(formatConfigs.end(), rules.begin(), rules.end());
+    } catch (const std::bad_alloc&) {
+        LOGE("parseConfigFile: Failed to parse config file: %s\n", path.c_str());
+        return -1;
     }
-    formatConfigs.insert(formatConfigs.end(), rules.begin(), rules.end());
     return 0;
 }

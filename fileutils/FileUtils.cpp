@@ -43,7 +43,9 @@ bool FileUtils::isDirectory(std::string path) { return hasType(path, S_IFDIR); }
 std::string FileUtils::getFolderPath(std::string path) {
     struct stat status = {};
     if (path.empty() || stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode)) {
-        return dirname(path.data());
+        const char* folder = dirname(path.data());
+        // Some libraries have none of a path that is longer than what they can hold.
+        return folder != nullptr ? folder : path.substr(0, path.rfind('/'));
     }
     if (path.back() == '/') {
         path.pop_back();
@@ -65,15 +67,19 @@ void FileUtils::getFilePathsInDirectory(std::string folder, std::vector<std::str
         LOGE("FileUtils::getFilePathsInDirectory failed to opendir %s", folder.c_str());
         return;
     }
-    if (folder.empty() || folder.back() != '/') {
-        folder += '/';
-    }
+    const std::string start = folder.empty() || folder.back() != '/' ? folder + '/' : folder;
+    const dirent* entry = nullptr;
     // NOLINTNEXTLINE(concurrency-mt-unsafe): a single thread reads its own stream
-    for (const dirent* entry = readdir(directory); entry != nullptr; entry = readdir(directory)) {
-        std::string path = folder + entry->d_name;
+    while (errno = 0, (entry = readdir(directory)) != nullptr) {
+        std::string path = start + entry->d_name;
         if (isFile(path)) {
             list.push_back(std::move(path));
         }
+    }
+    if (errno != 0) {
+        const int error = errno;
+        LOGE("FileUtils::getFilePathsInDirectory failed to readdir %s, errno: %d, %s",
+             folder.c_str(), error, strerror(error));
     }
     closedir(directory);
 }
@@ -84,11 +90,12 @@ int FileUtils::readFromFile(std::string path, unsigned char* buffer, int size, i
     if (file == nullptr) {
         return -errno;
     }
-    size_t bytes = 0;
-    const int64_t start = stride >= 1 && count >= 1 ? int64_t{stride} * count : 0;
-    if (size > 0 && (start == 0 || fseeko(file, start, SEEK_SET) == 0)) {
-        bytes = fread(buffer, 1, static_cast<size_t>(size), file);
+    if (stride >= 1 && count >= 1 && fseeko(file, off_t{stride} * count, SEEK_CUR) != 0) {
+        // As far as single moves lead.
+        for (int i = 0; i < count && fseeko(file, stride, SEEK_CUR) == 0; ++i) {
+        }
     }
+    const size_t bytes = size > 0 ? fread(buffer, 1, static_cast<size_t>(size), file) : 0;
     fclose(file);
     return static_cast<int>(bytes);
 }

@@ -52,7 +52,7 @@ bool canAllocate(size_t bytes) {
 // All filtered bytes as stored blocks, the most that compression gives, and the picture's chunks
 // around them still count in int.
 constexpr int64_t STORED = INT64_C(0xFFFF);  // bytes of a stored block, which has a header of 5
-constexpr int64_t AROUND = 2 + 4 + 57;       // bytes of zlib's header and checksum, and of the chunks
+constexpr int64_t AROUND = 2 + 4 + 57;  // bytes of zlib's header and checksum, and of the chunks
 constexpr int64_t MOST_FILTERED = (INT_MAX - AROUND) / (STORED + 5) * STORED;
 
 int64_t boundOf(int64_t size) { return size + (size / STORED + 1) * 5 + AROUND; }
@@ -66,7 +66,8 @@ unsigned char* compressFrame(unsigned char* data, int size, int* compressedSize)
     constexpr int LEVEL = 1;
     static uint8_t levelBuffer[ISAL_DEF_LVL1_DEFAULT];
     const auto bound = static_cast<uint32_t>(boundOf(size));
-    auto* stream = static_cast<unsigned char*>(malloc(bound));  // NOLINT(*-no-malloc): the library's
+    auto* stream =
+        static_cast<unsigned char*>(malloc(bound));  // NOLINT(*-no-malloc): the library's
     if (stream == nullptr) {
         return nullptr;
     }
@@ -118,7 +119,8 @@ bool fitsEncoder(int width, int height, int components) {
            hasMemory((row + 1) * height);
 }
 
-// The library doesn't look whether all bytes were written: a file that was ends with its last chunk.
+// The library doesn't look whether all bytes were written: a file that was ends with its last
+// chunk.
 bool isComplete(const std::string& path) {
     constexpr char LAST[] = "\0\0\0\0IEND\xAE\x42\x60\x82";
     char end[sizeof LAST - 1] = {};

@@ -65,7 +65,9 @@ unsigned char* IonMemory::data() {
                                PROT_READ | PROT_WRITE, MAP_SHARED, 0, &mVirtAddr, &mMapFd);
     if (status != 0 || mVirtAddr == nullptr) {
         LOGE("IonMemory::data failed to ion_map, share fd: %d", mShareFd);
-        mVirtAddr = nullptr;
+        if (mVirtAddr == MAP_FAILED) {
+            mVirtAddr = nullptr;
+        }
         release();
     }
     return mVirtAddr;

@@ -76,6 +76,8 @@ TEST_F(Configuration, SeparateSetIsConvertedOnceAfterTheFileThatCameFirst) {
 TEST_F(Configuration, RulesAreReadAsCJsonReadsThem) {
     const std::string parts =
         R"(1, "YBody": "y", "YHeader": "\u0059", "CBody": "c", "CHeader": "C")";
+    std::string pairs = ruleText().substr(ruleText().find("\"ColorFormatPair\""));
+    pairs.resize(pairs.find(']') + 1);
     const std::string second =
         R"(false}, {"FormatStr": "a", "ColorFormat": "P010", "WidthAlignment": 1,
         "HeightAlignment": 1, "Separate": false})";
@@ -86,6 +88,12 @@ TEST_F(Configuration, RulesAreReadAsCJsonReadsThem) {
         {"\"ColorFormatIndex\": 3", "\"ColorFormatIndex\": -1", "w6h4_a", 36},
         {"[{", "\xEF\xBB\xBF[{", "w006h4_b", 36},
         {"false", "2", "w6h4_a", 96},
+        {pairs, "\"ColorFormatPair\": null", "w6h4_a", 36},
+        {pairs, "\"ColorFormatPair\": 7", "w6h4_a", 36},
+        {pairs, "\"ColorFormatPair\": \"x\"", "w6h4_a", 36},
+        {pairs, "\"ColorFormatPair\": false", "w6h4_a", 36},
+        {pairs, "\"ColorFormatPair\": {}", "w6h4_a", 36},
+        {pairs, replaced(replaced(pairs, "[", "{\"x\": "), "]", "}"), "w6h4_a", 96},
         {"false}", second, "w6h4_a", 96},
         {"\"Separate\": false", "\"SEPARATE\": " + parts, "w6h4_a", 0},  // YV12 has no parts
     };
@@ -137,8 +145,6 @@ TEST_F(Configuration, DocumentsThatCannotBeLoadedAreLoggedAndTriedAgain) {
         {replaced(rule, "\"FormatStr\"", "\"x\""),
          "rule 1 \"n\", pair 1, key \"FormatStr\" is missing"},
         {replaced(rule, "false", "true"), "rule 1 \"n\", pair 1, key \"YBody\" is missing"},
-        {replaced(replaced(rule, "[\n{", "{\"a\": {"), "}]}]", "}}}]"),
-         "rule 1 \"n\", key \"ColorFormatPair\" is no array"},
         {replaced(rule, "}]}]", "}]}, {}]"), "rule 2, key \"Name\" is missing"},
     };
     write("in/w8h4_", "x");

@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -52,11 +53,17 @@ class ToolTest : public testing::Test {
     void write(const std::string& name, const std::string& text) const {
         std::ofstream(mFolder + "/" + name, std::ios::binary) << text;
     }
-    // The log's entries so far; the next ones start anew.
+    // The log's entries so far without their times; the next ones start anew.
     std::string takeLog() const {
-        std::string text = read("log");
+        std::istringstream log(read("log"));
         std::filesystem::remove(mFolder + "/log");
-        return text;
+        std::string entries;
+        const std::regex time(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3} )");
+        for (std::string line; std::getline(log, line);) {
+            EXPECT_TRUE(std::regex_match(line.substr(0, 24), time)) << line;
+            entries += line.substr(std::min<size_t>(24, line.size())) + "\n";
+        }
+        return entries;
     }
     // Names and sizes of the files in a folder.
     std::map<std::string, uintmax_t> files(const std::string& folder) const {

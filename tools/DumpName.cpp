@@ -14,6 +14,7 @@ DumpName nameDump(const std::string& folder, ColorConvert::ColorFormat format, i
     const char* name = colorFormatInfo(format).name;
     const std::string size = "_W" + std::to_string(width) + "H" + std::to_string(height) + "_";
     const std::string end = "_" + std::to_string(number);
+    const auto aligned = ColorConvert::getDefaultAlignedSize(width, height, format);
     // What the rules make of the path: the dump, or not.
     const auto tryPath = [&](const std::string& path) {
         const auto match = findMatch(path);
@@ -28,9 +29,8 @@ DumpName nameDump(const std::string& folder, ColorConvert::ColorFormat format, i
         }
         const std::set<std::string> distinct(found.files.begin(), found.files.end());
         found.decoded = distinct.size() == found.files.size() && found.files[0] == path &&
-                        std::pair(ColorConvert::roundUp(width, match->widthAlignment),
-                                  ColorConvert::roundUp(height, match->heightAlignment)) ==
-                            ColorConvert::getDefaultAlignedSize(width, height, format);
+                        ColorConvert::roundUp(width, match->widthAlignment) == aligned.first &&
+                        ColorConvert::roundUp(height, match->heightAlignment) == aligned.second;
         return found;
     };
     // Names as the video stack writes them, with each code that the rules know.

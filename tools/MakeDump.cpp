@@ -239,13 +239,12 @@ void writeDump(const Options& options) {
         fail("a frame is 2 GiB or more");
     }
     const Source source(options);
-    const auto parts = options.whole
-                           ? std::vector<std::pair<int, int>>()
-                           : ColorConvert::getSeparateSize(width, height, options.format);
+    const auto parts = options.whole ? std::vector<std::pair<int, int>>()
+                                     : ColorConvert::getSeparateSize(width, height, options.format);
     bool decoded = true;
     for (int i = 0; i < source.frames(); ++i) {
-        const std::vector<uint8_t> dump = packFrame(source.frame(i), layoutOf(options.format),
-                                                    options.format, width, height);
+        const std::vector<uint8_t> dump =
+            packFrame(source.frame(i), layoutOf(options.format), options.format, width, height);
         const DumpName name = nameDump(options.folder, options.format, options.width,
                                        options.height, !parts.empty(), parts.empty() ? 0 : i);
         decoded = name.decoded;

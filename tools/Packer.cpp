@@ -71,7 +71,7 @@ std::vector<uint8_t> packFrame(const PlainFrame& frame, const host::Layout& layo
     geometry.mWidth = width;
     geometry.mHeight = height;
     colorFormatInfo(format).calculate(geometry);
-    const host::Bodies bodies = layout.bodies(width, height, geometry.mPlaneSize);
+    const auto bodies = layout.places(width, height, geometry.mPlaneSize).bodies;
 
     std::vector<uint8_t> dump(
         static_cast<size_t>(ColorConvert::getFrameSize(width, height, format)));

@@ -29,8 +29,8 @@ int fillWithZeros(int file, size_t size) {
     return 0;
 }
 
-// Gives the file large pages where the system has them, as a device's heap does: they are mapped and
-// unmapped in a twentieth of the time. Without them the file is as good.
+// Gives the file large pages where the system has them, as a device's heap does: they are mapped
+// and unmapped in a twentieth of the time. Without them the file is as good.
 void useLargePages(int file, size_t size) {
     constexpr size_t LARGE = 2 << 20;
     constexpr int COLLAPSE = 25;  // MADV_COLLAPSE, since Linux 6.1

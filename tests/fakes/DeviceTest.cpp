@@ -238,7 +238,7 @@ TEST_F(ConvertFileTest, AnyFailingCallIsSurvived) {
 
 TEST_F(ConvertFileTest, FramesOutOfRangeAndPartlessSetsAreReported) {
     mJob.alignedWidth = mJob.alignedHeight = 100000;
-    EXPECT_NE(convert().find("\nError: frame is too large, 2 GiB or more, skip this file: "),
+    EXPECT_NE(convert().find("\nError: frame size is out of range, 0 to 2 GiB, skip this file: "),
               std::string::npos);
     mJob.alignedWidth = mJob.alignedHeight = 0;
     EXPECT_EQ(convert(), "Process: " + mFolder + "/in.yuv\n\n");

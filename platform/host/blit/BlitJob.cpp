@@ -57,15 +57,15 @@ int BlitJob::checkPlane(const char* name, const JobSide& side, Frame& frame, int
         bytes = lines / plane.blockLines * frame.pitches[i];
     }
     const uint32_t told = side.sizes[layout.toldPlaneCount == 1 ? 0 : index];
-    if (bytes > told || frame.bodies[i] + bytes > frame.buffer.size) {
+    if (bytes > told || frame.places.bodies[i] + bytes > frame.buffer.size) {
         LOG(ERROR, "%s: plane %d needs %lld bytes at %lld, has %u of a buffer of %lld\n", name,
-            index, static_cast<long long>(bytes), static_cast<long long>(frame.bodies[i]), told,
-            static_cast<long long>(frame.buffer.size));
+            index, static_cast<long long>(bytes), static_cast<long long>(frame.places.bodies[i]),
+            told, static_cast<long long>(frame.buffer.size));
         return -EINVAL;
     }
     frame.sizes[i] = bytes;
     frame.rests[i] = told - bytes;
-    if (frame.pitches[i] % wordBytes != 0 || frame.bodies[i] % wordBytes != 0) {
+    if (frame.pitches[i] % wordBytes != 0 || frame.places.bodies[i] % wordBytes != 0) {
         LOG(ERROR, "%s: plane %d is not aligned to its samples\n", name, index);
         return -EINVAL;
     }
@@ -117,7 +117,7 @@ int BlitJob::checkSide(const char* name, const JobSide& side, Frame& frame) {
     }
     frame.width = side.width;
     frame.height = side.height;
-    frame.bodies = layout.bodies(side.width, side.height, side.sizes);
+    frame.places = layout.places(side.width, side.height, side.sizes);
     for (int i = 0; i < layout.planeCount; ++i) {
         const int error = checkPlane(name, side, frame, i);
         if (error != 0) {
@@ -161,10 +161,6 @@ int BlitJob::run(const JobSide& src, const JobSide& dst) {
     if (error != 0) {
         return error;
     }
-    if (from.layout->compressed && !mToldStored) {
-        mToldStored = true;
-        LOG(INFO, "payload is read as stored blocks\n");
-    }
     try {
         return mapAndConvert(from, to);
     } catch (const std::bad_alloc&) {
@@ -184,16 +180,37 @@ int BlitJob::mapAndConvert(Frame& src, Frame& dst) {
         LOG(ERROR, "failed to map the buffers, %s\n", strerror(error));
         return -error;
     }
+    warnOfCompression(src);
     convert(src, dst);
     clearRests(dst);
     return 0;
+}
+
+// Stored blocks have headers of zeros where they come from make-dump, compressed ones never do.
+void BlitJob::warnOfCompression(const Frame& src) {
+    if (src.layout->compressed == nullptr || mWarned) {
+        return;
+    }
+    for (const Span& header : src.places.headers) {
+        const uint8_t* start = src.data + header.offset;
+        const int64_t held = std::max<int64_t>(0, src.buffer.size - header.offset);
+        const uint8_t* end = start + std::min(header.size, held);
+        mWarned = mWarned || std::any_of(start, end, [](uint8_t byte) { return byte != 0; });
+    }
+    if (mWarned) {
+        LOG(WARN,
+            "%s: the blocks are most likely compressed, which only the device reads; the picture "
+            "will look like noise\n",
+            src.layout->compressed);
+    }
 }
 
 // A destination is written in full, also where a plane is told larger than its rows (P010 of an odd
 // height).
 void BlitJob::clearRests(const Frame& dst) {
     for (size_t i = 0; i < static_cast<size_t>(dst.layout->planeCount); ++i) {
-        memset(dst.data + dst.bodies[i] + dst.sizes[i], 0, static_cast<size_t>(dst.rests[i]));
+        memset(dst.data + dst.places.bodies[i] + dst.sizes[i], 0,
+               static_cast<size_t>(dst.rests[i]));
     }
 }
 
@@ -224,7 +241,7 @@ void BlitJob::convert(const Frame& src, const Frame& dst) {
 Rows BlitJob::Frame::rows(int plane, int line) const {
     const auto i = static_cast<size_t>(plane);
     const int row = layout->planes[plane].isRows() ? line : line / layout->planes[plane].blockLines;
-    return {data + bodies[i] + row * pitches[i], static_cast<ptrdiff_t>(pitches[i])};
+    return {data + places.bodies[i] + row * pitches[i], static_cast<ptrdiff_t>(pitches[i])};
 }
 
 void BlitJob::unpackMain(const Frame& src, int top, int lines, Rows to) {

@@ -38,7 +38,7 @@ class BlitJob {
         const Layout* layout;
         const Profile* profile;
         BufferId buffer;
-        Bodies bodies;
+        Places places;
         std::array<int64_t, 3> pitches;  // bytes a row or a block row
         std::array<int64_t, 3> sizes;    // bytes that the rows of a plane take
         std::array<int64_t, 3> rests;    // bytes told of the plane that no row takes
@@ -55,6 +55,7 @@ class BlitJob {
     static int checkPair(const Frame& src, const Frame& dst);
     static bool changesColors(const Frame& src, const Frame& dst);
     int mapAndConvert(Frame& src, Frame& dst);
+    void warnOfCompression(const Frame& src);
     static void clearRests(const Frame& dst);
     void convert(const Frame& src, const Frame& dst);
     void convertStrip(const Frame& src, const Frame& dst, int top, const Strip& strip,
@@ -68,7 +69,7 @@ class BlitJob {
     std::vector<uint8_t> mMainStrip;
     std::vector<uint8_t> mChromaStrip;
     std::vector<int32_t> mTerms;
-    bool mToldStored = false;
+    bool mWarned = false;
 };
 
 }  // namespace host

@@ -26,7 +26,7 @@ Range rangeOf(const Profile& profile, int bits) {
     const double middle = 128 * unit;
     const double top = 256 * unit - 1;
     return profile.full ? Range{0, top, middle, top}
-                      : Range{16 * unit, 219 * unit, middle, 224 * unit};
+                        : Range{16 * unit, 219 * unit, middle, 224 * unit};
 }
 
 }  // namespace
@@ -63,7 +63,8 @@ Affine toRgb(const Profile& profile, int bits) {
         {{1 / range.luma, 0, 0}, {0, 1 / range.chroma, 0}, {0, 0, 1 / range.chroma}},
         {-range.black / range.luma, -range.middle / range.chroma, -range.middle / range.chroma}};
     const Affine matrix = {
-        {{1, 0, red}, {1, -profile.kb * blue / kg, -profile.kr * red / kg}, {1, blue, 0}}, {0, 0, 0}};
+        {{1, 0, red}, {1, -profile.kb * blue / kg, -profile.kr * red / kg}, {1, blue, 0}},
+        {0, 0, 0}};
     return compose(matrix, normalize);
 }
 

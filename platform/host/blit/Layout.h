@@ -69,8 +69,17 @@ struct PlaneLayout {
     constexpr bool isRows() const { return packing == Packing::ROWS; }
 };
 
-// Offsets in bytes of the planes' bodies in the buffer. sizes: bytes of the planes as told.
-using Bodies = std::array<int64_t, 3>;
+struct Span {
+    int64_t offset;  // bytes
+    int64_t size;    // bytes
+};
+
+// Where things lie in the buffer: the start of each plane's body in bytes, and the headers of
+// compressed blocks.
+struct Places {
+    std::array<int64_t, 3> bodies;
+    std::array<Span, 2> headers;
+};
 
 struct Layout {
     uint32_t code;
@@ -83,8 +92,9 @@ struct Layout {
     // blocks.
     int yPitch;
     int uvPitch;
-    Bodies (*bodies)(int64_t width, int64_t height, const uint32_t* sizes);
-    bool compressed;  // on the device; read here as stored blocks
+    // sizes: bytes of the planes as told.
+    Places (*places)(int64_t width, int64_t height, const uint32_t* sizes);
+    const char* compressed;  // name of a format that the device compresses; null for others
 
     // True for the layout that is its form, which alone can be written.
     bool isPlainForm() const {
