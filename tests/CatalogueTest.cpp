@@ -23,9 +23,7 @@ TEST(Catalogue, Names) {
         EXPECT_EQ(C::getColorFormatFromStr(name), format) << name;
     }
     int value = 0;
-    for (std::istringstream& row : tableRows("spaces.txt")) {
-        std::string name;
-        row >> name;
+    for (const auto& [name] : table<S>("spaces.txt")) {
         EXPECT_EQ(C::getColorSpaceFromStr(name), value++) << name;
     }
     EXPECT_EQ(value, C::COLOR_SPACE_COUNT) << "a color space has no row in tests/data/spaces.txt";
@@ -46,11 +44,9 @@ TEST(Catalogue, RowsOfFormats) {
         "",       "vx2415", "vx2410", "vx2365", "vx2340", "vx2360", "vx2350", "vx2335",
         "vx2330", "vx2320", "vx2355", "vx2215", "vx2210", "vx2105", "VX2415", "vx2415 "};
     int value = 0;
-    for (std::istringstream& row : tableRows("formats.txt")) {
-        SCOPED_TRACE(row.str());
-        std::string name, output, extension, separate, readers;
-        int w = 0, h = 0;
-        row >> name >> output >> extension >> w >> h >> separate >> readers;
+    for (const auto& [name, output, extension, w, h, separate, readers] :
+         table<S, S, S, int, int, S, S>("formats.txt")) {
+        SCOPED_TRACE(name);
         const C::ColorFormat format = C::getColorFormatFromStr(name);
         EXPECT_EQ(format, ++value);
         EXPECT_EQ(C::getDefaultOutputFormat(format), C::getColorFormatFromStr(output));
@@ -79,18 +75,16 @@ TEST(Catalogue, RowsOfFormats) {
 
 // A new format fails here until its rows are written.
 TEST(Catalogue, TablesOfTheTestsHoldEveryFormat) {
-    for (const char* table : {"formats.txt", "planes.txt", "samples.txt", "parts.txt"}) {
+    for (const char* file : {"formats.txt", "planes.txt", "samples.txt", "parts.txt"}) {
         std::set<std::string> names;
-        for (std::istringstream& row : tableRows(table)) {
-            std::string name;
-            row >> name;
+        for (const auto& [name] : table<S>(file)) {
             names.insert(name);
         }
         for (const ColorFormatInfo& info : colorFormatInfos) {
-            const bool wanted = info.value != C::UNKNOWN &&
-                                (info.parts != nullptr || table != std::string("parts.txt"));
+            const bool wanted =
+                info.value != C::UNKNOWN && (info.parts != nullptr || file != S("parts.txt"));
             EXPECT_TRUE(!wanted || names.count(info.name) == 1)
-                << info.name << " has no row in tests/data/" << table;
+                << info.name << " has no row in tests/data/" << file;
         }
     }
 }
@@ -112,18 +106,15 @@ TEST(Geometry, AlignedSizes) {
 }
 
 TEST(Geometry, PlanesPitchesAndFrames) {
-    for (std::istringstream& row : tableRows("planes.txt")) {
-        SCOPED_TRACE(row.str());
-        std::string name;
-        int w = 0, h = 0, frame = 0, yPitch = 0, uvPitch = 0;
-        uint32_t sizes[3];
-        row >> name >> w >> h >> frame >> yPitch >> uvPitch >> sizes[0] >> sizes[1] >> sizes[2];
+    for (const auto& [name, w, h, frame, yPitch, uvPitch, first, second, third] :
+         table<S, int, int, int, int, int, uint32_t, uint32_t, uint32_t>("planes.txt")) {
+        SCOPED_TRACE(name + " " + std::to_string(w));
+        const std::vector<uint32_t> sizes = {first, second, third};
         const C::ColorFormat format = C::getColorFormatFromStr(name);
         C::ColorConvertBuffer buffer = {format, 5, w, h, 9, {1, 2, 3}, 4, 5, 6};
         colorFormatInfo(format).calculate(buffer);
-        EXPECT_EQ(std::vector(buffer.mPlaneSize, buffer.mPlaneSize + 3),
-                  std::vector(sizes, sizes + 3));
-        EXPECT_EQ(buffer.mPlaneCount, 3 - std::count(sizes, sizes + 3, 0));
+        EXPECT_EQ(std::vector(buffer.mPlaneSize, buffer.mPlaneSize + 3), sizes);
+        EXPECT_EQ(buffer.mPlaneCount, 3 - std::count(sizes.begin(), sizes.end(), 0));
         EXPECT_EQ(std::tuple(buffer.mYPitch, buffer.mUVPitch), std::tuple(yPitch, uvPitch));
         EXPECT_EQ(std::tuple(buffer.mFormat, buffer.mColorSpace, buffer.mFd),
                   std::tuple(format, 5, 9));
@@ -132,15 +123,10 @@ TEST(Geometry, PlanesPitchesAndFrames) {
 }
 
 TEST(Geometry, PartLists) {
-    for (std::istringstream& row : tableRows("parts.txt")) {
-        std::string name;
-        int w = 0, h = 0;
-        Parts parts(4);
-        row >> name >> w >> h;
-        for (auto& [size, offset] : parts) {
-            row >> size >> offset;
-        }
-        EXPECT_EQ(C::getSeparateSize(w, h, C::getColorFormatFromStr(name)), parts) << row.str();
+    for (const auto& [name, w, h, s0, o0, s1, o1, s2, o2, s3, o3] :
+         table<S, int, int, int, int, int, int, int, int, int, int>("parts.txt")) {
+        const Parts parts = {{s0, o0}, {s1, o1}, {s2, o2}, {s3, o3}};
+        EXPECT_EQ(C::getSeparateSize(w, h, C::getColorFormatFromStr(name)), parts) << name;
     }
     for (const auto f : {C::UNKNOWN, C::NV12, C::NV12_BLK}) {
         EXPECT_EQ(C::getSeparateSize(64, 64, f), Parts());

@@ -60,23 +60,20 @@ TEST(Engine, KnowsEveryFormatAndColorSpace) {
 }
 
 TEST(Engine, StoredSamplesReachTheirPlaces) {
-    for (std::istringstream& row : tableRows("samples.txt")) {
-        std::string name;
-        int w = 0, h = 0;
-        size_t index = 0, bit = 0;
-        uint32_t stored = 0;
-        int value = 0;
-        row >> name >> w >> h >> index >> bit >> stored >> value;
+    for (const auto& [name, w, h, index, place, sample, value] :
+         table<S, int, int, size_t, size_t, uint32_t, int>("samples.txt")) {
+        SCOPED_TRACE(name + ", sample " + std::to_string(index));
+        size_t bit = place;
+        uint32_t stored = sample;
         Frame src(C::getColorFormatFromStr(name), w, h);
         Frame dst(C::getDefaultOutputFormat(src.format), w, h);
         for (stored <<= bit % 8; stored != 0; stored >>= 8, bit += 8) {
             src.bytes()[bit / 8] |= static_cast<uint8_t>(stored);
         }
         ASSERT_EQ(convert(src, 0, dst, 0), 0);
-        EXPECT_EQ(dst.sample(index), value) << row.str();
+        EXPECT_EQ(dst.sample(index), value);
         const auto zeros = std::count(dst.bytes(), dst.bytes() + dst.size, 0);
-        EXPECT_GE(zeros, dst.size - (dst.format == C::P010 ? 2 : 1))
-            << "and nowhere else: " << row.str();
+        EXPECT_GE(zeros, dst.size - (dst.format == C::P010 ? 2 : 1)) << "and nowhere else";
     }
 }
 
@@ -87,20 +84,15 @@ struct Space {
 };
 
 // By ColorConvert::ColorSpace.
-const std::vector<Space>& spaces() {
-    static const std::vector<Space> all = [] {
-        std::vector<Space> read;
-        for (std::istringstream& row : tableRows("spaces.txt")) {
-            std::string name, profile, range;
-            Space space = {};
-            row >> name >> profile >> space.kr >> space.kb >> range;
-            space.full = range == "full";
-            read.push_back(space);
-        }
-        return read;
-    }();
+std::vector<Space> spaces() {
+    std::vector<Space> all;
+    for (const auto& [name, profile, kr, kb, range] :
+         table<S, S, double, double, S>("spaces.txt")) {
+        all.push_back({kr, kb, range == "full"});
+    }
     return all;
 }
+const std::vector<Space> SPACES = spaces();
 
 struct Rgb {
     double r, g, b;
@@ -174,7 +166,7 @@ TEST_P(EngineColor, EverySpaceToRgbaIsExactToTheRounding) {
         double worst = 0;
         size_t unequal = 0;
         forEachPixel(grid, [&](int x, int row) {
-            const Rgb c = decode(spaces().at(static_cast<size_t>(space)), bits(), grid.y(row),
+            const Rgb c = decode(SPACES.at(static_cast<size_t>(space)), bits(), grid.y(row),
                                  grid.cb(x), grid.cr(x));
             const double exact[] = {c.r * 255, c.g * 255, c.b * 255, 255};
             for (size_t i = 0; i < 4; ++i) {
@@ -193,12 +185,12 @@ TEST_P(EngineColor, EveryPairOfSpacesIsWithinItsBound) {
     Grid grid(GetParam(), 18);
     Frame changed(GetParam(), grid.width, grid.height);
     const double top = (1 << bits()) - 1;
-    const auto count = static_cast<int>(spaces().size());
+    const auto count = static_cast<int>(SPACES.size());
     for (int pair = 0; pair < count * count; ++pair) {
         const int from = pair / count;
         const int to = pair % count;
-        const Space& source = spaces()[static_cast<size_t>(from)];
-        const Space& target = spaces()[static_cast<size_t>(to)];
+        const Space& source = SPACES[static_cast<size_t>(from)];
+        const Space& target = SPACES[static_cast<size_t>(to)];
         ASSERT_EQ(convert(grid, from, changed, to), 0);
         if (from == to) {
             EXPECT_EQ(memcmp(changed.bytes(), grid.bytes(), static_cast<size_t>(changed.size)), 0);
@@ -270,7 +262,7 @@ TEST(Engine, OddSizesTakeTheNearestChroma) {
             const int bits = plain.format == C::P010 ? 10 : 8;
             const auto chroma = static_cast<size_t>((h + h / 2 - 1) * w + w / 2 * 2 - 2);
             const int middle = 1 << (bits - 1);
-            const Rgb c = decode(spaces()[0], bits, plain.sample(static_cast<size_t>(w * h - 1)),
+            const Rgb c = decode(SPACES[0], bits, plain.sample(static_cast<size_t>(w * h - 1)),
                                  gray ? middle : plain.sample(chroma),
                                  gray ? middle : plain.sample(chroma + 1));
             const uint8_t* last = again.bytes() + again.size - 4;
@@ -281,13 +273,10 @@ TEST(Engine, OddSizesTakeTheNearestChroma) {
 }
 
 TEST(Engine, RefusesWhatItCannotDo) {
-    for (std::istringstream& row : tableRows("refused-jobs.txt")) {
-        std::string from, to;
-        int w = 0, h = 0;
-        row >> from >> to >> w >> h;
+    for (const auto& [from, to, w, h] : table<S, S, int, int>("refused-jobs.txt")) {
         Frame src(C::getColorFormatFromStr(from), w, h);
         Frame dst(C::getColorFormatFromStr(to), w, h);
-        EXPECT_EQ(convert(src, 0, dst, 0), -1) << row.str();
+        EXPECT_EQ(convert(src, 0, dst, 0), -1) << from << " to " << to << ", " << w << " x " << h;
     }
     Frame frame(C::NV12, 16, 16);
     EXPECT_EQ(convert(frame, 0, frame, 0), -1) << "one buffer";

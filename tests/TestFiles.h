@@ -7,6 +7,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 // A folder name of the running test's own.
@@ -27,6 +28,19 @@ inline std::vector<std::istringstream> tableRows(const std::string& name) {
         }
     }
     EXPECT_FALSE(rows.empty()) << name;
+    return rows;
+}
+
+using S = std::string;
+
+// The same rows, fields of these types with white space between them.
+template <typename... Fields>
+std::vector<std::tuple<Fields...>> table(const std::string& name) {
+    std::vector<std::tuple<Fields...>> rows;
+    for (std::istringstream& row : tableRows(name)) {
+        std::apply([&row](auto&... fields) { (row >> ... >> fields); }, rows.emplace_back());
+        EXPECT_FALSE(row.fail()) << name << ": " << row.str();
+    }
     return rows;
 }
 

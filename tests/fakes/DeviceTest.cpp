@@ -122,9 +122,7 @@ TEST_F(DeviceTest, ConvertFrameCallsInOrder) {
 
 TEST_F(DeviceTest, ProfilesOfColorSpaces) {
     std::vector<std::string> profiles = {"0"};  // from -1 on
-    for (std::istringstream& row : tableRows("spaces.txt")) {
-        std::string name, profile;
-        row >> name >> profile;
+    for (const auto& [name, profile] : table<S, S>("spaces.txt")) {
         profiles.push_back(profile);
     }
     profiles.emplace_back("0");

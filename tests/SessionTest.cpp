@@ -1,0 +1,67 @@
+// Sessions: commands as users type them, and what they print. In tests/sessions a line "$ COMMAND"
+// is run by bash in the session's own folder, after the file profile there; the lines up to the next one are what it prints on
+// both streams, as cat -v shows it, and its status in brackets where that is not 0. # is a comment.
+#include "ToolRun.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class Session : public ToolTest, public testing::WithParamInterface<std::string> {
+  protected:
+    Session() {
+        fs::create_directory(mFolder + "/bin");
+        fs::create_symlink(VEX_CONVERTER, mFolder + "/bin/VexConverter");
+        fs::create_symlink(MAKE_DUMP, mFolder + "/bin/make-dump");
+    }
+
+    std::string print(const std::string& command) const {
+        write("command", "exec 2>&1; PATH=$PWD/bin:$PATH DATA=" TEST_DATA
+                         "\n[ ! -e profile ] || . ./profile\n" + command);
+        const ToolResult result = run("bash", {"command"});
+        write("printed", result.out);
+        const std::string status =
+            result.status == 0 ? "" : "[" + std::to_string(result.status) + "]\n";
+        return run("cat", {"-v", "printed"}).out + status;
+    }
+};
+
+TEST_P(Session, PrintsWhatIsWritten) {
+    std::ifstream file(std::string(SESSIONS) + "/" + GetParam() + ".session");
+    std::ofstream seen(testing::TempDir() + "/" + GetParam() + ".session");  // to compare by hand
+    std::string command;
+    std::string expected;
+    const auto check = [&] {
+        const std::string printed = command.empty() ? "" : print(command);
+        EXPECT_EQ(printed, expected) << "$ " << command;
+        seen << printed;
+        command = expected = "";
+    };
+    for (std::string line; std::getline(file, line);) {
+        const bool continues = !command.empty() && line.rfind("> ", 0) == 0;
+        if (line.rfind("$ ", 0) == 0 || line.rfind('#', 0) == 0) {
+            check();
+        }
+        if (line.rfind("$ ", 0) == 0 || continues) {
+            command += line.substr(2) + "\n";
+        } else if (line.rfind('#', 0) != 0) {
+            expected += line + "\n";
+            continue;
+        }
+        seen << line << "\n";
+    }
+    check();
+}
+
+std::vector<std::string> sessions() {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(SESSIONS)) {
+        names.push_back(entry.path().stem());
+    }
+    return names;
+}
+
+INSTANTIATE_TEST_SUITE_P(All, Session, testing::ValuesIn(sessions()),
+                         [](const auto& i) { return std::string(i.param); });
+
+}  // namespace
