@@ -5,12 +5,14 @@
 #include <PxAsyncBlitStream.h>
 #include <android/log.h>
 #include <cutils/properties.h>
+#include <dirent.h>
 #include <ion/ion.h>
 #include <ion/ion_vex.h>
 #include <stdlib.h>
 #include <sync/sync.h>
 #include <sys/mman.h>
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 
@@ -55,8 +57,23 @@ int give(const std::string& name, const std::string& arguments, int (*open)(), i
     return status;
 }
 
-int drop(const std::string& what, int number) {
-    return fakePlatform->held.erase(what + std::to_string(number)) == 1 ? 0 : -1;
+int drop(const std::string& what, size_t number) {
+    const auto found = fakePlatform->held.find(what + std::to_string(number));
+    if (found == fakePlatform->held.end()) {
+        return -1;
+    }
+    fakePlatform->held.erase(found);
+    return 0;
+}
+
+bool failCall(const char* name) {
+    errno = fakePlatform->failCall == name ? EIO : errno;
+    return fakePlatform->failCall == name;
+}
+
+unsigned char* openMapping(size_t length) {
+    fakePlatform->held.insert("mapping " + std::to_string(length));
+    return memory;
 }
 
 }  // namespace
@@ -100,16 +117,17 @@ int ion_share(int /*fd*/, ion_user_handle_t /*handle*/, int* share_fd) {
 }
 int ion_map(int /*fd*/, ion_user_handle_t /*handle*/, size_t length, int prot, int flags,
             off_t offset, unsigned char** ptr, int* map_fd) {
+    // One that fails has mapped all the same.
+    *ptr = openMapping(length);
     const int status = give("ion_map", list(length, prot, flags, offset), openFd, map_fd);
-    *ptr = status == 0 ? memory : nullptr;
     return status;
 }
 int ion_free(int /*fd*/, ion_user_handle_t handle) {
-    drop("handle ", handle);
+    drop("handle ", static_cast<size_t>(handle));
     return result("ion_free");
 }
 int ion_close(int fd) {
-    drop("fd ", fd);
+    drop("fd ", static_cast<size_t>(fd));
     return result("ion_close");
 }
 
@@ -145,12 +163,28 @@ void* __wrap_mmap(void* address, size_t length, int prot, int flags, int fd, off
     if (fd < FIRST_FAKE_FD) {
         return __real_mmap(address, length, prot, flags, fd, offset);
     }
-    return result("mmap", list(length, prot, flags & ~MAP_POPULATE, offset)) == 0 ? memory
-                                                                                  : MAP_FAILED;
+    const bool mapped = result("mmap", list(length, prot, flags, offset)) == 0;
+    return mapped ? openMapping(length) : MAP_FAILED;
 }
 
 int __wrap_munmap(void* address, size_t length) {
-    return address == memory ? result("munmap", list(length)) : __real_munmap(address, length);
+    if (address != memory) {
+        return __real_munmap(address, length);
+    }
+    drop("mapping ", length);
+    return result("munmap", list(length));
+}
+
+// Calls that fail only when a test names them.
+char* __real_dirname(char* path);
+char* __wrap_dirname(char* path) { return failCall("dirname") ? nullptr : __real_dirname(path); }
+dirent* __real_readdir(DIR* directory);
+dirent* __wrap_readdir(DIR* directory) {
+    return failCall("readdir") ? nullptr : __real_readdir(directory);
+}
+int __real_fseeko(FILE* file, off_t offset, int whence);
+int __wrap_fseeko(FILE* file, off_t offset, int whence) {
+    return failCall("fseeko") ? -1 : __real_fseeko(file, offset, whence);
 }
 
 int __wrap_dup(int fd) {
@@ -162,7 +196,7 @@ int __wrap_close(int fd) {
         return __real_close(fd);
     }
     fakePlatform->calls.emplace_back("close()");
-    return drop("fd ", fd);
+    return drop("fd ", static_cast<size_t>(fd));
 }
 
 }  // extern "C"

@@ -7,9 +7,9 @@
 #include <vector>
 
 struct FakePlatform {
-    std::vector<std::string> calls;  // name and arguments
-    std::vector<std::string> log;    // messages, as given
-    std::set<std::string> held;      // descriptors, handles, allocators, streams
+    std::vector<std::string> calls;   // name and arguments
+    std::vector<std::string> log;     // messages, as given
+    std::multiset<std::string> held;  // descriptors, handles, mappings, allocators, streams
     bool ion = false;
     int failNth = 0;         // the n-th call that can fail, counted from 1
     std::string failCall;    // or the calls of that name,
@@ -17,6 +17,8 @@ struct FakePlatform {
     int failStatus = -5;     // what a failed call of the blit library or of ION returns
     int statusOnly = 0;      // status of createJob beside a good fence
 
+    // Calls that can fail so far.
+    int canFail() const { return mCanFail; }
     // Notes a call that can fail; true when it is to succeed.
     bool note(const std::string& name, const std::string& arguments);
 
