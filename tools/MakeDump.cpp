@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -24,10 +25,10 @@ constexpr const char* USAGE =
     "  -f, --format FORMAT        color format of the dump, as VexConverter lists them\n"
     "  -w, --width WIDTH          pixels\n"
     "  -h, --height HEIGHT        lines; the dump is padded to the format's alignment\n"
-    "  -o, --output FOLDER        where the dump goes (the working folder)\n"
+    "  -o, --output FOLDER        where the dump goes (the working folder); it is made\n"
     "  -n, --frames FRAMES        number of frames (1; with -i all that the file holds)\n"
     "  -i, --input FILE           raw frames of WIDTH x HEIGHT to write instead of the card\n"
-    "  -r, --raw-format FORMAT    of that file: NV12, P010, RGB888, RGBA8888 or RGBA1010102\n"
+    "  -r, --raw-format FORMAT    of that file: NV12, YUV420P, YV12, P010 or an RGB format\n"
     "                             (the form that the dump converts to)\n"
     "      --colorspace SPACE     of YUV made from another form, or into one (BT601_LIMIT)\n"
     "      --whole                CPQ and Lumo: whole frames in one file, no files of parts\n"
@@ -162,10 +163,17 @@ class Source {
         const auto raw = options.rawFormat == ColorConvert::UNKNOWN
                              ? ColorConvert::getDefaultOutputFormat(options.format)
                              : options.rawFormat;
-        if (ColorConvert::getDefaultOutputFormat(raw) != raw) {
-            fail("raw frames must be NV12, P010, RGB888, RGBA8888 or RGBA1010102");
+        mRawLayout = &layoutOf(raw);
+        const bool planar = mRawLayout->planes[1].role == host::Role::CHROMA;
+        if (!mRawLayout->isPlainForm() && !planar) {
+            fail("raw frames must be plain rows, as of NV12, YUV420P, YV12, P010 or an RGB format");
         }
-        mRawForm = layoutOf(raw).form;
+        mRaw.mWidth = options.width;
+        mRaw.mHeight = options.height;
+        colorFormatInfo(raw).calculate(mRaw);
+        mRawSize = planar ? static_cast<size_t>(
+                                ColorConvert::getFrameSize(options.width, options.height, raw))
+                          : PlainFrame::sizeOf(mRawLayout->form, options.width, options.height);
         mFrames = options.frames == 0 ? 1 : options.frames;
         if (!options.rawFile.empty()) {
             countRawFrames();
@@ -178,27 +186,33 @@ class Source {
         if (mOptions.rawFile.empty()) {
             return toForm(drawCard(mOptions.width, mOptions.height, index + 1));
         }
-        PlainFrame raw(mRawForm, mOptions.width, mOptions.height);
-        const auto size = static_cast<int>(raw.bytes.size());
-        if (FileUtils::readFromFile(mOptions.rawFile, raw.bytes.data(), size, size, index) !=
-            size) {
+        std::vector<uint8_t> raw(mRawSize);
+        const auto size = static_cast<int>(mRawSize);
+        if (FileUtils::readFromFile(mOptions.rawFile, raw.data(), size, size, index) != size) {
             fail("can't read frame " + std::to_string(index + 1) + " of " + mOptions.rawFile);
         }
-        return toForm(std::move(raw));
+        return toForm(plainFrameOf(std::move(raw), *mRawLayout, mRaw));
     }
 
   private:
     void countRawFrames() {
-        const auto size = PlainFrame::sizeOf(mRawForm, mOptions.width, mOptions.height);
+        if (!FileUtils::isFile(mOptions.rawFile)) {
+            fail("No such file: " + mOptions.rawFile);
+        }
         const int fileSize = FileUtils::getFileSize(mOptions.rawFile);
-        if (!FileUtils::isFile(mOptions.rawFile) || fileSize < 0) {
+        if (fileSize < 0) {
             fail("no file of less than 2 GiB: " + mOptions.rawFile);
         }
-        const int held = static_cast<int>(static_cast<size_t>(fileSize) / size);
+        const auto bytes = static_cast<size_t>(fileSize);
+        const int held = static_cast<int>(bytes / mRawSize);
         mFrames = mOptions.frames == 0 ? held : mOptions.frames;
         if (held == 0 || mFrames > held) {
             fail(mOptions.rawFile + " holds " + std::to_string(held) + " frames of " +
-                 std::to_string(size) + " bytes");
+                 std::to_string(mRawSize) + " bytes");
+        }
+        if (bytes % mRawSize != 0) {
+            fprintf(stderr, "Warning: %zu bytes left over, less than a frame of %zu: %s\n",
+                    bytes % mRawSize, mRawSize, mOptions.rawFile.c_str());
         }
     }
 
@@ -209,7 +223,9 @@ class Source {
 
     const Options& mOptions;
     host::Form mForm;
-    host::Form mRawForm;
+    const host::Layout* mRawLayout = nullptr;
+    ColorConvert::ColorConvertBuffer mRaw;
+    size_t mRawSize = 0;  // bytes of a frame
     int mFrames = 0;
 };
 
@@ -241,6 +257,8 @@ void writeDump(const Options& options) {
     const Source source(options);
     const auto parts = options.whole ? std::vector<std::pair<int, int>>()
                                      : ColorConvert::getSeparateSize(width, height, options.format);
+    std::error_code error;
+    std::filesystem::create_directories(options.folder, error);
     bool decoded = true;
     for (int i = 0; i < source.frames(); ++i) {
         const std::vector<uint8_t> dump =
@@ -257,6 +275,7 @@ void writeDump(const Options& options) {
             append(name.files[0], dump);
         }
     }
+    fprintf(stderr, "Wrote %d frame%s\n", source.frames(), source.frames() == 1 ? "" : "s");
     if (decoded) {
         return;
     }

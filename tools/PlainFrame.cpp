@@ -5,6 +5,8 @@
 #include <cmath>
 #include <cstring>
 
+#include "blit/Unpack.h"
+
 using host::Form;
 
 namespace {
@@ -162,6 +164,22 @@ int PlainFrame::chroma(int x, int y) const {
     const int pair = std::min(x / 2, width / 2 - 1);
     const int row = std::min(y, height / 2 - 1);
     return sampleAt(*this, at(pair * 2 + x % 2, height + row, width));
+}
+
+PlainFrame plainFrameOf(std::vector<uint8_t> raw, const host::Layout& layout,
+                        const ColorConvert::ColorConvertBuffer& geometry) {
+    PlainFrame frame(layout.form, geometry.mWidth, geometry.mHeight);
+    if (layout.isPlainForm()) {
+        frame.bytes = std::move(raw);
+        return frame;
+    }
+    const size_t luma = geometry.mPlaneSize[0];
+    const host::Rows first = {raw.data() + luma, geometry.mUVPitch};
+    const host::Rows second = {first.data + geometry.mPlaneSize[1], geometry.mUVPitch};
+    std::copy_n(raw.begin(), luma, frame.bytes.begin());
+    host::mergeChroma(layout.crFirst ? second : first, layout.crFirst ? first : second,
+                      frame.width / 2, frame.height / 2, {frame.bytes.data() + luma, frame.width});
+    return frame;
 }
 
 PlainFrame convertPicture(const PlainFrame& picture, Form form, const host::Profile& profile) {

@@ -6,6 +6,7 @@
 
 #include "blit/ColorMatrix.h"
 #include "blit/Layout.h"
+#include "color/ColorConvert.h"
 
 struct PlainFrame {
     host::Form form;
@@ -24,6 +25,11 @@ struct PlainFrame {
     int luma(int x, int y) const;
     int chroma(int x, int y) const;
 };
+
+// The plain frame of raw rows: of its own form, or with planes of chroma, which are merged.
+// geometry: of the raw frame.
+PlainFrame plainFrameOf(std::vector<uint8_t> raw, const host::Layout& layout,
+                        const ColorConvert::ColorConvertBuffer& geometry);
 
 // The picture in another form; profile: of YUV on either side. Chroma is the mean
 // of the pixels that it covers, and a pixel's is that of the sample that covers it.
