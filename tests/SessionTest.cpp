@@ -1,6 +1,7 @@
 // Sessions: commands as users type them, and what they print. In tests/sessions a line "$ COMMAND"
-// is run by bash in the session's own folder, after the file profile there; the lines up to the next one are what it prints on
-// both streams, as cat -v shows it, and its status in brackets where that is not 0. # is a comment.
+// is run by bash in the session's own folder, after the file profile there; the lines up to the
+// next one are what it prints on both streams, as cat -v shows it, and its status in brackets where
+// that is not 0. # is a comment.
 #include "ToolRun.h"
 
 namespace {
@@ -17,7 +18,8 @@ class Session : public ToolTest, public testing::WithParamInterface<std::string>
 
     std::string print(const std::string& command) const {
         write("command", "exec 2>&1; PATH=$PWD/bin:$PATH DATA=" TEST_DATA
-                         "\n[ ! -e profile ] || . ./profile\n" + command);
+                         "\n[ ! -e profile ] || . ./profile\n" +
+                             command);
         const ToolResult result = run("bash", {"command"});
         write("printed", result.out);
         const std::string status =
