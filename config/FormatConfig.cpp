@@ -65,42 +65,41 @@ class Occurrence {
 
 }  // namespace
 
-FormatConfig::FormatConfig(std::string name, std::string description, std::string pattern,
-                           int32_t widthIndex, int32_t heightIndex, int32_t colorFormatIndex,
-                           int32_t separateStringIndex, int32_t defaultWidth, int32_t defaultHeight,
-                           int32_t defaultWidthAlignment, int32_t defaultHeightAlignment,
-                           std::string defaultColorFormat)
-    : name(std::move(name)),
-      description(std::move(description)),
-      pattern(std::move(pattern)),
-      widthIndex(widthIndex),
-      heightIndex(heightIndex),
-      colorFormatIndex(colorFormatIndex),
-      separateStringIndex(separateStringIndex),
-      defaultWidth(defaultWidth),
-      defaultHeight(defaultHeight),
-      defaultWidthAlignment(defaultWidthAlignment),
-      defaultHeightAlignment(defaultHeightAlignment),
-      defaultColorFormat(std::move(defaultColorFormat)),
+FormatConfig::FormatConfig(std::string ruleName, std::string ruleDescription,
+                           std::string rulePattern, int32_t widthGroup, int32_t heightGroup,
+                           int32_t colorFormatGroup, int32_t separateGroup, int32_t initialWidth,
+                           int32_t initialHeight, int32_t initialWidthAlignment,
+                           int32_t initialHeightAlignment, std::string initialColorFormat)
+    : name(std::move(ruleName)),
+      description(std::move(ruleDescription)),
+      pattern(std::move(rulePattern)),
+      widthIndex(widthGroup),
+      heightIndex(heightGroup),
+      colorFormatIndex(colorFormatGroup),
+      separateStringIndex(separateGroup),
+      defaultWidth(initialWidth),
+      defaultHeight(initialHeight),
+      defaultWidthAlignment(initialWidthAlignment),
+      defaultHeightAlignment(initialHeightAlignment),
+      defaultColorFormat(std::move(initialColorFormat)),
       width(defaultWidth),
       height(defaultHeight),
       widthAlignment(defaultWidthAlignment),
       heightAlignment(defaultHeightAlignment),
-      colorFormat(this->defaultColorFormat) {}
+      colorFormat(defaultColorFormat) {}
 
-void FormatConfig::addFormatPair(std::string formatStr, std::string colorFormat,
-                                 int32_t widthAlignment, int32_t heightAlignment) {
-    addFormatPair(std::move(formatStr), std::move(colorFormat), widthAlignment, heightAlignment,
-                  false, "", "", "", "");
+void FormatConfig::addFormatPair(std::string code, std::string format, int32_t alignedWidth,
+                                 int32_t alignedHeight) {
+    addFormatPair(std::move(code), std::move(format), alignedWidth, alignedHeight, false, "", "",
+                  "", "");
 }
 
-void FormatConfig::addFormatPair(std::string formatStr, std::string colorFormat,
-                                 int32_t widthAlignment, int32_t heightAlignment, bool separate,
-                                 std::string yBody, std::string yHeader, std::string cBody,
-                                 std::string cHeader) {
-    formatPairs.push_back({std::move(formatStr), std::move(colorFormat), widthAlignment,
-                           heightAlignment, separate, std::move(yBody), std::move(yHeader),
-                           std::move(cBody), std::move(cHeader)});
+void FormatConfig::addFormatPair(std::string code, std::string format, int32_t alignedWidth,
+                                 int32_t alignedHeight, bool inParts, std::string yBody,
+                                 std::string yHeader, std::string cBody, std::string cHeader) {
+    formatPairs.push_back({std::move(code), std::move(format), alignedWidth, alignedHeight, inParts,
+                           std::move(yBody), std::move(yHeader), std::move(cBody),
+                           std::move(cHeader)});
 }
 
 bool FormatConfig::match(std::string fileName) {

@@ -23,17 +23,18 @@ class FormatConfig {
     };
 
     // The pattern is neither compiled nor checked here.
-    FormatConfig(std::string name, std::string description, std::string pattern, int32_t widthIndex,
-                 int32_t heightIndex, int32_t colorFormatIndex, int32_t separateStringIndex,
-                 int32_t defaultWidth, int32_t defaultHeight, int32_t defaultWidthAlignment,
-                 int32_t defaultHeightAlignment, std::string defaultColorFormat);
+    FormatConfig(std::string ruleName, std::string ruleDescription, std::string rulePattern,
+                 int32_t widthGroup, int32_t heightGroup, int32_t colorFormatGroup,
+                 int32_t separateGroup, int32_t initialWidth, int32_t initialHeight,
+                 int32_t initialWidthAlignment, int32_t initialHeightAlignment,
+                 std::string initialColorFormat);
 
     // Of two pairs with the same code the first one added counts.
-    void addFormatPair(std::string formatStr, std::string colorFormat, int32_t widthAlignment,
-                       int32_t heightAlignment);
-    void addFormatPair(std::string formatStr, std::string colorFormat, int32_t widthAlignment,
-                       int32_t heightAlignment, bool separate, std::string yBody,
-                       std::string yHeader, std::string cBody, std::string cHeader);
+    void addFormatPair(std::string code, std::string format, int32_t alignedWidth,
+                       int32_t alignedHeight);
+    void addFormatPair(std::string code, std::string format, int32_t alignedWidth,
+                       int32_t alignedHeight, bool inParts, std::string yBody, std::string yHeader,
+                       std::string cBody, std::string cHeader);
 
     // Searches the file's path for the pattern; when it occurs, fills the result fields and
     // returns true. False, with all fields unchanged, also for a pattern that is no valid

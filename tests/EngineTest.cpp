@@ -23,12 +23,8 @@ using C = ColorConvert;
 
 // A frame in a device buffer.
 struct Frame {
-    Frame(C::ColorFormat format, int width, int height)
-        : format(format),
-          width(width),
-          height(height),
-          size(C::getFrameSize(width, height, format)),
-          memory(size, -1) {
+    Frame(C::ColorFormat f, int w, int h)
+        : format(f), width(w), height(h), size(C::getFrameSize(w, h, f)), memory(size, -1) {
         std::fill_n(memory.data(), size, 0);
     }
 
@@ -121,7 +117,7 @@ void encode(const Space& s, int bits, const Rgb& c, double out[3]) {
 
 // Every Y, Cb, Cr of a grid that holds the extremes: a row a Y, two columns a Cb, Cr.
 struct Grid : Frame {
-    Grid(C::ColorFormat format, int steps) : Frame(format, 2 * steps * steps, steps), steps(steps) {
+    Grid(C::ColorFormat f, int n) : Frame(f, 2 * n * n, n), steps(n) {
         for (int i = 0; i < width * height * 3 / 2; ++i) {
             const int x = i % width;
             const int value = i < width * height ? y(i / width) : x % 2 == 0 ? cb(x) : cr(x);

@@ -275,6 +275,7 @@ void writeDump(const Options& options) {
             append(name.files[0], dump);
         }
     }
+    fflush(stdout);
     fprintf(stderr, "Wrote %d frame%s\n", source.frames(), source.frames() == 1 ? "" : "s");
     if (decoded) {
         return;

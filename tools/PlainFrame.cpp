@@ -138,8 +138,8 @@ void fillRgb(const Colors& colors, PlainFrame& frame) {
 
 }  // namespace
 
-PlainFrame::PlainFrame(Form form, int width, int height)
-    : form(form), width(width), height(height), bytes(sizeOf(form, width, height)) {}
+PlainFrame::PlainFrame(Form of, int w, int h)
+    : form(of), width(w), height(h), bytes(sizeOf(of, w, h)) {}
 
 size_t PlainFrame::sizeOf(Form form, int width, int height) {
     const auto w = static_cast<size_t>(width);

@@ -14,7 +14,7 @@ struct PlainFrame {
     int height;                  // lines
     std::vector<uint8_t> bytes;  // rows without gaps
 
-    PlainFrame(host::Form form, int width, int height);
+    PlainFrame(host::Form of, int w, int h);
 
     // Bytes of such a frame.
     static size_t sizeOf(host::Form form, int width, int height);

@@ -1,6 +1,5 @@
 // ION for the host: a handle is a descriptor of shared anonymous memory that its device holds.
 #include <ion/ion.h>
-#include <ion/ion_vex.h>
 #include <sys/eventfd.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -8,6 +7,7 @@
 #include <cerrno>
 #include <map>
 
+#include "IonBuffers.h"
 #include "SharedBuffer.h"
 
 namespace {
@@ -23,7 +23,16 @@ std::map<ion_user_handle_t, Buffer>& buffers() {
     return all;
 }
 
-int addBuffer(int device, int fd, ion_user_handle_t* handle) {
+const Buffer* findBuffer(int device, ion_user_handle_t handle) {
+    const auto found = buffers().find(handle);
+    return found == buffers().end() || found->second.device != device ? nullptr : &found->second;
+}
+
+}  // namespace
+
+namespace host {
+
+int addIonBuffer(int device, int fd, ion_user_handle_t* handle) {
     static ion_user_handle_t last = 0;
     if (fd < 0) {
         return fd;
@@ -33,23 +42,20 @@ int addBuffer(int device, int fd, ion_user_handle_t* handle) {
     return 0;
 }
 
-const Buffer* findBuffer(int device, ion_user_handle_t handle) {
-    const auto found = buffers().find(handle);
-    return found == buffers().end() || found->second.device != device ? nullptr : &found->second;
-}
+int createIonBuffer(size_t size) { return createSharedBuffer("ion", size); }
 
-}  // namespace
-
-int vx_ion_open(const char* /*client*/) {
+int openIonDevice() {
     // An eventfd is the cheapest real descriptor; nothing is ever read from it.
     const int plain = eventfd(0, EFD_CLOEXEC);
     if (plain < 0) {
         return -errno;
     }
-    const int device = host::duplicateDescriptor(plain);
+    const int device = duplicateDescriptor(plain);
     close(plain);
     return device;
 }
+
+}  // namespace host
 
 int ion_close(int fd) {
     for (auto it = buffers().begin(); it != buffers().end();) {
@@ -63,13 +69,8 @@ int ion_close(int fd) {
     return close(fd) == 0 ? 0 : -errno;
 }
 
-int ion_alloc_mm(int fd, size_t len, size_t /*align*/, unsigned int /*flags*/,
-                 ion_user_handle_t* handle) {
-    return len == 0 ? -EINVAL : addBuffer(fd, host::createSharedBuffer("ion", len), handle);
-}
-
 int ion_import(int fd, int share_fd, ion_user_handle_t* handle) {
-    return addBuffer(fd, host::duplicateDescriptor(share_fd), handle);
+    return host::addIonBuffer(fd, host::duplicateDescriptor(share_fd), handle);
 }
 
 int ion_free(int fd, ion_user_handle_t handle) {

@@ -102,8 +102,6 @@ int property_get(const char* /*key*/, char* value, const char* default_value) {
     return snprintf(value, PROPERTY_VALUE_MAX, "%s", default_value);
 }
 
-const char* getprogname() { return "VexConverter"; }
-
 int vx_ion_open(const char* client) { return result("vx_ion_open", client) == 0 ? openFd() : -1; }
 int ion_alloc_mm(int /*fd*/, size_t len, size_t align, unsigned int flags,
                  ion_user_handle_t* handle) {

@@ -4,10 +4,11 @@
 #include <stddef.h>
 
 #ifdef __cplusplus
+class BufferAllocator;
 extern "C" {
-#endif
-
+#else
 typedef struct BufferAllocator BufferAllocator;
+#endif
 
 BufferAllocator* CreateDmabufHeapBufferAllocator(void);
 void FreeDmabufHeapBufferAllocator(BufferAllocator* buffer_allocator);

@@ -1,5 +1,5 @@
-// getprogname() for C libraries that lack it.
+#include "ProgramName.h"
+
 #include <errno.h>
-#include <stdlib.h>
 
 const char* getprogname() { return program_invocation_short_name; }
