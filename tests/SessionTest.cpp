@@ -12,7 +12,7 @@ class Session : public ToolTest, public testing::WithParamInterface<std::string>
   protected:
     Session() {
         fs::create_directory(mFolder + "/bin");
-        fs::create_symlink(VEX_CONVERTER, mFolder + "/bin/VexConverter");
+        fs::create_symlink(converter(), mFolder + "/bin/VexConverter");
         fs::create_symlink(MAKE_DUMP, mFolder + "/bin/make-dump");
     }
 

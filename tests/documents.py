@@ -41,6 +41,13 @@ def formats_are_listed():
             assert size == int(row[2]), f"docs/formats.md: a frame of {row[0]} has {size} bytes"
 
 
+def both_builds_have_the_same_sources():
+    lists = [re.findall(r'"((?:color|config|driver|fileutils|memory)/\w+\.cpp)"', text("Android.bp")),
+             re.findall(r"\b(?:color|config|driver|fileutils|memory)/\w+\.cpp",
+                        re.search(r"add_library\(vex_tool.*?\)", text("CMakeLists.txt"), re.S)[0])]
+    assert sorted(lists[0]) == sorted(lists[1] + ["driver/VexConverter.cpp"]), "sources in Android.bp"
+
+
 def rules_and_example_fit_the_schema():
     schema = json.loads(text("config/format-rules.schema.json"))
     jsonschema.Draft7Validator.check_schema(schema)
@@ -65,4 +72,5 @@ def rules_and_example_fit_the_schema():
 
 
 formats_are_listed()
+both_builds_have_the_same_sources()
 rules_and_example_fit_the_schema()
