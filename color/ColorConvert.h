@@ -81,8 +81,8 @@ class ColorConvert {
 
     // Geometry. Sizes are in bytes; width (pixels) and height (lines) are aligned already.
 
-    // (value + alignment - 1) / alignment x alignment, 0 for an alignment of 0: the next multiple, of
-    // positive numbers. The result may leave the signed 32-bit range.
+    // (value + alignment - 1) / alignment x alignment, 0 for an alignment of 0: the next multiple,
+    // of positive numbers. The result may leave the signed 32-bit range.
     static int64_t roundUp(int value, int alignment);
     // (width, height), each rounded up to the format's alignment; -1 where that leaves the range.
     static std::pair<int, int> getDefaultAlignedSize(int width, int height, ColorFormat format);

@@ -50,8 +50,8 @@ unsigned char* DmabufMemory::data() {
         LOGE("DmabufMemory::data failed to mapVA, mShareFd: %d", mShareFd);
         return nullptr;
     }
-    void* address = mmap(nullptr, static_cast<size_t>(mSize), PROT_READ | PROT_WRITE, MAP_SHARED,
-                         mShareFd, 0);
+    void* address =
+        mmap(nullptr, static_cast<size_t>(mSize), PROT_READ | PROT_WRITE, MAP_SHARED, mShareFd, 0);
     if (address == MAP_FAILED || address == nullptr) {
         LOGE("DmabufMemory::data failed to ion_map, buffer import fd: %d", mImportFd);
         release();

@@ -86,7 +86,7 @@ struct Layout {
     Form form;
     int planeCount;
     PlaneLayout planes[3];
-    bool crFirst;  // of a chroma pair, or of the two chroma planes
+    bool crFirst;        // of a chroma pair, or of the two chroma planes
     int toldPlaneCount;  // planes that a job tells the sizes of; one for all where it is 1
     // Pitches as a job tells them, in half bytes a pixel of width: the least for rows, exact for
     // blocks.
