@@ -88,18 +88,19 @@ FormatConfig::FormatConfig(std::string ruleName, std::string ruleDescription,
       heightAlignment(defaultHeightAlignment),
       colorFormat(defaultColorFormat) {}
 
-void FormatConfig::addFormatPair(std::string code, std::string format, int32_t alignedWidth,
-                                 int32_t alignedHeight) {
-    addFormatPair(std::move(code), std::move(format), alignedWidth, alignedHeight, false, "", "",
-                  "", "");
+void FormatConfig::addFormatPair(std::string pairFormatStr, std::string pairColorFormat,
+                                 int32_t pairWidthAlignment, int32_t pairHeightAlignment) {
+    addFormatPair(std::move(pairFormatStr), std::move(pairColorFormat), pairWidthAlignment,
+                  pairHeightAlignment, false, "", "", "", "");
 }
 
-void FormatConfig::addFormatPair(std::string code, std::string format, int32_t alignedWidth,
-                                 int32_t alignedHeight, bool inParts, std::string yBody,
-                                 std::string yHeader, std::string cBody, std::string cHeader) {
-    formatPairs.push_back({std::move(code), std::move(format), alignedWidth, alignedHeight, inParts,
-                           std::move(yBody), std::move(yHeader), std::move(cBody),
-                           std::move(cHeader)});
+void FormatConfig::addFormatPair(std::string pairFormatStr, std::string pairColorFormat,
+                                 int32_t pairWidthAlignment, int32_t pairHeightAlignment,
+                                 bool pairSeparate, std::string yBody, std::string yHeader,
+                                 std::string cBody, std::string cHeader) {
+    formatPairs.push_back({std::move(pairFormatStr), std::move(pairColorFormat), pairWidthAlignment,
+                           pairHeightAlignment, pairSeparate, std::move(yBody), std::move(yHeader),
+                           std::move(cBody), std::move(cHeader)});
 }
 
 bool FormatConfig::match(std::string fileName) {

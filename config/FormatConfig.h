@@ -30,11 +30,12 @@ class FormatConfig {
                  std::string initialColorFormat);
 
     // Of two pairs with the same code the first one added counts.
-    void addFormatPair(std::string code, std::string format, int32_t alignedWidth,
-                       int32_t alignedHeight);
-    void addFormatPair(std::string code, std::string format, int32_t alignedWidth,
-                       int32_t alignedHeight, bool inParts, std::string yBody, std::string yHeader,
-                       std::string cBody, std::string cHeader);
+    void addFormatPair(std::string pairFormatStr, std::string pairColorFormat,
+                       int32_t pairWidthAlignment, int32_t pairHeightAlignment);
+    void addFormatPair(std::string pairFormatStr, std::string pairColorFormat,
+                       int32_t pairWidthAlignment, int32_t pairHeightAlignment, bool pairSeparate,
+                       std::string yBody, std::string yHeader, std::string cBody,
+                       std::string cHeader);
 
     // Searches the file's path for the pattern; when it occurs, fills the result fields and
     // returns true. False, with all fields unchanged, also for a pattern that is no valid

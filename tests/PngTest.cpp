@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstdarg>
 #include <filesystem>
+#include <memory>
 #include <random>
 
 #define STB_IMAGE_IMPLEMENTATION
@@ -86,11 +87,11 @@ TEST_F(PngTest, PicturesHoldThePixels) {
         int w = 0;
         int h = 0;
         int components = 0;
-        unsigned char* read = stbi_load(mPath.c_str(), &w, &h, &components, 0);
+        const std::unique_ptr<unsigned char, decltype(&stbi_image_free)> read(
+            stbi_load(mPath.c_str(), &w, &h, &components, 0), &stbi_image_free);
         ASSERT_NE(read, nullptr) << width << " x " << height;
         EXPECT_EQ(std::tuple(w, h, components), std::tuple(width, height, 4));
-        EXPECT_EQ(memcmp(read, pixels.data(), pixels.size()), 0) << width << " x " << height;
-        stbi_image_free(read);
+        EXPECT_EQ(memcmp(read.get(), pixels.data(), pixels.size()), 0) << width << " x " << height;
     }
 }
 
@@ -99,7 +100,7 @@ TEST_F(PngTest, PicturesHoldThePixels) {
 TEST_F(PngTest, RefusesOnlyWhatTheEncoderCannotCount) {
     const std::string variant = VARIANT;
     const int lines = variant == "fast" ? 32764 : 21844;  // of 65537 filtered bytes
-    const auto pixels = reinterpret_cast<const unsigned char*>("pixels");
+    const auto* const pixels = reinterpret_cast<const unsigned char*>("pixels");
     EXPECT_EQ(write(16384, lines, pixels), 0);
     EXPECT_GE(largestAllocation, 65537U * static_cast<size_t>(lines));
     EXPECT_EQ(write(16384, lines + 1, pixels), 0);
