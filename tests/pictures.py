@@ -34,6 +34,7 @@ for width, height in (1, 1), (1, 1088), (3, 5), (1919, 1079), (1920, 1088), (163
 # A card in each color space, read in that space and in the others, as picture and as YUV.
 spaces = [line.split()[0] for line in run(tool, "--list-colorspaces").stderr.splitlines()[2:]]
 bars = [(255, 255, 255), (255, 255, 0), (0, 255, 255), (0, 255, 0), (255, 0, 255), (255, 0, 0), (0, 0, 255), (0, 0, 0)]
+grays = [(32 * i + 16,) * 3 for i in range(8)]
 cards = {}
 for space in spaces:
     made = run(make_dump, "-f", "NV12", "-w", 128, "-h", 64, "--colorspace", space, "-o", folder / space)
@@ -60,8 +61,9 @@ def worst(some, others):
 for source in spaces:
     for other in spaces:
         with Image.open(converted(source, other, "--png", "--input-colorspace", other)) as picture:
-            seen = [sample for i in range(8) for sample in picture.getpixel((16 * i + 8, 28))[:3]]
-        wrong = worst(seen, [sample for bar in bars for sample in bar])
+            places = [(16 * i + 8, line) for line in (28, 40) for i in range(8)]
+            seen = [sample for place in places for sample in picture.getpixel(place)[:3]]
+        wrong = worst(seen, [sample for color in bars + grays for sample in color])
         assert (wrong <= 3) == (source == other), f"a picture of {source} read as {other}: {wrong} off"
         output = converted(source, other, "--input-colorspace", source, "--output-colorspace", other)
         wrong = worst(samples(output), samples(cards[other]))
