@@ -92,23 +92,6 @@ INSTANTIATE_TEST_SUITE_P(All, RoundTrip, testing::Range(1, int{C::COLOR_FORMAT_C
 
 class MakeDump : public ToolTest {};
 
-TEST_F(MakeDump, ErrorsAreClear) {
-    write("raw", "too short");
-    for (std::istringstream& row : tableRows("make-dump-errors.txt")) {
-        std::vector<std::string> arguments;
-        for (std::string word; row >> word && word != "|";) {
-            arguments.push_back(word);
-        }
-        std::string error;
-        std::getline(row >> std::ws, error);
-        const ToolResult result = makeDump(arguments);
-        EXPECT_EQ(std::tie(result.err, result.out), std::tuple("Error: " + error + "\n", ""));
-        EXPECT_EQ(result.status, 1);
-    }
-    EXPECT_EQ(makeDump({}).err.find("Error: format, width and height are needed\nUsage: "), 0U);
-    EXPECT_EQ(makeDump({"--help"}).out.find("Usage: make-dump"), 0U);
-}
-
 std::string bytesOf(const std::string& hex) {
     std::string bytes;
     for (size_t i = 0; i < hex.size(); i += 2) {

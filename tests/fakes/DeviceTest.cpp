@@ -274,17 +274,4 @@ TEST_F(ConvertFileTest, FailingFileCallsHaveOrderlyResults) {
     EXPECT_EQ(FileUtils::readFromFile(mFolder + "/in.yuv", bytes, 100, 50, 1), 72);
 }
 
-TEST_F(ConvertFileTest, FramesOutOfRangeAndPartlessSetsAreReported) {
-    mJob.alignedWidth = mJob.alignedHeight = 100000;
-    EXPECT_NE(convert().find("\nError: frame size is out of range, 0 to 2 GiB, skip this file: "),
-              std::string::npos);
-    mJob.alignedWidth = mJob.alignedHeight = 0;
-    EXPECT_EQ(convert(), "Process: " + mFolder + "/in.yuv\n\n");
-    mJob.alignedWidth = mJob.alignedHeight = 4;
-    mJob.separate = true;
-    EXPECT_NE(convert().find("\nError: input color format has no separate parts"),
-              std::string::npos);
-    EXPECT_EQ(outputSize(), 0U);
-}
-
 }  // namespace
