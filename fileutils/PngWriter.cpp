@@ -71,7 +71,7 @@ unsigned char* compressFrame(unsigned char* data, int size, int* compressedSize)
     if (stream == nullptr) {
         return nullptr;
     }
-    isal_zstream state;
+    isal_zstream state = {};
     isal_deflate_stateless_init(&state);
     state.level = LEVEL;
     state.level_buf = levelBuffer;

@@ -90,25 +90,4 @@ INSTANTIATE_TEST_SUITE_P(All, RoundTrip, testing::Range(1, int{C::COLOR_FORMAT_C
                                  colorFormatInfos[static_cast<size_t>(i.param)].name);
                          });
 
-class MakeDump : public ToolTest {};
-
-std::string bytesOf(const std::string& hex) {
-    std::string bytes;
-    for (size_t i = 0; i < hex.size(); i += 2) {
-        bytes += static_cast<char>(stoi(hex.substr(i, 2), nullptr, 16));
-    }
-    return bytes;
-}
-
-TEST_F(MakeDump, RawFramesOfAnyPlainFormBecomeAnyDump) {
-    for (const auto& [raw, width, height, bytes, format, dump] :
-         table<S, S, S, S, S, S>("raw-frames.txt")) {
-        write("raw", bytesOf(bytes));
-        const ToolResult made =
-            makeDump({"-i", "raw", "-r", raw, "-w", width, "-h", height, "-f", format});
-        EXPECT_EQ(read(made.out.substr(0, made.out.find('\n'))), bytesOf(dump))
-            << raw << " to " << format << made.err;
-    }
-}
-
 }  // namespace
