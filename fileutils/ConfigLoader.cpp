@@ -135,6 +135,19 @@ bool addRule(std::vector<FormatConfig>& rules, const cJSON* object) {
     return true;
 }
 
+// 0, or -1 when nothing of the document can be used.
+int addRules(const cJSON* document) {
+    std::vector<FormatConfig> rules;
+    const cJSON* rule = nullptr;
+    cJSON_ArrayForEach(rule, document) {
+        if (!addRule(rules, rule)) {
+            return -1;
+        }
+    }
+    formatConfigs.insert(formatConfigs.end(), rules.begin(), rules.end());
+    return 0;
+}
+
 // The file's text in full, ended by a zero; 0, the negated errno of a failed open, or -1, logged.
 int readText(const std::string& path, Text& text) {
     const File file(fopen(path.c_str(), "r"));
@@ -185,22 +198,12 @@ int FileUtils::parseConfigFile(std::string path) {
     }
     const Json document(cJSON_Parse(path.empty() ? defaultConfig : text.get()), &cJSON_Delete);
     text.reset();
-    if (document == nullptr) {
-        LOGE("parseConfigFile: Failed to parse config file: %s\n", path.c_str());
-        return -1;
-    }
     try {
-        std::vector<FormatConfig> rules;
-        const cJSON* rule = nullptr;
-        cJSON_ArrayForEach(rule, document.get()) {
-            if (!addRule(rules, rule)) {
-                return -1;
-            }
+        if (document != nullptr) {
+            return addRules(document.get());
         }
-        formatConfigs.insert(formatConfigs.end(), rules.begin(), rules.end());
-    } catch (const std::bad_alloc&) {
-        LOGE("parseConfigFile: Failed to parse config file: %s\n", path.c_str());
-        return -1;
+    } catch (const std::bad_alloc&) {  // as if the parser had had no memory
     }
-    return 0;
+    LOGE("parseConfigFile: Failed to parse config file: %s\n", path.c_str());
+    return -1;
 }

@@ -66,10 +66,9 @@ PlainFrame drawCard(int width, int height, int number) {
     for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x) {
             const Color color = colorAt(x, y, width, height, number);
-            *pixel++ = color.r;
-            *pixel++ = color.g;
-            *pixel++ = color.b;
-            *pixel++ = 255;
+            for (const uint8_t sample : {color.r, color.g, color.b, uint8_t{255}}) {
+                *pixel++ = sample;
+            }
         }
     }
     return card;

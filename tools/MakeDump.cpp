@@ -91,9 +91,7 @@ const host::Layout& layoutOf(ColorConvert::ColorFormat format) {
 }
 
 Options parseOptions(int argc, char* argv[]) {
-    constexpr int COLORSPACE = 1;
-    constexpr int WHOLE = 2;
-    constexpr int HELP = 3;
+    enum LongOnly { COLORSPACE = 1, WHOLE, HELP };
     constexpr option LONG_OPTIONS[] = {{"format", required_argument, nullptr, 'f'},
                                        {"width", required_argument, nullptr, 'w'},
                                        {"height", required_argument, nullptr, 'h'},

@@ -109,18 +109,14 @@ KERNEL void unpack12(const PlaneLayout& plane, ConstRows from, int samples, int 
                      });
 }
 
-void copyRows(ConstRows from, int bytes, int lines, Rows to) {
-    libyuv::CopyPlane(from.data, static_cast<int>(from.pitch), to.data, static_cast<int>(to.pitch),
-                      bytes, lines);
-}
-
 }  // namespace
 
 void unpackPlane(const PlaneLayout& plane, int sampleBytes, ConstRows from, int samples, int lines,
                  Rows to) {
     switch (plane.packing) {
         case Packing::ROWS:
-            copyRows(from, samples * sampleBytes, lines, to);
+            libyuv::CopyPlane(from.data, static_cast<int>(from.pitch), to.data,
+                              static_cast<int>(to.pitch), samples * sampleBytes, lines);
             break;
         case Packing::BYTE_BLOCKS:
             unpackByteBlocks(plane, from, samples, lines, to);
