@@ -2,6 +2,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <fstream>
@@ -10,12 +11,12 @@
 #include <tuple>
 #include <vector>
 
-// A folder name of the running test's own.
+// A folder name of the running test's own, also beside another run of the tests.
 inline std::string testFolder() {
     const testing::TestInfo* test = testing::UnitTest::GetInstance()->current_test_info();
     std::string name = std::string(test->test_suite_name()) + "-" + test->name();
     std::replace(name.begin(), name.end(), '/', '-');
-    return testing::TempDir() + "vex-" + name;
+    return testing::TempDir() + "vex-" + name + "-" + std::to_string(getpid());
 }
 
 // The rows of a table in tests/data, but for its comments.
