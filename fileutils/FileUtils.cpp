@@ -45,7 +45,7 @@ std::string FileUtils::getFolderPath(std::string path) {
     if (path.empty() || stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode)) {
         const char* folder = dirname(path.data());
         // Some libraries have none of a path that is longer than what they can hold.
-        return folder != nullptr ? folder : path.substr(0, path.rfind('/'));
+        return folder != nullptr ? folder : path.substr(0, path.rfind('/') + 1) + ".";
     }
     if (path.back() == '/') {
         path.pop_back();

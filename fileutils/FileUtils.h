@@ -30,7 +30,7 @@ class FileUtils {
     static int writeToFile(std::string path, const unsigned char* buffer, int size);
 
     // Writes height rows of width pixels with that many 8-bit components, rows packed, the top
-    // row first, in place of what the file held. 1, or 0 on failure.
+    // row first, in place of what the file held. 1, or 0 after one log line.
     static int writeToPNG(std::string path, int width, int height, const unsigned char* pixels,
                           int components);
 

@@ -261,7 +261,8 @@ TEST_F(ConvertFileTest, AnyFailingCallLosesNothingElse) {
 
 TEST_F(ConvertFileTest, FailingFileCallsHaveOrderlyResults) {
     mPlatform.failCall = "dirname";
-    EXPECT_EQ(FileUtils::getFolderPath("/long/file"), "/long");
+    EXPECT_EQ(FileUtils::getFolderPath("/long/file"), "/long/.");
+    EXPECT_EQ(FileUtils::getFolderPath("file"), ".");
     mPlatform.failCall = "readdir";
     Lines list;
     FileUtils::getFilePathsInDirectory(mFolder, list);
