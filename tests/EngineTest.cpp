@@ -1,5 +1,6 @@
 // The host's blit engine: layouts, color arithmetic, and jobs that don't fit their buffers.
 #include <PxAsyncBlitStream.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -7,6 +8,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <fstream>
 #include <memory>
 #include <random>
 
@@ -276,6 +278,45 @@ TEST(Engine, RefusesWhatItCannotDo) {
     }
     Frame frame(C::NV12, 16, 16);
     EXPECT_EQ(convert(frame, 0, frame, 0), -1) << "one buffer";
+}
+
+int mappedBuffers() {
+    std::ifstream maps("/proc/self/maps");
+    int count = 0;
+    for (S line; std::getline(maps, line);) {
+        count += line.find("/memfd:vex_mm") != S::npos;
+    }
+    return count;
+}
+
+// A source that can't be read shows whether the engine maps it anew.
+TEST(Engine, MapsOnlyWhatNobodyHasMappedAndOnlyForTheJob) {
+    for (const int side : {16, 1024, 1920}) {
+        const int size = side * side * 3 / 2;
+        DmabufMemory src(size, -1);
+        DmabufMemory dst(size, -1);
+        const int writeOnly =
+            open(("/proc/self/fd/" + std::to_string(src.getFd())).c_str(), O_WRONLY | O_CLOEXEC);
+        const auto run = [&](int fd) {
+            return ColorConvert().convertFrame(
+                {{C::NV12, 0, side, side, fd}, {C::NV12, 0, side, side, dst.getFd()}});
+        };
+        EXPECT_EQ(run(src.getFd()), 0);
+        EXPECT_EQ(mappedBuffers(), 0) << "by the engine";
+        EXPECT_EQ(run(writeOnly), -1);
+        void* part = mmap(nullptr, 4096, PROT_READ, MAP_SHARED, src.getFd(), 0);
+        EXPECT_EQ(run(writeOnly), side == 16 ? 0 : -1) << "mapped in part";
+        munmap(part, 4096);
+        EXPECT_EQ(run(writeOnly), -1) << "mapped no longer";
+        src.data();
+        EXPECT_EQ(run(writeOnly), 0) << "mapped by its owner";
+        void* readOnly =
+            mmap(nullptr, static_cast<size_t>(size), PROT_READ, MAP_SHARED, dst.getFd(), 0);
+        EXPECT_EQ(run(writeOnly), 0) << "a destination that only its owner reads";
+        EXPECT_EQ(mappedBuffers(), 2);
+        munmap(readOnly, static_cast<size_t>(size));
+        close(writeOnly);
+    }
 }
 
 // Jobs with any numbers: refused or done, and never a byte beyond the frame.

@@ -34,22 +34,15 @@ int fillWithZeros(int file, size_t size) {
 void useLargePages(int file, size_t size) {
     constexpr size_t LARGE = 2 << 20;
     constexpr int COLLAPSE = 25;  // MADV_COLLAPSE, since Linux 6.1
+    const size_t whole = (size + LARGE - 1) / LARGE * LARGE;
     if (size < LARGE / 2) {
         return;
     }
-    // A large page wants its own alignment in memory.
-    const size_t whole = (size + LARGE - 1) / LARGE * LARGE;
-    void* room = mmap(nullptr, whole + LARGE, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (room == MAP_FAILED) {
-        return;
-    }
-    const size_t start = LARGE - reinterpret_cast<uintptr_t>(room) % LARGE;
-    void* mapping = mmap(static_cast<char*>(room) + start, whole, PROT_READ | PROT_WRITE,
-                         MAP_SHARED | MAP_FIXED, file, 0);
+    void* mapping = mmap(nullptr, whole, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
     if (mapping != MAP_FAILED) {
         madvise(mapping, whole, COLLAPSE);
+        munmap(mapping, whole);
     }
-    munmap(room, whole + LARGE);
 }
 
 // The file opened anew. A lease looks at who opened a file, and memfd_create doesn't count as that.

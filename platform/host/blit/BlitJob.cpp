@@ -8,7 +8,6 @@
 #include <climits>
 #include <cstring>
 #include <new>
-#include <string>
 
 #define LOG(level, ...) __android_log_print(ANDROID_LOG_##level, "PxAsyncBlitStream", __VA_ARGS__)
 
@@ -170,9 +169,8 @@ int BlitJob::run(const JobSide& src, const JobSide& dst) {
 }
 
 int BlitJob::mapAndConvert(Frame& src, Frame& dst) {
-    const std::string maps = readMaps();
-    const BufferMapping srcMapping(maps, src.buffer, false);
-    const BufferMapping dstMapping(maps, dst.buffer, true);
+    const BufferMapping srcMapping(src.buffer, false);
+    const BufferMapping dstMapping(dst.buffer, true);
     src.data = srcMapping.data();
     dst.data = dstMapping.data();
     if (src.data == nullptr || dst.data == nullptr) {

@@ -1,32 +1,19 @@
 // The bytes of a device buffer while a job runs.
 #pragma once
 
-#include <sys/types.h>
-
 #include <cstddef>
 #include <cstdint>
-#include <string>
+
+#include "../libc/Mappings.h"
 
 namespace host {
-
-// A device buffer that a job works on.
-struct BufferId {
-    int fd;  // the caller's
-    dev_t device;
-    ino_t inode;
-    int64_t size;  // bytes
-};
-
-// The process's mappings, as /proc/self/maps lists them.
-std::string readMaps();
 
 // Uses the mapping that the process has of the buffer already, as its owner does that fills or
 // reads it: to map a frame a second time takes about as long as to convert it, and counts its
 // memory twice. Without one the buffer is mapped, until destruction.
 class BufferMapping {
   public:
-    // maps: from readMaps, not older than the mappings in it.
-    BufferMapping(const std::string& maps, const BufferId& buffer, bool writable);
+    BufferMapping(const BufferId& buffer, bool writable);
     ~BufferMapping();
     BufferMapping(const BufferMapping&) = delete;
     BufferMapping& operator=(const BufferMapping&) = delete;

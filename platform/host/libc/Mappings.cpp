@@ -1,0 +1,93 @@
+#include "Mappings.h"
+
+#include <sys/mman.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <array>
+
+extern "C" {
+void* __real_mmap(void* address, size_t length, int prot, int flags, int fd, off_t offset);
+int __real_munmap(void* address, size_t length);
+}
+
+namespace {
+
+constexpr size_t LARGE_PAGE = 2 << 20;
+
+struct Mapping {
+    uint8_t* start;
+    size_t size;
+    int protection;
+    dev_t device;
+    ino_t inode;
+};
+
+// More than a conversion makes; one that finds no place isn't noted.
+std::array<Mapping, 8> mappings;
+
+void note(void* start, size_t size, int protection, int fd) {
+    auto* free = std::find_if(mappings.begin(), mappings.end(),
+                              [](const Mapping& mapping) { return mapping.start == nullptr; });
+    struct stat status = {};
+    if (free != mappings.end() && fstat(fd, &status) == 0) {
+        *free = {static_cast<uint8_t*>(start), size, protection, status.st_dev, status.st_ino};
+    }
+}
+
+void forget(const void* address, size_t length) {
+    const auto* start = static_cast<const uint8_t*>(address);
+    for (Mapping& mapping : mappings) {
+        if (mapping.start < start + length && start < mapping.start + mapping.size) {
+            mapping = {};
+        }
+    }
+}
+
+// A free address for that many bytes where large pages fit, or null.
+void* roomForLargePages(size_t length) {
+    void* room =
+        __real_mmap(nullptr, length + LARGE_PAGE, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (room == MAP_FAILED) {
+        return nullptr;
+    }
+    __real_munmap(room, length + LARGE_PAGE);
+    return static_cast<uint8_t*>(room) + LARGE_PAGE -
+           reinterpret_cast<uintptr_t>(room) % LARGE_PAGE;
+}
+
+}  // namespace
+
+namespace host {
+
+uint8_t* findMapping(const BufferId& buffer, bool writable) {
+    const int wanted = writable ? PROT_READ | PROT_WRITE : PROT_READ;
+    const auto* found = std::find_if(mappings.begin(), mappings.end(), [&](const Mapping& mapping) {
+        return mapping.device == buffer.device && mapping.inode == buffer.inode &&
+               mapping.size >= static_cast<size_t>(buffer.size) &&
+               (mapping.protection & wanted) == wanted;
+    });
+    return found == mappings.end() ? nullptr : found->start;
+}
+
+}  // namespace host
+
+extern "C" {
+
+void* __wrap_mmap(void* address, size_t length, int prot, int flags, int fd, off_t offset) {
+    const bool whole = address == nullptr && fd >= 0 && offset == 0 && (flags & MAP_SHARED) != 0;
+    if (whole && length >= LARGE_PAGE) {
+        address = roomForLargePages(length);
+    }
+    void* start = __real_mmap(address, length, prot, flags, fd, offset);
+    if (whole && start != MAP_FAILED) {
+        note(start, length, prot, fd);
+    }
+    return start;
+}
+
+int __wrap_munmap(void* address, size_t length) {
+    forget(address, length);
+    return __real_munmap(address, length);
+}
+}
