@@ -239,6 +239,7 @@ TEST(Engine, RgbToRgbaScalesDepthAndAlpha) {
 // Widths and heights down to one, where chroma is short or missing.
 TEST(Engine, OddSizesTakeTheNearestChroma) {
     for (const C::ColorFormat format : {C::NV12, C::P010, C::YUV420P, C::YV12}) {
+        SCOPED_TRACE(colorFormatInfo(format).name);
         for (int size = 0; size < 64; ++size) {
             const int w = 1 + size % 8;
             const int h = 1 + size / 8 + (size % 3) * 31;
@@ -266,6 +267,15 @@ TEST(Engine, OddSizesTakeTheNearestChroma) {
             const uint8_t* last = again.bytes() + again.size - 4;
             EXPECT_NEAR(last[0], kept(c.r * 255, 255), 1) << w << " x " << h;
             EXPECT_NEAR(last[2], kept(c.b * 255, 255), 1) << w << " x " << h;
+            double luma[3];
+            encode(SPACES[3], bits, c, luma);
+            EXPECT_NEAR(changed.sample(static_cast<size_t>(w * h - 1)),
+                        kept(luma[0], (1 << bits) - 1), bits == 8 ? 1 : 2)
+                << w << " x " << h;
+            // The sample that an odd width leaves over has no color to change.
+            const auto leftOver = static_cast<size_t>((h + h / 2) * w - 1);
+            EXPECT_TRUE(w % 2 == 0 || changed.sample(leftOver) == plain.sample(leftOver))
+                << w << " x " << h;
         }
     }
 }
