@@ -274,7 +274,7 @@ TEST(Engine, OddSizesTakeTheNearestChroma) {
                 << w << " x " << h;
             // The sample that an odd width leaves over has no color to change.
             const auto leftOver = static_cast<size_t>((h + h / 2) * w - 1);
-            EXPECT_TRUE(w % 2 == 0 || changed.sample(leftOver) == plain.sample(leftOver))
+            EXPECT_TRUE(w % 2 == 0 || h < 2 || changed.sample(leftOver) == plain.sample(leftOver))
                 << w << " x " << h;
         }
     }
