@@ -1,0 +1,39 @@
+# Completion of VexConverter and make-dump for bash, with or without the package bash-completion.
+# Options, formats and color spaces are those that the tools list themselves.
+
+_vexconverter() {
+    local tool=${1/#\~/$HOME} current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
+    # --option=value comes as three words.
+    if [[ $current == = ]]; then
+        current=''
+    elif [[ $previous == = ]]; then
+        previous=${COMP_WORDS[COMP_CWORD - 2]}
+    fi
+    local lister=${tool%make-dump} words
+    [[ $lister == "$tool" ]] || lister+=VexConverter
+    COMPREPLY=()
+    case $previous in
+        -f | --format | -r | --raw-format)
+            words=$("$lister" --list-formats 2>&1 | awk 'NR > 2 { print $1 }')
+            ;;
+        --colorspace | --input-colorspace | --output-colorspace)
+            words=$("$lister" --list-colorspaces 2>&1 | awk 'NR > 2 { print $1 }')
+            ;;
+        -w | --width | -h | --height | -n | --frames)
+            compopt +o default +o bashdefault
+            return
+            ;;
+        -o | --output)
+            compopt +o default +o bashdefault -o dirnames
+            return
+            ;;
+        *)
+            # What is no option is a file, which the shell itself completes.
+            [[ $current == -* ]] || return
+            words=$("$tool" --help 2>&1 | sed -nE 's/^ *(-[a-z], )?(--[a-z-]+).*/\2/p')
+            ;;
+    esac
+    mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
+} 2>/dev/null
+
+complete -o bashdefault -o default -F _vexconverter VexConverter make-dump
