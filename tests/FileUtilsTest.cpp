@@ -98,6 +98,7 @@ TEST_F(FileUtilsTest, WritingAppends) {
     const auto* text = reinterpret_cast<const unsigned char*>("abcdef");
     EXPECT_EQ(FileUtils::writeToFile(mFolder + "/out/x", text, 6), 6);
     EXPECT_EQ(FileUtils::writeToFile(mFolder + "/out/x", text, 2), 2);
+    EXPECT_EQ(FileUtils::writeToFile(mFolder + "/out/x", text, 0), 0);
     EXPECT_EQ(read("out/x"), "abcdefab");
     EXPECT_EQ(FileUtils::writeToFile(mFolder, text, 2), -EISDIR);
     EXPECT_EQ(takeLog(), mLogTag + "writeToFile: Failed to open file: " + mFolder +

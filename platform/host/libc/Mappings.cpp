@@ -75,12 +75,12 @@ uint8_t* findMapping(const BufferId& buffer, bool writable) {
 extern "C" {
 
 void* __wrap_mmap(void* address, size_t length, int prot, int flags, int fd, off_t offset) {
-    const bool whole = address == nullptr && fd >= 0 && offset == 0 && (flags & MAP_SHARED) != 0;
-    if (whole && length >= LARGE_PAGE) {
+    const bool buffer = (flags & MAP_SHARED) != 0 && offset == 0;
+    if (buffer && address == nullptr && length >= LARGE_PAGE) {
         address = roomForLargePages(length);
     }
     void* start = __real_mmap(address, length, prot, flags, fd, offset);
-    if (whole && start != MAP_FAILED) {
+    if (buffer && start != MAP_FAILED) {
         note(start, length, prot, fd);
     }
     return start;
