@@ -57,6 +57,7 @@ class RoundTrip : public ToolTest, public testing::WithParamInterface<int> {
 };
 
 TEST_P(RoundTrip, GivesTheRawFramesBack) {
+    SCOPED_TRACE(colorFormatInfo(format()).name);
     const bool separate = C::isSeparate(format());
     const auto smallest = C::getDefaultAlignedSize(1, 1, format());
     for (const auto& [w, h] :
@@ -77,9 +78,9 @@ TEST_P(RoundTrip, GivesTheRawFramesBack) {
                 all += read("out/" + name);
             }
             const std::string raw = read("raw");
-            const auto differ = std::mismatch(all.begin(), all.end(), raw.begin(), raw.end());
-            EXPECT_TRUE(all == raw) << colorFormatInfo(format()).name << ", " << w << " x " << h
-                                    << ": byte " << differ.first - all.begin();
+            ASSERT_EQ(all.size(), raw.size()) << w << " x " << h;
+            EXPECT_EQ(firstDifference(all.data(), raw.data(), raw.size()), raw.size())
+                << w << " x " << h;
             EXPECT_EQ(files("out").size(), outputs);
             EXPECT_EQ(takeLog(), "");
         }

@@ -45,6 +45,7 @@ class DeviceTest : public testing::Test {
 
 TEST_F(DeviceTest, FailingCallLogsItsLineAndLeavesAnEmptyBuffer) {
     for (std::istringstream& row : tableRows("buffer-failures.txt")) {
+        SCOPED_TRACE(row.str());
         std::string kind, size, importFd, call, entry, empty;
         for (std::string* field : {&kind, &size, &importFd, &call, &entry, &empty}) {
             std::getline(row, *field, ';');
@@ -129,6 +130,7 @@ TEST_F(DeviceTest, ProfilesOfColorSpaces) {
     profiles.emplace_back("0");
     ColorConvert converter;
     for (size_t i = 0; i < profiles.size(); ++i) {
+        SCOPED_TRACE("color space " + std::to_string(static_cast<int>(i) - 1));
         const size_t other = profiles.size() - 1 - i;
         auto config = blockToPicture();
         config.mSrc.mColorSpace = static_cast<int>(i) - 1;
