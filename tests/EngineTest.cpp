@@ -7,10 +7,11 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <fstream>
 #include <memory>
 #include <random>
 
-#include "ToolRun.h"
+#include "TestFiles.h"
 #include "blit/ColorMatrix.h"
 #include "blit/Layout.h"
 #include "color/Catalogue.h"
@@ -290,34 +291,6 @@ TEST(Engine, RefusesWhatItCannotDo) {
     }
     Frame frame(C::NV12, 16, 16);
     EXPECT_EQ(convert(frame, 0, frame, 0), -1) << "one buffer";
-}
-
-class EngineLog : public ToolTest {
-  protected:
-    EngineLog() { setenv("VEX_HOST_LOG", (mFolder + "/log").c_str(), 1); }
-    ~EngineLog() override { setenv("VEX_HOST_LOG", "/dev/null", 1); }
-};
-
-// At the first and last byte of a header and on both sides of it.
-TEST_F(EngineLog, WarnsOfHeadersThatAreNotZero) {
-    for (const auto& [name, w, h, yBody, yBodyAt, yHeader, yHeaderAt, cBody, cBodyAt, cHeader,
-                      cHeaderAt] :
-         table<S, int, int, int, int, int, int, int, int, int, int>("parts.txt")) {
-        for (const int place :
-             {yHeaderAt - 1, yHeaderAt, yHeaderAt + yHeader - 1, yHeaderAt + yHeader, cHeaderAt - 1,
-              cHeaderAt, cHeaderAt + cHeader - 1, cHeaderAt + cHeader}) {
-            Frame src(C::getColorFormatFromStr(name), w, h);
-            Frame dst(C::getDefaultOutputFormat(src.format), w, h);
-            if (place >= src.size || h % 64 != 0) {  // beyond, or no whole number of blocks
-                continue;
-            }
-            src.bytes()[place] = 1;
-            ASSERT_EQ(convert(src, 0, dst, 0), 0);
-            const bool header = (place >= yHeaderAt && place < yHeaderAt + yHeader) ||
-                                (place >= cHeaderAt && place < cHeaderAt + cHeader);
-            EXPECT_EQ(takeLog().empty(), !header) << name << ", byte " << place;
-        }
-    }
 }
 
 int mappedBuffers() {

@@ -53,24 +53,6 @@ TEST_F(FileUtilsTest, Paths) {
     }
 }
 
-TEST_F(FileUtilsTest, FolderListing) {
-    write("out/b", "");
-    write("out/.hidden", "");
-    fs::create_symlink("nowhere", mFolder + "/out/broken");
-    fs::create_directory(mFolder + "/out/sub");
-    for (const std::string folder : {"/out", "/out/"}) {
-        std::vector<std::string> list = {"first"};
-        FileUtils::getFilePathsInDirectory(mFolder + folder, list);
-        std::sort(list.begin() + 1, list.end());
-        EXPECT_EQ(list, (std::vector<std::string>{"first", mFolder + "/out/.hidden",
-                                                  mFolder + "/out/b"}));
-        FileUtils::getFilePathsInDirectory(mFolder + "/missing", list);
-        EXPECT_EQ(list.size(), 3U);
-        EXPECT_EQ(takeLog(), mLogTag + "FileUtils::getFilePathsInDirectory failed to opendir " +
-                                 mFolder + "/missing\n");
-    }
-}
-
 TEST_F(FileUtilsTest, ReadsFramesAtTheirOffsets) {
     std::string text;
     for (int i = 0; i < 1000; ++i) {

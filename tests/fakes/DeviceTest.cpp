@@ -211,6 +211,19 @@ TEST_F(ConvertFileTest, ReleasesConverterThenDestinationThenSource) {
               "munmap(24) close() close() ion_free() ion_close()");
 }
 
+TEST_F(ConvertFileTest, DescriptorOneIsAsGoodAsAny) {
+    for (int n = 0; n < 20; ++n) {
+        SCOPED_TRACE(n);
+        mPlatform = FakePlatform();
+        mPlatform.ion = n < 10;
+        mPlatform.lowest = n % 10;
+        convert();
+        EXPECT_EQ(mPlatform.held, std::multiset<std::string>());
+        EXPECT_EQ(mPlatform.log, Lines());
+        EXPECT_EQ(outputSize(), 24U * 3 * static_cast<size_t>(n + 1));
+    }
+}
+
 TEST_F(ConvertFileTest, FailedFrameIsLeftOutAndTheOthersFollow) {
     mPlatform.failCall = "invalidate";
     mPlatform.failOccurrence = 2;
@@ -268,9 +281,11 @@ TEST_F(ConvertFileTest, FailingFileCallsHaveOrderlyResults) {
     mPlatform.failCall = "readdir";
     Lines list;
     FileUtils::getFilePathsInDirectory(mFolder, list);
-    EXPECT_EQ(mPlatform.log, Lines{"VexConverter-FileUtils: FileUtils::getFilePathsInDirectory "
-                                   "failed to readdir " +
-                                   mFolder + ", errno: 5, Input/output error"});
+    FileUtils::getFilePathsInDirectory("missing", list);
+    const std::string start =
+        "VexConverter-FileUtils: FileUtils::getFilePathsInDirectory failed to ";
+    EXPECT_EQ(mPlatform.log, (Lines{start + "readdir " + mFolder + ", errno: 5, Input/output error",
+                                    start + "opendir missing"}));
     // From where the position is.
     mPlatform.failCall = "fseeko";
     unsigned char bytes[100] = {};

@@ -21,7 +21,6 @@ FakePlatform* fakePlatform = nullptr;
 namespace {
 
 unsigned char memory[1 << 16];
-int lastFd = FIRST_FAKE_FD;
 
 template <typename... Values>
 std::string list(Values... values) {
@@ -41,13 +40,19 @@ int result(const std::string& name, const std::string& arguments = "") {
 }
 
 int openFd() {
-    fakePlatform->held.insert("fd " + std::to_string(++lastFd));
-    return lastFd;
+    static int last = FIRST_FAKE_FD;
+    const int fd = ++fakePlatform->opened == fakePlatform->lowest ? 1 : ++last;
+    fakePlatform->held.insert("fd " + std::to_string(fd));
+    return fd;
+}
+
+bool isFake(int fd) {
+    return fd >= FIRST_FAKE_FD || fakePlatform->held.count("fd " + std::to_string(fd)) != 0;
 }
 
 int openHandle() {
-    fakePlatform->held.insert("handle 7");
-    return 7;
+    fakePlatform->held.insert("handle 1");
+    return 1;
 }
 
 // Notes a call that hands something out.
@@ -158,7 +163,7 @@ int __real_dup(int fd);
 int __real_close(int fd);
 
 void* __wrap_mmap(void* address, size_t length, int prot, int flags, int fd, off_t offset) {
-    if (fd < FIRST_FAKE_FD) {
+    if (!isFake(fd)) {
         return __real_mmap(address, length, prot, flags, fd, offset);
     }
     const bool mapped = result("mmap", list(length, prot, flags, offset)) == 0;
@@ -185,12 +190,10 @@ int __wrap_fseeko(FILE* file, off_t offset, int whence) {
     return failCall("fseeko") ? -1 : __real_fseeko(file, offset, whence);
 }
 
-int __wrap_dup(int fd) {
-    return fd < FIRST_FAKE_FD ? __real_dup(fd) : result("dup") == 0 ? openFd() : -1;
-}
+int __wrap_dup(int fd) { return !isFake(fd) ? __real_dup(fd) : result("dup") == 0 ? openFd() : -1; }
 
 int __wrap_close(int fd) {
-    if (fd < FIRST_FAKE_FD) {
+    if (!isFake(fd)) {
         return __real_close(fd);
     }
     fakePlatform->calls.emplace_back("close()");

@@ -16,6 +16,8 @@ struct FakePlatform {
     int failOccurrence = 0;  // only that one of them, from 1; 0 for all
     int failStatus = -5;     // what a failed call of the blit library or of ION returns
     int statusOnly = 0;      // status of createJob beside a good fence
+    int lowest = 0;          // the descriptor, counted from 1, that gets the lowest good number
+    int opened = 0;          // descriptors so far
 
     // Calls that can fail so far.
     int canFail() const { return mCanFail; }
