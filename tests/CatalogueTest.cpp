@@ -92,15 +92,7 @@ TEST(Catalogue, TablesOfTheTestsHoldEveryFormat) {
 TEST(Geometry, AlignedSizes) {
     EXPECT_EQ(C::getDefaultAlignedSize(1920, 1080, C::UNKNOWN), std::pair(0, 0));
     EXPECT_EQ(C::getDefaultAlignedSize(INT32_MAX, 1, C::NV12), std::pair(-1, 2));
-    const std::tuple<int, int, int64_t> roundings[] = {{1080, 32, 1088},
-                                                       {7, 2, 8},
-                                                       {5, 1, 5},
-                                                       {5, 0, 0},
-                                                       {5, -2, 2},
-                                                       {2, INT32_MIN, 0},
-                                                       {INT32_MAX, 2, 2147483648},
-                                                       {INT32_MAX, INT32_MAX, INT32_MAX}};
-    for (const auto& [value, to, up] : roundings) {
+    for (const auto& [value, to, up] : table<int, int, int64_t>("roundings.txt")) {
         EXPECT_EQ(C::roundUp(value, to), up) << value << ", " << to;
     }
 }

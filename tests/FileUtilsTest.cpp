@@ -30,22 +30,10 @@ TEST_F(FileUtilsTest, Paths) {
     fs::resize_file(mFolder + "/largest", 0x7FFFFFFFU);
     fs::create_symlink("a.yuv", mFolder + "/link");
     fs::create_symlink("nowhere", mFolder + "/broken");
-    // A file, a directory or neither.
-    const std::tuple<std::string, char, int, std::string> cases[] = {
-        {"", '-', 0, "."},
-        {"missing.yuv", '-', 0, "."},
-        {"/missing", '-', 0, "/"},
-        {"/", 'd', -1, ""},
-        {mFolder, 'd', -1, mFolder},
-        {mFolder + "/", 'd', -1, mFolder},
-        {mFolder + "//", 'd', -1, mFolder + "/"},
-        {mFolder + "/a.yuv", 'f', 5, mFolder},
-        {mFolder + "/link", 'f', 5, mFolder},
-        {mFolder + "/broken", '-', 0, mFolder},
-        {mFolder + "/missing/", '-', 0, mFolder},
-        {mFolder + "/large", 'f', -EFBIG, mFolder},
-        {mFolder + "/largest", 'f', 0x7FFFFFFF, mFolder}};
-    for (const auto& [path, kind, size, folder] : cases) {
+    for (auto [path, kind, size, folder] : table<S, char, int, S>("paths.txt")) {
+        for (std::string* text : {&path, &folder}) {
+            *text = *text == "none" ? "" : (*text)[0] == '~' ? mFolder + text->substr(1) : *text;
+        }
         EXPECT_EQ(FileUtils::isFile(path), kind == 'f') << path;
         EXPECT_EQ(FileUtils::isDirectory(path), kind == 'd') << path;
         EXPECT_EQ(FileUtils::getFolderPath(path), folder) << path;
