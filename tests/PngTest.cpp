@@ -112,6 +112,9 @@ TEST_F(PngTest, RefusesOnlyWhatTheEncoderCannotCount) {
     for (const int none : {0, -1}) {
         EXPECT_EQ(write(none, 5, pixels) + write(5, none, pixels), 0);
     }
+    for (const int components : {0, 5}) {
+        EXPECT_EQ(FileUtils::writeToPNG(mPath, 1, 1, pixels, components), 0);
+    }
     // What is far below is written.
     const size_t size = size_t{16384} * 8192 * 4;
     void* sparse = mmap(nullptr, size, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);

@@ -86,7 +86,8 @@ TEST_F(DeviceTest, BufferCallsAndArguments) {
              " FreeDmabufHeapBufferAllocator()"},
         {false, FOREIGN_FD, "dup() " + mapping}};
     for (const auto& [ion, importFd, calls] : cases) {
-        mPlatform.calls.clear();
+        mPlatform = FakePlatform();
+        mPlatform.lowest = importFd == FOREIGN_FD ? 1 : 0;
         {
             const auto buffer = make(ion, 64, importFd);
             EXPECT_NE(buffer->getFd(), FOREIGN_FD);
