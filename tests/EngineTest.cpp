@@ -315,8 +315,8 @@ TEST(Engine, MapsOnlyWhatNobodyHasMappedAndOnlyForTheJob) {
                 {{C::NV12, 0, side, side, fd}, {C::NV12, 0, side, side, dst.getFd()}});
         };
         EXPECT_EQ(run(src.getFd()), 0);
-        EXPECT_EQ(mappedBuffers(), 0) << "by the engine";
-        EXPECT_EQ(run(writeOnly), -1);
+        EXPECT_EQ(mappedBuffers(), 0) << "the engine's munmap";
+        EXPECT_EQ(run(writeOnly), -1) << "the engine's mmap fails";
         void* part = mmap(nullptr, 4096, PROT_READ, MAP_SHARED, src.getFd(), 0);
         EXPECT_EQ(run(writeOnly), side == 16 ? 0 : -1) << "mapped in part";
         munmap(part, 4096);

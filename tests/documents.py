@@ -26,7 +26,8 @@ def run(*command, **options):
 def formats_are_listed():
     names = [line.split()[0] for line in run(tool, "--list-formats").stderr.splitlines()[2:]]
     schema = json.loads(text("config/format-rules.schema.json"))
-    assert schema["definitions"]["colorFormat"]["enum"] == names, "the schema's color formats"
+    allowed = schema["definitions"]["colorFormat"]["enum"]
+    assert allowed == names, f"the schema's color formats: {set(allowed) ^ set(names)}"
     facts = [row.split() for row in text("tests/data/formats.txt").splitlines() if row[0] != "#"]
     extensions = {row[0]: row[2] for row in facts}
     expected = [[row[0], f"{row[3]} × {row[4]}", row[1], extensions[row[1]]] for row in facts]
@@ -57,7 +58,7 @@ def rules_and_example_fit_the_schema():
     rules.validate(json.loads(example))
     # What the loader refuses, and the 1 for true, which it takes but nobody should write.
     for good, bad in (('"Pattern"', '"x"'), ('"Name": "', '"Name": 7, "x": "'), ('"YBody"', '"x"'), ("true", "1")):
-        assert not rules.is_valid(json.loads(example.replace(good, bad))), bad
+        assert not rules.is_valid(json.loads(example.replace(good, bad))), f"{bad} for {good}"
 
 
 formats_are_listed()

@@ -64,8 +64,8 @@ for source in spaces:
             places = [(16 * i + 8, line) for line in (28, 40) for i in range(8)]
             seen = [sample for place in places for sample in picture.getpixel(place)[:3]]
         wrong = worst(seen, [sample for color in bars + grays for sample in color])
-        assert (wrong <= 3) == (source == other), f"a picture of {source} read as {other}: {wrong} off"
+        assert (wrong <= 3) == (source == other), f"a picture of {source}, --input-colorspace {other}: {wrong} off"
         output = converted(source, other, "--input-colorspace", source, "--output-colorspace", other)
         wrong = worst(samples(output), samples(cards[other]))
         output.unlink()
-        assert wrong <= 2, f"{source} to {other}: {wrong} off"
+        assert wrong <= 2, f"{source}, --output-colorspace {other}: {wrong} off"
