@@ -7,7 +7,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <map>
 #include <regex>
 #include <sstream>
 #include <string>
@@ -70,16 +69,5 @@ class ToolTest : public testing::Test {
         }
         return entries;
     }
-    // Names and sizes of the files in a folder.
-    std::map<std::string, uintmax_t> files(const std::string& folder) const {
-        std::map<std::string, uintmax_t> sizes;
-        for (const auto& entry : std::filesystem::directory_iterator(mFolder + "/" + folder)) {
-            if (entry.is_regular_file()) {
-                sizes[entry.path().filename()] = entry.file_size();
-            }
-        }
-        return sizes;
-    }
-
     const std::string mFolder = testFolder();
 };

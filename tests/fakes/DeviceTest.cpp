@@ -84,16 +84,20 @@ TEST_F(DeviceTest, BufferCallsAndArguments) {
         {false, -1,
          "CreateDmabufHeapBufferAllocator() DmabufHeapAlloc(vex_mm-uncached, 64, 0, 0) " + mapping +
              " FreeDmabufHeapBufferAllocator()"},
-        {false, FOREIGN_FD, "dup() " + mapping}};
+        {false, FOREIGN_FD, "dup() " + mapping},
+        {false, 1, "dup() " + mapping}};
     for (const auto& [ion, importFd, calls] : cases) {
         mPlatform = FakePlatform();
         mPlatform.lowest = importFd == FOREIGN_FD ? 1 : 0;
+        mPlatform.held.insert(importFd == 1 ? "fd 1" : "");
         {
             const auto buffer = make(ion, 64, importFd);
             EXPECT_NE(buffer->getFd(), FOREIGN_FD);
             EXPECT_EQ(buffer->data(), buffer->data());
         }
         EXPECT_EQ(joined(mPlatform.calls), calls);
+        EXPECT_EQ(mPlatform.held.size(), 1U);
+        mPlatform.held.clear();
     }
     IonMemory released(64, -1);
     released.release();
