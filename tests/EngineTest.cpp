@@ -1,6 +1,7 @@
 // The host's blit engine: layouts, color arithmetic, and jobs that don't fit their buffers.
 #include <PxAsyncBlitStream.h>
 #include <fcntl.h>
+#include <sync/sync.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -392,6 +393,7 @@ TEST(Engine, AnyJobStaysInsideItsBuffers) {
         const bool converted = stream.invalidate(&now) == 0;
         done += converted;
         EXPECT_FALSE(converted && cropped != 0) << "only whole frames";
+        EXPECT_EQ(sync_wait(fence, 0), converted ? 0 : -1);
         close(fence);
         EXPECT_EQ(std::count(buffers[1]->data() + end, buffers[1]->data() + sizes[1], 0xA5),
                   sizes[1] - end);
