@@ -2,7 +2,6 @@
 #include <stdlib.h>
 
 #include <algorithm>
-#include <map>
 #include <set>
 #include <tuple>
 

@@ -1,7 +1,6 @@
 // Device buffers, the blit job and a file's conversion, against a platform that fails on demand.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <memory>

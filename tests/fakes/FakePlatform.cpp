@@ -8,7 +8,6 @@
 #include <dirent.h>
 #include <ion/ion.h>
 #include <ion/ion_vex.h>
-#include <stdlib.h>
 #include <sync/sync.h>
 #include <sys/mman.h>
 
