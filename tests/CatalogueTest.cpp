@@ -15,11 +15,8 @@ using C = ColorConvert;
 using Parts = std::vector<std::pair<int, int>>;
 
 TEST(Catalogue, Names) {
-    const std::pair<const char*, int> formats[] = {
-        {"NV12", C::NV12},           {"nv12", 0},     {"NV12 ", 0}, {"NV1", 0}, {"", 0},
-        {"NV12_Lumo", C::NV12_LUMO}, {"NV12_LUMO", 0}};
-    for (const auto& [name, format] : formats) {
-        EXPECT_EQ(C::getColorFormatFromStr(name), format) << name;
+    for (const char* name : {"nv12", "NV12 ", "NV1", "", "NV12_LUMO"}) {
+        EXPECT_EQ(C::getColorFormatFromStr(name), C::UNKNOWN) << name;
     }
     int value = 0;
     for (const auto& [name] : table<S>("spaces.txt")) {

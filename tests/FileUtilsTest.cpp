@@ -19,7 +19,6 @@ class FileUtilsTest : public ToolTest {
   protected:
     FileUtilsTest() { setenv("VEX_HOST_LOG", (mFolder + "/log").c_str(), 1); }
     ~FileUtilsTest() override { setenv("VEX_HOST_LOG", "/dev/null", 1); }
-    const std::string mLogTag = "E VexConverter-FileUtils: ";
 };
 
 TEST_F(FileUtilsTest, Paths) {
@@ -60,19 +59,8 @@ TEST_F(FileUtilsTest, ReadsFramesAtTheirOffsets) {
         EXPECT_EQ(buffer, expected + std::string(1000 - expected.size(), 'e'));
     }
     EXPECT_EQ(FileUtils::readFromFile(mFolder + "/no\nfile", nullptr, 1, 0, 0), -ENOENT);
-    EXPECT_EQ(takeLog(), mLogTag + "readFromFile: Failed to open file: " + mFolder +
+    EXPECT_EQ(takeLog(), "E VexConverter-FileUtils: readFromFile: Failed to open file: " + mFolder +
                              "/no\\nfile, errno: 2, No such file or directory\n");
-}
-
-TEST_F(FileUtilsTest, WritingAppends) {
-    const auto* text = reinterpret_cast<const unsigned char*>("abcdef");
-    EXPECT_EQ(FileUtils::writeToFile(mFolder + "/out/x", text, 6), 6);
-    EXPECT_EQ(FileUtils::writeToFile(mFolder + "/out/x", text, 2), 2);
-    EXPECT_EQ(FileUtils::writeToFile(mFolder + "/out/x", text, 0), 0);
-    EXPECT_EQ(read("out/x"), "abcdefab");
-    EXPECT_EQ(FileUtils::writeToFile(mFolder, text, 2), -EISDIR);
-    EXPECT_EQ(takeLog(), mLogTag + "writeToFile: Failed to open file: " + mFolder +
-                             ", errno: 21, Is a directory\n");
 }
 
 size_t openDescriptors() {

@@ -10,6 +10,7 @@
 namespace {
 
 TEST(Match, BuiltInRulesAlignAsTheCatalogueDoes) {
+    EXPECT_EQ(FileUtils::parseConfigFile(TEST_DATA "/names.txt"), -1) << "no JSON";
     ASSERT_EQ(FileUtils::parseConfigFile(""), 0);
     for (const FormatConfig& rule : formatConfigs) {
         EXPECT_FALSE(rule.formatPairs.empty()) << rule.name;

@@ -228,6 +228,17 @@ TEST_F(ConvertFileTest, DescriptorOneIsAsGoodAsAny) {
     }
 }
 
+TEST_F(ConvertFileTest, BuffersOfDescriptorZeroAreNone) {
+    for (const int share : {2, 4}) {
+        mPlatform = FakePlatform();
+        mPlatform.ion = true;
+        mPlatform.lowest = share;
+        mPlatform.lowestNumber = 0;
+        EXPECT_NE(convert().find("failed to make the device buffers"), std::string::npos) << share;
+        mPlatform.held.clear();
+    }
+}
+
 TEST_F(ConvertFileTest, FailedFrameIsLeftOutAndTheOthersFollow) {
     mPlatform.failCall = "invalidate";
     mPlatform.failOccurrence = 2;

@@ -40,7 +40,8 @@ int result(const std::string& name, const std::string& arguments = "") {
 
 int openFd() {
     static int last = FIRST_FAKE_FD;
-    const int fd = ++fakePlatform->opened == fakePlatform->lowest ? 1 : ++last;
+    const bool low = ++fakePlatform->opened == fakePlatform->lowest;
+    const int fd = low ? fakePlatform->lowestNumber : ++last;
     fakePlatform->held.insert("fd " + std::to_string(fd));
     return fd;
 }

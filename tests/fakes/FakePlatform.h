@@ -16,7 +16,8 @@ struct FakePlatform {
     int failOccurrence = 0;  // only that one of them, from 1; 0 for all
     int failStatus = -5;     // what a failed call of the blit library or of ION returns
     int statusOnly = 0;      // status of createJob beside a good fence
-    int lowest = 0;          // the descriptor, counted from 1, that gets the lowest good number
+    int lowest = 0;          // the descriptor, counted from 1, that gets
+    int lowestNumber = 1;    // this number, of which 1 is the least good one
     int opened = 0;          // descriptors so far
 
     // Calls that can fail so far.
