@@ -95,6 +95,7 @@ TEST_F(DeviceTest, BufferCallsAndArguments) {
             EXPECT_EQ(buffer->data(), buffer->data());
         }
         EXPECT_EQ(joined(mPlatform.calls), calls);
+        EXPECT_EQ(mPlatform.log, Lines());
         EXPECT_EQ(mPlatform.held.size(), 1U);
         mPlatform.held.clear();
     }
@@ -184,7 +185,6 @@ TEST_F(DeviceTest, FailedFrameLogsOneLineLeaksNothingAndLeavesTheConverterUsable
 class ConvertFileTest : public DeviceTest {
   protected:
     ConvertFileTest() {
-        std::filesystem::remove_all(mFolder);
         std::filesystem::create_directory(mFolder);
         std::ofstream(mFolder + "/in.yuv") << std::string(3 * 24, 'x');  // 3 frames of NV12 4 x 4
         mJob.inputFormat = mJob.outputFormat = ColorConvert::NV12;
@@ -304,6 +304,8 @@ TEST_F(ConvertFileTest, FailingFileCallsHaveOrderlyResults) {
         "VexConverter-FileUtils: FileUtils::getFilePathsInDirectory failed to ";
     EXPECT_EQ(mPlatform.log, (Lines{start + "readdir " + mFolder + ", errno: 5, Input/output error",
                                     start + "opendir missing"}));
+    mPlatform.failCall = "fseek";
+    EXPECT_EQ(FileUtils::parseConfigFile(mFolder + "/in.yuv"), -1);
     // From where the position is.
     mPlatform.failCall = "fseeko";
     unsigned char bytes[100] = {};

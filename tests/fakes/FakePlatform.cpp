@@ -122,8 +122,7 @@ int ion_map(int /*fd*/, ion_user_handle_t /*handle*/, size_t length, int prot, i
             off_t offset, unsigned char** ptr, int* map_fd) {
     // One that fails has mapped all the same.
     *ptr = openMapping(length);
-    const int status = give("ion_map", list(length, prot, flags, offset), openFd, map_fd);
-    return status;
+    return give("ion_map", list(length, prot, flags, offset), openFd, map_fd);
 }
 int ion_free(int /*fd*/, ion_user_handle_t handle) {
     drop("handle ", static_cast<size_t>(handle));
@@ -184,6 +183,10 @@ char* __wrap_dirname(char* path) { return failCall("dirname") ? nullptr : __real
 dirent* __real_readdir(DIR* directory);
 dirent* __wrap_readdir(DIR* directory) {
     return failCall("readdir") ? nullptr : __real_readdir(directory);
+}
+int __real_fseek(FILE* file, long offset, int whence);
+int __wrap_fseek(FILE* file, long offset, int whence) {
+    return failCall("fseek") ? -1 : __real_fseek(file, offset, whence);
 }
 int __real_fseeko(FILE* file, off_t offset, int whence);
 int __wrap_fseeko(FILE* file, off_t offset, int whence) {
