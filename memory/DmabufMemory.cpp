@@ -24,6 +24,7 @@ DmabufMemory::DmabufMemory(int size, int importFd) {
         mShareFd = dup(mImportFd);
         if (mShareFd <= 0) {
             LOGE("DmabufMemory: failed to dup from importFd: %d", mImportFd);
+            release();
         }
         return;
     }
