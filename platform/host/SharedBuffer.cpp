@@ -12,6 +12,8 @@
 #include <cstdint>
 #include <string>
 
+#include "libc/Mappings.h"
+
 namespace {
 
 // Gives the file its memory, as a device's allocator does: in bulk, which is faster than page by
@@ -32,12 +34,11 @@ int fillWithZeros(int file, size_t size) {
 // Gives the file large pages where the system has them, as a device's heap does: they are mapped
 // and unmapped in a twentieth of the time. Without them the file is as good.
 void useLargePages(int file, size_t size) {
-    constexpr size_t LARGE = 2 << 20;
     constexpr int COLLAPSE = 25;  // MADV_COLLAPSE, since Linux 6.1
-    const size_t whole = (size + LARGE - 1) / LARGE * LARGE;
-    if (size < LARGE / 2) {
+    if (size < host::LARGE_PAGE / 2) {
         return;
     }
+    const size_t whole = (size + host::LARGE_PAGE - 1) / host::LARGE_PAGE * host::LARGE_PAGE;
     void* mapping = mmap(nullptr, whole, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
     if (mapping != MAP_FAILED) {
         madvise(mapping, whole, COLLAPSE);

@@ -88,7 +88,7 @@ TEST_F(DeviceTest, BufferCallsAndArguments) {
     for (const auto& [ion, importFd, calls] : cases) {
         mPlatform = FakePlatform();
         mPlatform.lowest = importFd == FOREIGN_FD ? 1 : 0;
-        mPlatform.held.insert(importFd == 1 ? "fd 1" : "");
+        mPlatform.held = {"fd " + std::to_string(importFd)};  // which stays its owner's
         {
             const auto buffer = make(ion, 64, importFd);
             EXPECT_NE(buffer->getFd(), FOREIGN_FD);

@@ -13,7 +13,7 @@ int __real_munmap(void* address, size_t length);
 
 namespace {
 
-constexpr size_t LARGE_PAGE = 2 << 20;
+using host::LARGE_PAGE;
 
 struct Mapping {
     uint8_t* start;

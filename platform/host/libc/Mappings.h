@@ -3,9 +3,12 @@
 
 #include <sys/types.h>
 
+#include <cstddef>
 #include <cstdint>
 
 namespace host {
+
+constexpr size_t LARGE_PAGE = 2 << 20;  // bytes
 
 // A device buffer that a job works on.
 struct BufferId {
