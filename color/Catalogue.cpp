@@ -1,27 +1,24 @@
 #include "color/Catalogue.h"
 
+#include <algorithm>
 #include <initializer_list>
+#include <iterator>
 
 namespace {
 
 using Buffer = ColorConvert::ColorConvertBuffer;
 
 void setPlanes(Buffer& buffer, std::initializer_list<Size> planes, Size yPitch, Size uvPitch) {
+    std::fill(std::begin(buffer.mPlaneSize), std::end(buffer.mPlaneSize), 0);
     Size total = 0;
-    for (const Size& plane : planes) {
-        total = total + plane;
-    }
-    const bool fits = total.fits() && yPitch.fits() && uvPitch.fits();
     uint32_t count = 0;
     for (const Size& plane : planes) {
-        buffer.mPlaneSize[count++] = fits ? static_cast<uint32_t>(plane.value()) : 0;
+        total = total + plane;
+        buffer.mPlaneSize[count++] = static_cast<uint32_t>(plane.value());
     }
-    for (uint32_t i = count; i < 3; ++i) {
-        buffer.mPlaneSize[i] = 0;
-    }
-    buffer.mYPitch = fits ? yPitch.value() : 0;
-    buffer.mUVPitch = fits ? uvPitch.value() : 0;
-    buffer.mPlaneCount = fits ? count : 0;
+    buffer.mYPitch = yPitch.value();
+    buffer.mUVPitch = uvPitch.value();
+    buffer.mPlaneCount = total.fits() && yPitch.fits() ? count : 0;
 }
 
 void calculateRGB888(Buffer& buffer) {
@@ -163,8 +160,8 @@ using C = ColorConvert;
 // Every row stands at its own value; the rest of a table that is too short would be zeros.
 template <typename Table>
 constexpr bool isInOrder(const Table& table) {
-    for (size_t row = 0; row < table.size(); ++row) {
-        if (static_cast<size_t>(table[row].value) != row) {
+    for (const auto& row : table) {
+        if (&table[static_cast<size_t>(row.value)] != &row) {
             return false;
         }
     }

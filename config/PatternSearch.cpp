@@ -7,6 +7,7 @@
 #include <sys/resource.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstdint>
 #include <exception>
 #include <iterator>
@@ -20,23 +21,24 @@ constexpr uint32_t MAX_STEPS = 10'000'000;
 
 // Bytes of the main thread's stack, which grows as far as the limit, that a search may take. A
 // quarter stays for what the matcher descends between two looks at the name.
-uintptr_t stackBudget() {
+intptr_t stackBudget() {
     constexpr rlim_t MOST = 64 << 20;
     rlimit limit = {MOST, MOST};
     getrlimit(RLIMIT_STACK, &limit);
-    return std::min(MOST, limit.rlim_cur) / 4 * 3;
+    return static_cast<intptr_t>(std::min(MOST, limit.rlim_cur) / 4 * 3);
 }
+
+intptr_t stackPosition() { return reinterpret_cast<intptr_t>(__builtin_frame_address(0)); }
 
 // The bounds of one search, shared by all copies of its iterators.
 struct Budget {
     uint32_t steps = MAX_STEPS;
-    uintptr_t stackStart = reinterpret_cast<uintptr_t>(__builtin_frame_address(0));
-    uintptr_t maxStack = stackBudget();
+    intptr_t stackStart = stackPosition();  // it grows downward
+    intptr_t maxStack = stackBudget();
 
     // Ends a search the way the standard's own matchers end one.
     void charge() {
-        const auto stack = reinterpret_cast<uintptr_t>(__builtin_frame_address(0));
-        if (steps-- == 0 || (stack < stackStart && stackStart - stack > maxStack)) {
+        if (steps-- == 0 || stackStart - stackPosition() > maxStack) {
             throw std::regex_error(std::regex_constants::error_complexity);
         }
     }
@@ -74,9 +76,8 @@ struct PlainTraits : std::regex_traits<char> {
     template <typename Iterator>
     string_type transform_primary(Iterator first, Iterator last) const {
         string_type key(first, last);
-        for (char& c : key) {
-            c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-        }
+        std::transform(key.begin(), key.end(), key.begin(),
+                       [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
         return key;
     }
 };

@@ -9,8 +9,8 @@
 struct PatternSearch {
     // Span of a capture group in the name. A group that took no part has the name's end as offset.
     struct Group {
-        size_t offset = 0;  // bytes
-        size_t length = 0;  // bytes
+        size_t offset;  // bytes
+        size_t length;  // bytes
     };
 
     enum Outcome { FOUND, NOT_FOUND, FAILED };

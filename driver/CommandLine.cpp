@@ -10,13 +10,7 @@
 namespace {
 
 // Values that getopt_long returns for options without a short form.
-enum LongOnly {
-    PNG = 0,
-    INPUT_COLORSPACE = 1,
-    OUTPUT_COLORSPACE = 2,
-    LIST_COLORSPACES = 4,
-    HELP = 5
-};
+enum LongOnly { PNG, INPUT_COLORSPACE, OUTPUT_COLORSPACE, LIST_COLORSPACES = 4, HELP };
 
 constexpr option LONG_OPTIONS[] = {
     {"input", required_argument, nullptr, 'i'},
@@ -32,7 +26,7 @@ constexpr option LONG_OPTIONS[] = {
     {"list-formats", no_argument, nullptr, 'l'},
     {"list-colorspaces", no_argument, nullptr, LIST_COLORSPACES},
     {"help", no_argument, nullptr, HELP},
-    {nullptr, 0, nullptr, 0},
+    {},
 };
 
 void printRow(const char* name, const char* description) {
@@ -101,9 +95,9 @@ void applyOption(int value, CommandLineOptions& options) {
             options.configFilePath = optarg;
             break;
         case 'l':
-            printSupportedInputFormats(0);
+            printSupportedInputFormats(value);
         case LIST_COLORSPACES:
-            printSupportedColorSpaces(0);
+            printSupportedColorSpaces(value);
         case HELP:
             printUsage(0);
         default:
@@ -152,8 +146,10 @@ CommandLineOptions parseCommandLine(int argc, char* argv[]) {
         printUsage(0);
     }
     CommandLineOptions options;
-    int value = 0;
-    while ((value = getopt_long(argc, argv, "i:o:w:h:f:c:l", LONG_OPTIONS, nullptr)) != -1) {
+    const auto next = [&] {
+        return getopt_long(argc, argv, "i:o:w:h:f:c:l", LONG_OPTIONS, nullptr);
+    };
+    for (int value = next(); value != -1; value = next()) {
         applyOption(value, options);
     }
     options.inputPaths.insert(options.inputPaths.end(), argv + optind, argv + argc);

@@ -15,28 +15,26 @@ namespace {
 
 std::shared_ptr<DeviceMemory> makeBuffer(bool ion, int size) {
     if (ion) {
-        return std::make_shared<IonMemory>(size, -1);
+        return std::make_shared<IonMemory>(size, DeviceMemory::NO_FD);
     }
-    return std::make_shared<DmabufMemory>(size, -1);
+    return std::make_shared<DmabufMemory>(size, DeviceMemory::NO_FD);
+}
+
+bool isUsable(DeviceMemory& buffer) {
+    return DeviceMemory::isOpen(buffer.getFd()) && buffer.data() != nullptr;
 }
 
 // '/' and the file's name without folder and extension.
 std::string baseNameOf(const std::string& path) {
-    const size_t slash = path.rfind('/');
-    const size_t start = slash == std::string::npos ? 0 : slash;
-    const size_t dot = path.rfind('.');
-    std::string name = dot == std::string::npos || dot < start ? path.substr(start)
-                                                               : path.substr(start, dot - start);
-    if (name.empty() || name.front() != '/') {
-        name.insert(0, 1, '/');
-    }
-    return name;
+    const size_t start = path.rfind('/') + 1;  // 0 without a '/', since npos is the highest number
+    // Without a dot there, the length is one that reaches beyond the end.
+    return '/' + path.substr(start, path.rfind('.') - start);
 }
 
-// Reads as FileUtils::readFromFile does and clears what a file that is short or can't be read
-// leaves of the size, since a buffer may hold what an earlier file left.
-void fill(unsigned char* buffer, int size, const std::string& path, int stride, int count) {
-    const int bytes = std::max(0, FileUtils::readFromFile(path, buffer, size, stride, count));
+// Reads a file's frame of that size and clears what a file that is short or can't be read leaves of
+// it, since a buffer may hold what an earlier file left.
+void fill(unsigned char* buffer, int size, const std::string& path, int frame) {
+    const int bytes = std::max(0, FileUtils::readFromFile(path, buffer, size, size, frame));
     memset(buffer + bytes, 0, static_cast<size_t>(size - bytes));
 }
 
@@ -65,15 +63,13 @@ class Conversion {
         const bool ion = BufferAllocator::CheckIonSupport();
         mSrc = makeBuffer(ion, mSrcSize);
         mDst = makeBuffer(ion, mDstSize);
-        mSrcFd = mSrc->getFd();
-        mDstFd = mDst->getFd();
         mConverter = std::make_shared<ColorConvert>();
         if (mJob.separate) {
             convertSeparate();
         } else if (fileSize > mSrcSize) {
             convertFrames(mSrcSize == 0 ? 0 : fileSize / mSrcSize);
         } else if (mapBuffers()) {
-            fill(mSrc->data(), mSrcSize, mPath, 0, 0);
+            fill(mSrc->data(), mSrcSize, mPath, 0);
             convertSingle();
         }
     }
@@ -88,7 +84,7 @@ class Conversion {
     }
 
     bool mapBuffers() {
-        if (mSrcFd > 0 && mDstFd > 0 && mSrc->data() != nullptr && mDst->data() != nullptr) {
+        if (isUsable(*mSrc) && isUsable(*mDst)) {
             return true;
         }
         report("failed to make the device buffers");
@@ -109,7 +105,7 @@ class Conversion {
         }
         for (size_t i = 0; i < parts.size(); ++i) {
             const auto [size, offset] = parts[i];
-            fill(mSrc->data() + offset, size, *files[i], 0, 0);
+            fill(mSrc->data() + offset, size, *files[i], 0);
         }
         convertSingle();
     }
@@ -126,7 +122,7 @@ class Conversion {
         }
         for (int i = 0; i < frames; ++i) {
             fprintf(stderr, "\r\033[kProcess: frame #%d of %d", i + 1, frames);
-            fill(mSrc->data(), mSrcSize, mPath, mSrcSize, i);
+            fill(mSrc->data(), mSrcSize, mPath, i);
             if (convert()) {
                 write(mOutputStem +
                       (mOptions.png ? "_frame#" + std::to_string(i + 1) + ".png" : rawEnding()));
@@ -137,8 +133,8 @@ class Conversion {
 
     bool convert() {
         ColorConvert::ColorConvertConfig config;
-        config.mSrc = describe(mJob.inputFormat, mOptions.inputColorSpace, mSrcFd);
-        config.mDst = describe(mJob.outputFormat, mOptions.outputColorSpace, mDstFd);
+        config.mSrc = describe(mJob.inputFormat, mOptions.inputColorSpace, *mSrc);
+        config.mDst = describe(mJob.outputFormat, mOptions.outputColorSpace, *mDst);
         if (mConverter->convertFrame(config) < 0) {
             fprintf(stderr, "Error: failed to convertFrame\n");
             return false;
@@ -147,13 +143,14 @@ class Conversion {
     }
 
     ColorConvert::ColorConvertBuffer describe(ColorConvert::ColorFormat format,
-                                              ColorConvert::ColorSpace space, int fd) const {
+                                              ColorConvert::ColorSpace space,
+                                              DeviceMemory& memory) const {
         ColorConvert::ColorConvertBuffer buffer;
         buffer.mFormat = format;
         buffer.mColorSpace = space;
         buffer.mWidth = mJob.alignedWidth;
         buffer.mHeight = mJob.alignedHeight;
-        buffer.mFd = fd;
+        buffer.mFd = memory.getFd();
         return buffer;
     }
 
@@ -178,8 +175,6 @@ class Conversion {
     // Released in reverse order: converter, destination, source.
     std::shared_ptr<DeviceMemory> mSrc;
     std::shared_ptr<DeviceMemory> mDst;
-    int mSrcFd = -1;
-    int mDstFd = -1;
     std::shared_ptr<ColorConvert> mConverter;
 };
 

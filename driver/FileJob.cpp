@@ -87,7 +87,6 @@ bool getFileJobFromCmdline(const CommandLineOptions& options, FileJob& job) {
     if (!usable) {
         return false;
     }
-    job = FileJob();
     job.inputFormat = options.inputFormat;
     job.outputFormat = outputFormatFor(options.inputFormat, options.png);
     const auto [width, height] =
@@ -113,7 +112,6 @@ ConfigResult getFileJobFromConfig(const std::string& path, const CommandLineOpti
     }
     const ColorConvert::ColorFormat format =
         ColorConvert::getColorFormatFromStr(match->colorFormat);
-    job = FileJob();
     if (!checkMatch(*match, format) || !align(*match, job)) {
         return ConfigResult::FAILED;
     }

@@ -11,6 +11,7 @@
 
 #include "config/DefaultConfig.h"
 #include "config/FormatConfig.h"
+#include "fileutils/File.h"
 #include "fileutils/FileUtils.h"
 
 #define LOGE(...) __android_log_print(ANDROID_LOG_ERROR, "VexConverter-FileUtils", __VA_ARGS__)
@@ -18,11 +19,6 @@
 namespace {
 
 using Json = std::unique_ptr<cJSON, decltype(&cJSON_Delete)>;
-
-struct CloseFile {
-    void operator()(FILE* file) const { fclose(file); }
-};
-using File = std::unique_ptr<FILE, CloseFile>;
 
 struct FreeText {
     void operator()(char* text) const { free(text); }  // NOLINT(*-no-malloc): see readText
@@ -44,25 +40,27 @@ class ObjectReader {
     bool complete() const { return mComplete; }
 
     std::string text(const char* key) {
-        const cJSON* item = find(key);
-        if (item != nullptr && cJSON_IsString(item) == 0) {
+        const cJSON& item = find(key);
+        if (mComplete && cJSON_IsString(&item) == 0) {
             fail(key, "is no string");
         }
-        return mComplete ? item->valuestring : "";
+        return mComplete ? item.valuestring : "";
     }
 
-    int number(const char* key) {
-        const cJSON* item = find(key);
-        return mComplete ? item->valueint : 0;
-    }
+    int number(const char* key) { return find(key).valueint; }
 
   private:
-    const cJSON* find(const char* key) {
-        const cJSON* item = mComplete ? cJSON_GetObjectItem(mObject, key) : nullptr;
-        if (mComplete && item == nullptr) {
-            fail(key, "is missing");
+    const cJSON& find(const char* key) {
+        static constexpr cJSON NONE = {};
+        if (!mComplete) {
+            return NONE;
         }
-        return item;
+        const cJSON* item = cJSON_GetObjectItem(mObject, key);
+        if (item == nullptr) {
+            fail(key, "is missing");
+            return NONE;
+        }
+        return *item;
     }
 
     void fail(const char* key, const char* problem) {
@@ -197,7 +195,6 @@ int FileUtils::parseConfigFile(std::string path) {
         }
     }
     const Json document(cJSON_Parse(path.empty() ? defaultConfig : text.get()), &cJSON_Delete);
-    text.reset();
     try {
         if (document != nullptr) {
             return addRules(document.get());

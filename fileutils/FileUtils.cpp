@@ -5,34 +5,45 @@
 #include <libgen.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <memory>
+
+#include "fileutils/File.h"
 
 #define LOGE(...) __android_log_print(ANDROID_LOG_ERROR, "VexConverter-FileUtils", __VA_ARGS__)
 
 namespace {
 
+struct CloseDirectory {
+    void operator()(DIR* directory) const { closedir(directory); }
+};
+using Directory = std::unique_ptr<DIR, CloseDirectory>;
+
 bool hasType(const std::string& path, mode_t type) {
     struct stat status = {};
-    return !path.empty() && stat(path.c_str(), &status) == 0 && (status.st_mode & S_IFMT) == type;
+    return stat(path.c_str(), &status) == 0 && (status.st_mode & S_IFMT) == type;
 }
 
 // Opened without a stream buffer: frames go between the file and the caller's memory in one call.
-FILE* openForFrames(const std::string& path, const char* mode, const char* operation) {
-    FILE* file = fopen(path.c_str(), mode);
+File openForFrames(const std::string& path, const char* mode, const char* operation) {
+    File file(fopen(path.c_str(), mode));
     if (file == nullptr) {
         const int error = errno;
         LOGE("%s: Failed to open file: %s, errno: %d, %s\n", operation, path.c_str(), error,
              strerror(error));
         errno = error;
-        return nullptr;
+    } else {
+        setbuf(file.get(), nullptr);
     }
-    setvbuf(file, nullptr, _IONBF, 0);
     return file;
 }
+
+size_t bytesOf(int size) { return static_cast<size_t>(std::max(size, 0)); }
 
 }  // namespace
 
@@ -42,7 +53,7 @@ bool FileUtils::isDirectory(std::string path) { return hasType(path, S_IFDIR); }
 
 std::string FileUtils::getFolderPath(std::string path) {
     struct stat status = {};
-    if (path.empty() || stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode)) {
+    if (stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode)) {
         const char* folder = dirname(path.data());
         // Some libraries have none of a path that is longer than what they can hold.
         return folder != nullptr ? folder : path.substr(0, path.rfind('/') + 1) + ".";
@@ -55,22 +66,22 @@ std::string FileUtils::getFolderPath(std::string path) {
 
 int FileUtils::getFileSize(std::string path) {
     struct stat status = {};
-    if (path.empty() || stat(path.c_str(), &status) != 0) {
+    if (stat(path.c_str(), &status) != 0) {
         return 0;
     }
     return status.st_size > INT_MAX ? -EFBIG : static_cast<int>(status.st_size);
 }
 
 void FileUtils::getFilePathsInDirectory(std::string folder, std::vector<std::string>& list) {
-    DIR* directory = opendir(folder.c_str());
+    const Directory directory(opendir(folder.c_str()));
     if (directory == nullptr) {
         LOGE("FileUtils::getFilePathsInDirectory failed to opendir %s", folder.c_str());
         return;
     }
-    const std::string start = folder.empty() || folder.back() != '/' ? folder + '/' : folder;
+    const std::string start = folder.back() != '/' ? folder + '/' : folder;
     const dirent* entry = nullptr;
     // NOLINTNEXTLINE(concurrency-mt-unsafe): a single thread reads its own stream
-    while (errno = 0, (entry = readdir(directory)) != nullptr) {
+    while (errno = 0, (entry = readdir(directory.get())) != nullptr) {
         std::string path = start + entry->d_name;
         if (isFile(path)) {
             list.push_back(std::move(path));
@@ -81,31 +92,26 @@ void FileUtils::getFilePathsInDirectory(std::string folder, std::vector<std::str
         LOGE("FileUtils::getFilePathsInDirectory failed to readdir %s, errno: %d, %s",
              folder.c_str(), error, strerror(error));
     }
-    closedir(directory);
 }
 
 int FileUtils::readFromFile(std::string path, unsigned char* buffer, int size, int stride,
                             int count) {
-    FILE* file = openForFrames(path, "rb", "readFromFile");
+    const File file = openForFrames(path, "rb", "readFromFile");
     if (file == nullptr) {
         return -errno;
     }
-    if (stride >= 1 && count >= 1 && fseeko(file, off_t{stride} * count, SEEK_CUR) != 0) {
+    if (stride >= 1 && count >= 1 && fseeko(file.get(), off_t{stride} * count, SEEK_CUR) != 0) {
         // As far as single moves lead.
-        for (int i = 0; i < count && fseeko(file, stride, SEEK_CUR) == 0; ++i) {
+        for (int i = 0; i < count && fseeko(file.get(), stride, SEEK_CUR) == 0; ++i) {
         }
     }
-    const size_t bytes = size > 0 ? fread(buffer, 1, static_cast<size_t>(size), file) : 0;
-    fclose(file);
-    return static_cast<int>(bytes);
+    return static_cast<int>(fread(buffer, 1, bytesOf(size), file.get()));
 }
 
 int FileUtils::writeToFile(std::string path, const unsigned char* buffer, int size) {
-    FILE* file = openForFrames(path, "ab", "writeToFile");
+    const File file = openForFrames(path, "ab", "writeToFile");
     if (file == nullptr) {
         return -errno;
     }
-    const size_t bytes = size > 0 ? fwrite(buffer, 1, static_cast<size_t>(size), file) : 0;
-    fclose(file);
-    return static_cast<int>(bytes);
+    return static_cast<int>(fwrite(buffer, 1, bytesOf(size), file.get()));
 }

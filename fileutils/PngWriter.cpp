@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "fileutils/File.h"
 #include "fileutils/FileUtils.h"
 
 #ifdef VEX_ISAL
@@ -41,21 +42,20 @@ unsigned char* compressFrame(unsigned char* data, int size, int* compressedSize)
 namespace {
 
 // True when the memory is there that a library is about to ask for.
-bool canAllocate(size_t bytes) {
-    void* volatile room = malloc(bytes);  // NOLINT(*-no-malloc): without a throw, and given back
-    free(room);                           // NOLINT(*-no-malloc)
+bool canAllocate(int64_t bytes) {
+    void* volatile room =
+        malloc(static_cast<size_t>(bytes));  // NOLINT(*-no-malloc): without a throw, and given back
+    free(room);                              // NOLINT(*-no-malloc)
     return room != nullptr;
 }
 
 #ifdef VEX_ISAL
 
-// All filtered bytes as stored blocks, the most that compression gives, and the picture's chunks
-// around them still count in int.
-constexpr int64_t STORED = INT64_C(0xFFFF);  // bytes of a stored block, which has a header of 5
-constexpr int64_t AROUND = 2 + 4 + 57;  // bytes of zlib's header and checksum, and of the chunks
-constexpr int64_t MOST_FILTERED = (INT_MAX - AROUND) / (STORED + 5) * STORED;
+constexpr int64_t AROUND = 63;  // bytes of zlib's header and checksum, and of the picture's chunks
+constexpr int64_t MOST_COMPRESSED = INT_MAX;
 
-int64_t boundOf(int64_t size) { return size + (size / STORED + 1) * 5 + AROUND; }
+// The most that compression gives: all bytes as stored blocks, each with a header of 5.
+int64_t boundOf(int64_t filtered) { return filtered + (filtered / 65535 + 1) * 5 + AROUND; }
 
 bool hasMemory(int64_t /*filtered*/) { return true; }  // the encoder looks at each allocation
 
@@ -77,34 +77,30 @@ unsigned char* compressFrame(unsigned char* data, int size, int* compressedSize)
     state.level_buf = levelBuffer;
     state.level_buf_size = sizeof levelBuffer;
     state.gzip_flag = IGZIP_ZLIB;
-    state.end_of_stream = 1;
+    state.end_of_stream = true;
     state.next_in = data;
     state.avail_in = static_cast<uint32_t>(size);
     state.next_out = stream;
     state.avail_out = bound;
     const int status = isal_deflate_stateless(&state);
+    *compressedSize = static_cast<int>(state.total_out);
     // For lack of memory for the picture, next, the library would lose this buffer.
-    if (status != COMP_OK || !canAllocate(state.total_out + AROUND)) {
+    if (status != COMP_OK || !canAllocate(*compressedSize + AROUND)) {
         free(stream);  // NOLINT(*-no-malloc)
         return nullptr;
     }
-    *compressedSize = static_cast<int>(state.total_out);
     return stream;
 }
 
 #else
 
-// The compressor's codes take at most 9 bits a byte, in an array that doubles in int.
-constexpr int64_t MOST_FILTERED = (INT64_C(3) << 29) / 9 * 8 - 64;
+// The compressor's codes take at most 9 bits a byte, in an array that it doubles in int.
+constexpr int64_t MOST_COMPRESSED = INT64_C(3) << 29;
 
-// The array that the compressor doubles, old and new, the filtered bytes, and its hash table.
-bool hasMemory(int64_t filtered) {
-    int64_t array = 64;
-    while (array < filtered / 8 * 9 + 64) {
-        array *= 2;
-    }
-    return canAllocate(static_cast<size_t>(filtered + array + array / 2) + (4 << 20));
-}
+int64_t boundOf(int64_t filtered) { return filtered / 8 * 9 + 64; }
+
+// The filtered bytes, the array as it is doubled, old and new, and the compressor's hash table.
+bool hasMemory(int64_t filtered) { return canAllocate(4 * boundOf(filtered) + (4 << 20)); }
 
 #endif
 
@@ -115,8 +111,8 @@ bool fitsEncoder(int width, int height, int components) {
         return false;
     }
     const int64_t row = int64_t{width} * components;
-    return row <= INT_MAX / 128 && (row + 1) * height <= MOST_FILTERED &&
-           hasMemory((row + 1) * height);
+    const int64_t filtered = (row + 1) * height;
+    return row <= INT_MAX / 128 && boundOf(filtered) <= MOST_COMPRESSED && hasMemory(filtered);
 }
 
 // The library doesn't look whether all bytes were written: a file that was ends with its last
@@ -128,14 +124,13 @@ bool isComplete(const std::string& path) {
     if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
         return true;
     }
-    FILE* file = fopen(path.c_str(), "rbe");
+    const File file(fopen(path.c_str(), "rbe"));
     if (file == nullptr) {
         return true;
     }
-    const bool read = fseek(file, -static_cast<long>(sizeof end), SEEK_END) == 0 &&
-                      fread(end, 1, sizeof end, file) == sizeof end;
-    fclose(file);
-    return read && memcmp(end, LAST, sizeof end) == 0;
+    return fseek(file.get(), -static_cast<long>(sizeof end), SEEK_END) == 0 &&
+           fread(end, 1, sizeof end, file.get()) == sizeof end &&
+           memcmp(end, LAST, sizeof end) == 0;
 }
 
 }  // namespace

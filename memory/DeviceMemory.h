@@ -2,6 +2,8 @@
 // empty: getFd() is -1 and data() null. Failures go to the log.
 #pragma once
 
+#include <cstdint>
+
 class DeviceMemory {
   public:
     virtual ~DeviceMemory() = default;
@@ -9,6 +11,10 @@ class DeviceMemory {
     virtual unsigned char* data() = 0;
     // The buffer's shareable descriptor, or -1; it stays the buffer's.
     virtual int getFd() = 0;
+
+    static constexpr int32_t NO_FD = -1;
+    // The device's libraries give out no descriptor 0.
+    static bool isOpen(int32_t fd) { return fd > 0; }
 
     DeviceMemory() = default;
     DeviceMemory(const DeviceMemory&) = delete;

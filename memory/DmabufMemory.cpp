@@ -13,16 +13,14 @@ constexpr const char* HEAP = "vex_mm-uncached";
 
 }  // namespace
 
-DmabufMemory::DmabufMemory(int size, int importFd) {
-    if (size <= 0) {
+DmabufMemory::DmabufMemory(int size, int importFd) : mSize(size), mImportFd(importFd) {
+    if (mSize <= 0) {
         LOGE("DmabufMemory: buffer size should > 0");
         return;
     }
-    mSize = size;
-    mImportFd = importFd;
-    if (mImportFd > 0) {
+    if (isOpen(mImportFd)) {
         mShareFd = dup(mImportFd);
-        if (mShareFd <= 0) {
+        if (!isOpen(mShareFd)) {
             LOGE("DmabufMemory: failed to dup from importFd: %d", mImportFd);
             release();
         }
@@ -34,7 +32,7 @@ DmabufMemory::DmabufMemory(int size, int importFd) {
         return;
     }
     mShareFd = DmabufHeapAlloc(mAllocator, HEAP, static_cast<size_t>(mSize), 0, 0);
-    if (mShareFd <= 0) {
+    if (!isOpen(mShareFd)) {
         LOGE("DmabufMemory: failed to allocate buffer on %s heap", HEAP);
         release();
     }
@@ -46,7 +44,7 @@ unsigned char* DmabufMemory::data() {
     if (mVirtAddr != nullptr) {
         return mVirtAddr;
     }
-    if (mShareFd <= 0) {
+    if (!isOpen(mShareFd)) {
         LOGE("DmabufMemory::data failed to mapVA, mShareFd: %d", mShareFd);
         return nullptr;
     }
@@ -82,10 +80,10 @@ void DmabufMemory::release() {
         mVirtAddr = nullptr;
     }
     if (mShareFd != 0) {
-        if (mShareFd > 0) {
+        if (isOpen(mShareFd)) {
             close(mShareFd);
         }
-        mShareFd = -1;
+        mShareFd = NO_FD;
     }
     if (mAllocator != nullptr) {
         FreeDmabufHeapBufferAllocator(mAllocator);

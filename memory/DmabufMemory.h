@@ -9,8 +9,8 @@ class BufferAllocator;
 
 class DmabufMemory : public DeviceMemory {
   public:
-    // size: bytes, > 0. importFd > 0 duplicates that buffer's descriptor, which stays the caller's;
-    // otherwise new memory is allocated.
+    // size: bytes, > 0. An open importFd duplicates that buffer's descriptor, which stays the
+    // caller's; otherwise new memory is allocated.
     DmabufMemory(int size, int importFd);
     ~DmabufMemory() override;
     unsigned char* data() override;
@@ -22,8 +22,8 @@ class DmabufMemory : public DeviceMemory {
     void touch() const;
 
     BufferAllocator* mAllocator = nullptr;  // owned
-    int32_t mSize = 0;                      // bytes
-    int32_t mShareFd = -1;
-    int32_t mImportFd = -1;
+    const int32_t mSize;                    // bytes
+    int32_t mShareFd = NO_FD;
+    const int32_t mImportFd;
     unsigned char* mVirtAddr = nullptr;
 };

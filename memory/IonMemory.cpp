@@ -13,27 +13,25 @@ namespace {
 constexpr size_t ALIGNMENT = 64;  // bytes
 
 void closeDescriptor(int32_t& fd) {
-    if (fd >= 1) {
+    if (DeviceMemory::isOpen(fd)) {
         close(fd);
-        fd = -1;
+        fd = DeviceMemory::NO_FD;
     }
 }
 
 }  // namespace
 
-IonMemory::IonMemory(int size, int importFd) {
-    if (size <= 0) {
+IonMemory::IonMemory(int size, int importFd) : mSize(size), mImportFd(importFd) {
+    if (mSize <= 0) {
         LOGE("IonMemory: buffer size should > 0");
         return;
     }
-    mSize = size;
-    mImportFd = importFd;
     mIonDevFd = vx_ion_open("VexConverter");
-    if (mIonDevFd <= 0) {
+    if (!isOpen(mIonDevFd)) {
         LOGE("IonMemory: failed to open ion dev");
         return;
     }
-    if (mImportFd > 0) {
+    if (isOpen(mImportFd)) {
         if (ion_import(mIonDevFd, mImportFd, &mIonHandle) != 0) {
             LOGE("IonMemory: failed to ion_import, buffer import fd: %d", mImportFd);
             release();
@@ -57,7 +55,7 @@ unsigned char* IonMemory::data() {
     if (mVirtAddr != nullptr) {
         return mVirtAddr;
     }
-    if (mIonDevFd <= 0) {
+    if (!isOpen(mIonDevFd)) {
         LOGE("IonMemory::data failed to mapVA, mIonDevFd: %d", mIonDevFd);
         return nullptr;
     }
@@ -76,7 +74,7 @@ unsigned char* IonMemory::data() {
 int IonMemory::getFd() { return mShareFd; }
 
 void IonMemory::release() {
-    if (mIonDevFd < 1) {
+    if (!isOpen(mIonDevFd)) {
         return;
     }
     if (mVirtAddr != nullptr) {
@@ -91,8 +89,7 @@ void IonMemory::release() {
         if (ion_free(mIonDevFd, mIonHandle) != 0) {
             LOGE("IonMemory::release ion_free failed");
         }
-        mIonHandle = -1;
     }
     ion_close(mIonDevFd);
-    mIonDevFd = -1;
+    mIonDevFd = NO_FD;
 }

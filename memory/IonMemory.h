@@ -7,8 +7,8 @@
 
 class IonMemory : public DeviceMemory {
   public:
-    // size: bytes, > 0. importFd > 0 imports that buffer, which stays the caller's; otherwise new
-    // memory is allocated.
+    // size: bytes, > 0. An open importFd imports that buffer, which stays the caller's; otherwise
+    // new memory is allocated.
     IonMemory(int size, int importFd);
     ~IonMemory() override;
     unsigned char* data() override;
@@ -17,11 +17,11 @@ class IonMemory : public DeviceMemory {
     void release();
 
   private:
-    int32_t mIonDevFd = -1;
-    int32_t mSize = 0;  // bytes
-    int32_t mMapFd = -1;
-    int32_t mShareFd = -1;
-    int32_t mImportFd = -1;
+    int32_t mIonDevFd = NO_FD;
+    const int32_t mSize;  // bytes
+    int32_t mMapFd = NO_FD;
+    int32_t mShareFd = NO_FD;
+    const int32_t mImportFd;
     int32_t mIonHandle = 0;
     unsigned char* mVirtAddr = nullptr;
 };

@@ -16,6 +16,9 @@
 
 namespace {
 
+// A system call's result, or the negated errno of a failed one.
+int resultOf(int result) { return result < 0 ? -errno : result; }
+
 // Gives the file its memory, as a device's allocator does: in bulk, which is faster than page by
 // page on first use, and so that a lack of memory shows here.
 int fillWithZeros(int file, size_t size) {
@@ -49,9 +52,9 @@ void useLargePages(int file, size_t size) {
 // The file opened anew. A lease looks at who opened a file, and memfd_create doesn't count as that.
 int reopen(int file) {
     const std::string path = "/proc/self/fd/" + std::to_string(file);
-    const int opened = open(path.c_str(), O_RDWR | O_CLOEXEC);
+    const int opened = resultOf(open(path.c_str(), O_RDWR | O_CLOEXEC));
     if (opened < 0 || opened > STDERR_FILENO) {
-        return opened < 0 ? -errno : opened;
+        return opened;
     }
     const int moved = host::duplicateDescriptor(opened);
     close(opened);
@@ -60,14 +63,14 @@ int reopen(int file) {
 
 // A zeroed file of exactly size bytes, or a negated errno.
 int createFile(const char* name, size_t size) {
-    const int file = memfd_create(name, MFD_CLOEXEC | MFD_ALLOW_SEALING);
+    const int file = resultOf(memfd_create(name, MFD_CLOEXEC | MFD_ALLOW_SEALING));
     if (file < 0) {
-        return -errno;
+        return file;
     }
     int result = fillWithZeros(file, size);
     useLargePages(file, size);
-    if (result == 0 && fcntl(file, F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW) != 0) {
-        result = -errno;
+    if (result == 0) {
+        result = resultOf(fcntl(file, F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW));
     }
     if (result == 0) {
         result = reopen(file);
@@ -80,23 +83,25 @@ int createFile(const char* name, size_t size) {
 // again: fresh memory takes the system several times as long as clearing what there is.
 class RecentBuffers {
   public:
-    // A file of that size that nobody uses any more, or -1.
+    static constexpr int NONE = -1;
+
+    // A file of that size that nobody uses any more, or NONE.
     int findIdle(size_t size) const {
         const auto* found = std::find_if(mFiles.begin(), mFiles.end(), [size](int file) {
             struct stat status = {};
-            return file >= 0 && fstat(file, &status) == 0 &&
-                   status.st_size == static_cast<off_t>(size) && isIdle(file);
+            return fstat(file, &status) == 0 && status.st_size == static_cast<off_t>(size) &&
+                   isIdle(file);
         });
-        return found == mFiles.end() ? -1 : *found;
+        return found == mFiles.end() ? NONE : *found;
     }
 
     // Makes room for one more file, before there is one.
     void dropOldest() {
-        if (mFiles.front() >= 0) {
+        if (mFiles.front() != NONE) {
             close(mFiles.front());
         }
         std::rotate(mFiles.begin(), mFiles.begin() + 1, mFiles.end());
-        mFiles.back() = -1;
+        mFiles.back() = NONE;
     }
 
     // Takes over the file.
@@ -112,7 +117,7 @@ class RecentBuffers {
         return fcntl(file, F_SETLEASE, F_WRLCK) == 0 && fcntl(file, F_SETLEASE, F_UNLCK) == 0;
     }
 
-    std::array<int, 2> mFiles = {-1, -1};
+    std::array<int, 2> mFiles = {NONE, NONE};
 };
 
 }  // namespace
@@ -121,14 +126,13 @@ namespace host {
 
 int duplicateDescriptor(int fd) {
     // Never a standard stream's number, even when the caller closed that stream.
-    const int copy = fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-    return copy < 0 ? -errno : copy;
+    return resultOf(fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
 }
 
 int createSharedBuffer(const char* name, size_t size) {
     static RecentBuffers recent;
     const int idle = recent.findIdle(size);
-    if (idle >= 0) {
+    if (idle != RecentBuffers::NONE) {
         return reopen(idle);
     }
     recent.dropOldest();

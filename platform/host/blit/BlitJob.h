@@ -14,15 +14,15 @@ namespace host {
 
 // One side of a job as told.
 struct JobSide {
-    int fd = -1;
-    uint32_t sizes[3] = {};  // bytes a plane
-    uint32_t planeCount = 0;
-    int width = 0;   // pixels
-    int height = 0;  // lines
-    int yPitch = 0;  // bytes a row
-    int uvPitch = 0;
-    uint32_t color = 0;
-    uint32_t profile = 0;
+    int fd;
+    uint32_t sizes[3];  // bytes a plane
+    uint32_t planeCount;
+    int width;   // pixels
+    int height;  // lines
+    int yPitch;  // bytes a row
+    int uvPitch;
+    uint32_t color;
+    uint32_t profile;
 };
 
 // Runs jobs one after the other; keeps its working memory from job to job.

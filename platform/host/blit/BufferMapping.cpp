@@ -5,22 +5,21 @@
 namespace host {
 
 BufferMapping::BufferMapping(const BufferId& buffer, bool writable)
-    : mData(findMapping(buffer, writable)) {
+    : mData(findMapping(buffer, writable)), mSize(static_cast<size_t>(buffer.size)) {
     if (mData != nullptr) {
         return;
     }
     const int protection = writable ? PROT_READ | PROT_WRITE : PROT_READ;
-    void* address = mmap(nullptr, static_cast<size_t>(buffer.size), protection,
-                         MAP_SHARED | MAP_POPULATE, buffer.fd, 0);
+    void* address = mmap(nullptr, mSize, protection, MAP_SHARED | MAP_POPULATE, buffer.fd, 0);
     if (address != MAP_FAILED) {
         mData = static_cast<uint8_t*>(address);
-        mOwnSize = static_cast<size_t>(buffer.size);
+        mOwn = true;
     }
 }
 
 BufferMapping::~BufferMapping() {
-    if (mOwnSize > 0) {
-        munmap(mData, mOwnSize);
+    if (mOwn) {
+        munmap(mData, mSize);
     }
 }
 

@@ -23,7 +23,8 @@ class BufferMapping {
 
   private:
     uint8_t* mData = nullptr;
-    size_t mOwnSize = 0;  // bytes mapped here
+    const size_t mSize;  // bytes
+    bool mOwn = false;   // mapped here
 };
 
 }  // namespace host

@@ -59,7 +59,7 @@ struct PairOf<uint16_t> {
 
 template <typename Sample>
 KERNEL_PART uint32_t loadPair(const uint8_t* row, int i) {
-    typename PairOf<Sample>::Word word = 0;
+    typename PairOf<Sample>::Word word = {};
     memcpy(&word, row + sizeof word * static_cast<size_t>(i), sizeof word);
     return word;
 }
@@ -71,7 +71,7 @@ KERNEL_PART void storePair(int32_t first, int32_t second, uint8_t* row, int i) {
 // The first of pair i, which has no second: the sample that an odd width leaves over.
 template <typename Sample>
 KERNEL_PART int32_t loadHalf(const uint8_t* row, int i) {
-    Sample sample = 0;
+    Sample sample = {};
     memcpy(&sample, row + 2 * sizeof sample * static_cast<size_t>(i), sizeof sample);
     return PairOf<Sample>::first(sample);
 }

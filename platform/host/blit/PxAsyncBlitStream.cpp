@@ -68,8 +68,8 @@ struct PxAsyncBlitStream::State {
     unsigned int jobId = 0;
     int fence = -1;  // the engine's own descriptor of the job's fence
     unsigned told = 0;
-    host::JobSide src;
-    host::JobSide dst;
+    host::JobSide src = {};
+    host::JobSide dst = {};
     PxRect crop = {};
     PxRect target = {};
     host::BlitJob job;
