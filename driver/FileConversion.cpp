@@ -132,10 +132,9 @@ class Conversion {
     }
 
     bool convert() {
-        ColorConvert::ColorConvertConfig config;
-        config.mSrc = describe(mJob.inputFormat, mOptions.inputColorSpace, *mSrc);
-        config.mDst = describe(mJob.outputFormat, mOptions.outputColorSpace, *mDst);
-        if (mConverter->convertFrame(config) < 0) {
+        const auto src = describe(mJob.inputFormat, mOptions.inputColorSpace, *mSrc);
+        const auto dst = describe(mJob.outputFormat, mOptions.outputColorSpace, *mDst);
+        if (mConverter->convertFrame({src, dst}) < 0) {
             fprintf(stderr, "Error: failed to convertFrame\n");
             return false;
         }
@@ -145,13 +144,7 @@ class Conversion {
     ColorConvert::ColorConvertBuffer describe(ColorConvert::ColorFormat format,
                                               ColorConvert::ColorSpace space,
                                               DeviceMemory& memory) const {
-        ColorConvert::ColorConvertBuffer buffer;
-        buffer.mFormat = format;
-        buffer.mColorSpace = space;
-        buffer.mWidth = mJob.alignedWidth;
-        buffer.mHeight = mJob.alignedHeight;
-        buffer.mFd = memory.getFd();
-        return buffer;
+        return {format, space, mJob.alignedWidth, mJob.alignedHeight, memory.getFd()};
     }
 
     std::string rawEnding() const {

@@ -24,7 +24,7 @@ struct FileJob {
 // True when neither a usable width nor height nor format was given: file names decide.
 bool isConfigurationMode(const CommandLineOptions& options);
 
-// Fills the job from the options. False, with a line for every check that fails.
+// Fills a new job from the options. False, with a line for every check that fails.
 bool getFileJobFromCmdline(const CommandLineOptions& options, FileJob& job);
 
 enum class ConfigResult { JOB, FAILED, ALREADY_CONVERTED };
@@ -32,7 +32,7 @@ enum class ConfigResult { JOB, FAILED, ALREADY_CONVERTED };
 // Part files of the separate sets that have been handed to conversion.
 using SeparateFiles = std::unordered_set<std::string>;
 
-// Fills the job from the file's path by the format rules, which it loads when there are none.
+// Fills a new job from the file's path by the format rules, which it loads when there are none.
 // FAILED with lines that say why; ALREADY_CONVERTED, silently, for a file of a set in
 // convertedSeparateFiles.
 ConfigResult getFileJobFromConfig(const std::string& path, const CommandLineOptions& options,

@@ -56,18 +56,7 @@ unsigned char* DmabufMemory::data() {
         return nullptr;
     }
     mVirtAddr = static_cast<unsigned char*>(address);
-    touch();
     return mVirtAddr;
-}
-
-// Where the system maps pages on first use it does so for some around each, which is cheaper than
-// MAP_POPULATE; and a write to a file that meets a page not yet mapped would start anew there.
-void DmabufMemory::touch() const {
-    constexpr int AROUND = 1 << 16;  // bytes
-    const volatile unsigned char* bytes = mVirtAddr;
-    for (int64_t at = 0; at < mSize; at += AROUND) {
-        (void)bytes[at];
-    }
 }
 
 int DmabufMemory::getFd() { return mShareFd; }

@@ -19,8 +19,6 @@ class DmabufMemory : public DeviceMemory {
     void release();
 
   private:
-    void touch() const;
-
     BufferAllocator* mAllocator = nullptr;  // owned
     const int32_t mSize;                    // bytes
     int32_t mShareFd = NO_FD;

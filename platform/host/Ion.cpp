@@ -104,7 +104,7 @@ int ion_map(int fd, ion_user_handle_t handle, size_t length, int prot, int flags
         return status;
     }
     // A device's buffer is mapped in full at once.
-    void* address = mmap(nullptr, length, prot, flags | MAP_POPULATE, shared, offset);
+    void* address = mmap(nullptr, length, prot, flags, shared, offset);
     if (address == MAP_FAILED) {
         const int error = errno;
         close(shared);

@@ -10,7 +10,7 @@ BufferMapping::BufferMapping(const BufferId& buffer, bool writable)
         return;
     }
     const int protection = writable ? PROT_READ | PROT_WRITE : PROT_READ;
-    void* address = mmap(nullptr, mSize, protection, MAP_SHARED | MAP_POPULATE, buffer.fd, 0);
+    void* address = mmap(nullptr, mSize, protection, MAP_SHARED, buffer.fd, 0);
     if (address != MAP_FAILED) {
         mData = static_cast<uint8_t*>(address);
         mOwn = true;

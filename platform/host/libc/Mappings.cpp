@@ -75,12 +75,15 @@ uint8_t* findMapping(const BufferId& buffer, bool writable) {
 extern "C" {
 
 void* __wrap_mmap(void* address, size_t length, int prot, int flags, int fd, off_t offset) {
-    const bool buffer = (flags & MAP_SHARED) != 0 && offset == 0;
-    if (buffer && address == nullptr && length >= LARGE_PAGE) {
+    if ((flags & MAP_SHARED) == 0 || offset != 0) {
+        return __real_mmap(address, length, prot, flags, fd, offset);
+    }
+    if (address == nullptr && length >= LARGE_PAGE) {
         address = roomForLargePages(length);
     }
-    void* start = __real_mmap(address, length, prot, flags, fd, offset);
-    if (buffer && start != MAP_FAILED) {
+    // All pages at once, as a device maps a buffer: one by one on first use takes longer.
+    void* start = __real_mmap(address, length, prot, flags | MAP_POPULATE, fd, offset);
+    if (start != MAP_FAILED) {
         note(start, length, prot, fd);
     }
     return start;
