@@ -2,6 +2,8 @@
 // empty: getFd() is -1 and data() null. Failures go to the log.
 #pragma once
 
+#include <unistd.h>
+
 #include <cstdint>
 
 class DeviceMemory {
@@ -19,4 +21,12 @@ class DeviceMemory {
     DeviceMemory() = default;
     DeviceMemory(const DeviceMemory&) = delete;
     DeviceMemory& operator=(const DeviceMemory&) = delete;
+
+  protected:
+    static void closeDescriptor(int32_t& fd) {
+        if (isOpen(fd)) {
+            close(fd);
+        }
+        fd = NO_FD;
+    }
 };

@@ -3,7 +3,6 @@
 #include <BufferAllocator/BufferAllocatorWrapper.h>
 #include <android/log.h>
 #include <sys/mman.h>
-#include <unistd.h>
 
 #define LOGE(...) __android_log_print(ANDROID_LOG_ERROR, "VexConverter-DmabufMemory", __VA_ARGS__)
 
@@ -68,12 +67,7 @@ void DmabufMemory::release() {
         }
         mVirtAddr = nullptr;
     }
-    if (mShareFd != 0) {
-        if (isOpen(mShareFd)) {
-            close(mShareFd);
-        }
-        mShareFd = NO_FD;
-    }
+    closeDescriptor(mShareFd);
     if (mAllocator != nullptr) {
         FreeDmabufHeapBufferAllocator(mAllocator);
         mAllocator = nullptr;

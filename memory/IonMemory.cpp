@@ -4,20 +4,12 @@
 #include <ion/ion.h>
 #include <ion/ion_vex.h>
 #include <sys/mman.h>
-#include <unistd.h>
 
 #define LOGE(...) __android_log_print(ANDROID_LOG_ERROR, "VexConverter-IonMemory", __VA_ARGS__)
 
 namespace {
 
 constexpr size_t ALIGNMENT = 64;  // bytes
-
-void closeDescriptor(int32_t& fd) {
-    if (DeviceMemory::isOpen(fd)) {
-        close(fd);
-        fd = DeviceMemory::NO_FD;
-    }
-}
 
 }  // namespace
 

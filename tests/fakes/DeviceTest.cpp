@@ -238,6 +238,8 @@ TEST_F(ConvertFileTest, BuffersOfDescriptorZeroAreNone) {
         mPlatform.lowest = share;
         mPlatform.lowestNumber = 0;
         EXPECT_NE(convert().find("failed to make the device buffers"), std::string::npos) << share;
+        mPlatform.opened = share - 1;
+        EXPECT_EQ(DmabufMemory(64, share == 2 ? FOREIGN_FD : -1).getFd(), -1) << share;
         mPlatform.held.clear();
     }
 }

@@ -55,10 +55,10 @@ int openHandle() {
     return 1;
 }
 
-// Notes a call that hands something out.
+// Notes a call that hands something out; one that fails leaves the caller's variable alone.
 int give(const std::string& name, const std::string& arguments, int (*open)(), int* out) {
     const int status = result(name, arguments);
-    *out = status == 0 ? open() : -1;
+    *out = status == 0 ? open() : *out;
     return status;
 }
 
@@ -125,8 +125,8 @@ int ion_map(int /*fd*/, ion_user_handle_t /*handle*/, size_t length, int prot, i
     return give("ion_map", list(length, prot, flags, offset), openFd, map_fd);
 }
 int ion_free(int /*fd*/, ion_user_handle_t handle) {
-    drop("handle ", static_cast<size_t>(handle));
-    return result("ion_free");
+    const bool held = drop("handle ", static_cast<size_t>(handle)) == 0;
+    return held ? result("ion_free") : -1;
 }
 int ion_close(int fd) {
     drop("fd ", static_cast<size_t>(fd));
