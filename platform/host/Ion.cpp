@@ -34,7 +34,7 @@ namespace host {
 
 int addIonBuffer(int device, int fd, ion_user_handle_t* handle) {
     static ion_user_handle_t last = 0;
-    if (fd < 0) {
+    if (isError(fd)) {
         return fd;
     }
     buffers()[++last] = {device, fd};
@@ -46,9 +46,9 @@ int createIonBuffer(size_t size) { return createSharedBuffer("ion", size); }
 
 int openIonDevice() {
     // An eventfd is the cheapest real descriptor; nothing is ever read from it.
-    const int plain = eventfd(0, EFD_CLOEXEC);
-    if (plain < 0) {
-        return -errno;
+    const int plain = resultOf(eventfd(0, EFD_CLOEXEC));
+    if (isError(plain)) {
+        return plain;
     }
     const int device = duplicateDescriptor(plain);
     close(plain);
@@ -66,7 +66,7 @@ int ion_close(int fd) {
             ++it;
         }
     }
-    return close(fd) == 0 ? 0 : -errno;
+    return host::resultOf(close(fd));
 }
 
 int ion_import(int fd, int share_fd, ion_user_handle_t* handle) {
@@ -89,7 +89,7 @@ int ion_share(int fd, ion_user_handle_t handle, int* share_fd) {
         return -EINVAL;
     }
     const int shared = host::duplicateDescriptor(buffer->fd);
-    if (shared < 0) {
+    if (host::isError(shared)) {
         return shared;
     }
     *share_fd = shared;
@@ -106,9 +106,9 @@ int ion_map(int fd, ion_user_handle_t handle, size_t length, int prot, int flags
     // A device's buffer is mapped in full at once.
     void* address = mmap(nullptr, length, prot, flags, shared, offset);
     if (address == MAP_FAILED) {
-        const int error = errno;
+        const int error = -errno;
         close(shared);
-        return -error;
+        return error;
     }
     *ptr = static_cast<unsigned char*>(address);
     *map_fd = shared;

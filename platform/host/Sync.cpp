@@ -1,15 +1,13 @@
 // Sync fences for the host: a fence is an eventfd, signalled once it is readable.
 #include <poll.h>
 #include <sync/sync.h>
+#include <unistd.h>
 
 #include <cerrno>
 
 int sync_wait(int fd, int timeout) {
     pollfd fence = {fd, POLLIN, 0};
-    int ready = 0;
-    do {
-        ready = poll(&fence, 1, timeout);
-    } while (ready < 0 && errno == EINTR);
+    const long ready = TEMP_FAILURE_RETRY(poll(&fence, 1, timeout));
     if (ready < 0) {
         return -1;
     }

@@ -6,25 +6,18 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <bitset>
 #include <cerrno>
-#include <cstring>
 
 #include "../SharedBuffer.h"
 #include "BlitJob.h"
 
 namespace {
 
-// What a job has been told so far.
-enum Told : unsigned {
-    BEGIN = 1,
-    SRC_BUFFER = 2,
-    SRC_CONFIG = 4,
-    SRC_CROP = 8,
-    DST_BUFFER = 16,
-    DST_CONFIG = 32,
-    END = 64,
-    ALL = 127,
-};
+using host::isError;
+
+// What a job is to be told.
+enum Part { BEGIN, SRC_BUFFER, SRC_CONFIG, SRC_CROP, DST_BUFFER, DST_CONFIG, END, PARTS };
 
 void logRefusal(const char* call) {
     __android_log_print(ANDROID_LOG_ERROR, "PxAsyncBlitStream", "%s: refused\n", call);
@@ -67,7 +60,7 @@ void setConfig(host::JobSide& side, int width, int height, int yPitch, int uvPit
 struct PxAsyncBlitStream::State {
     unsigned int jobId = 0;
     int fence = -1;  // the engine's own descriptor of the job's fence
-    unsigned told = 0;
+    std::bitset<PARTS> told;
     host::JobSide src = {};
     host::JobSide dst = {};
     PxRect crop = {};
@@ -75,19 +68,19 @@ struct PxAsyncBlitStream::State {
     host::BlitJob job;
 
     void closeFence() {
-        if (fence >= 0) {
+        if (!isError(fence)) {
             close(fence);
             fence = -1;
         }
     }
 
     // Notes an accepted call, logs a refused one.
-    int note(const char* call, Told part, int status) {
-        if (status == 0 && (told & BEGIN) == 0) {
+    int note(const char* call, Part part, int status) {
+        if (status == 0 && !told.test(BEGIN)) {
             status = -EINVAL;
         }
         if (status == 0) {
-            told |= part;
+            told.set(part);
         } else {
             logRefusal(call);
         }
@@ -102,12 +95,11 @@ PxAsyncBlitStream::~PxAsyncBlitStream() { mState->closeFence(); }
 int PxAsyncBlitStream::createJob(unsigned int& jobId, int& fence) {
     // A job that was begun and never started is dropped.
     mState->closeFence();
-    mState->told = 0;
-    mState->src = {};
-    mState->dst = {};
-    mState->fence = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    const int callers = mState->fence < 0 ? -errno : host::duplicateDescriptor(mState->fence);
-    if (callers < 0) {
+    mState->told.reset();
+    mState->fence = host::resultOf(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+    const int callers =
+        isError(mState->fence) ? mState->fence : host::duplicateDescriptor(mState->fence);
+    if (isError(callers)) {
         mState->closeFence();
         logRefusal("createJob");
         return callers;
@@ -118,9 +110,10 @@ int PxAsyncBlitStream::createJob(unsigned int& jobId, int& fence) {
 }
 
 int PxAsyncBlitStream::setConfigBegin(unsigned int jobId) {
-    const bool current = mState->fence >= 0 && jobId == mState->jobId;
-    mState->told = current ? unsigned{BEGIN} : 0U;
-    return mState->note("setConfigBegin", BEGIN, current ? 0 : -EINVAL);
+    const bool current = !isError(mState->fence) && jobId == mState->jobId;
+    mState->told.reset();
+    mState->told.set(BEGIN, current);
+    return mState->note("setConfigBegin", BEGIN, 0);
 }
 
 int PxAsyncBlitStream::setSrcBuffer(int fd, unsigned int* sizes, unsigned int planeCount,
@@ -164,14 +157,14 @@ int PxAsyncBlitStream::setConfigEnd() { return mState->note("setConfigEnd", END,
 
 int PxAsyncBlitStream::invalidate(timeval* /*now*/) {
     State& state = *mState;
-    const bool complete = state.told == ALL &&
+    const bool complete = state.told.all() &&
                           isWholeFrame(state.crop, state.src.width, state.src.height) &&
                           isWholeFrame(state.target, state.dst.width, state.dst.height);
     if (!complete) {
         logRefusal("invalidate");
         return -EINVAL;
     }
-    state.told = 0;
+    state.told.reset();
     const int status = state.job.run(state.src, state.dst);
     if (status == 0 && eventfd_write(state.fence, 1) != 0) {
         return -errno;
