@@ -46,16 +46,13 @@ TEST_F(FileUtilsTest, ReadsFramesAtTheirOffsets) {
         text += static_cast<char>(i % 251);
     }
     write("frames", text);
-    const std::tuple<int, int, int, std::string> cases[] = {
-        {100, 100, 3, text.substr(300, 100)}, {100, 100, 20, ""},
-        {100, 0, 3, text.substr(0, 100)},     {100, 100, 0, text.substr(0, 100)},
-        {100, 950, 1, text.substr(950)},      {1000, 0, 0, text},
-        {100, 0x7FFFFFFF, 0x7FFFFFFF, ""}};
-    for (const auto& [size, stride, count, expected] : cases) {
+    for (const auto& [size, stride, count, offset, length] :
+         table<int, int, int, size_t, size_t>("frame-reads.txt")) {
+        const std::string expected = text.substr(offset, length);
         std::string buffer(1000, 'e');
         auto* bytes = reinterpret_cast<unsigned char*>(buffer.data());
         const int read = FileUtils::readFromFile(mFolder + "/frames", bytes, size, stride, count);
-        EXPECT_EQ(read, expected.size());
+        EXPECT_EQ(read, length) << size << ", " << stride << ", " << count;
         EXPECT_EQ(buffer, expected + std::string(1000 - expected.size(), 'e'));
     }
     EXPECT_EQ(FileUtils::readFromFile(mFolder + "/no\nfile", nullptr, 1, 0, 0), -ENOENT);

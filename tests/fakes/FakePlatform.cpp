@@ -72,8 +72,9 @@ int drop(const std::string& what, size_t number) {
 }
 
 bool failCall(const char* name) {
-    errno = fakePlatform->failCall == name ? EIO : errno;
-    return fakePlatform->failCall == name;
+    const bool chosen = fakePlatform->isChosen(name);
+    errno = chosen ? EIO : errno;
+    return chosen;
 }
 
 unsigned char* openMapping(size_t length) {
@@ -85,9 +86,12 @@ unsigned char* openMapping(size_t length) {
 
 bool FakePlatform::note(const std::string& name, const std::string& arguments) {
     calls.push_back(name + "(" + arguments + ")");
-    const bool named =
-        name == failCall && (++mOccurrences == failOccurrence || failOccurrence == 0);
-    return ++mCanFail != failNth && !named;
+    const bool chosen = isChosen(name);
+    return ++mCanFail != failNth && !chosen;
+}
+
+bool FakePlatform::isChosen(const std::string& name) {
+    return name == failCall && (++mOccurrences == failOccurrence || failOccurrence == 0);
 }
 
 extern "C" {
@@ -100,6 +104,7 @@ int __android_log_print(int prio, const char* tag, const char* fmt, ...) {
     va_end(args);
     fakePlatform->log.push_back((prio == ANDROID_LOG_ERROR ? "" : "not an error: ") +
                                 std::string(tag) + ": " + text);
+    errno = 0;
     return 1;
 }
 

@@ -22,6 +22,8 @@ struct FakePlatform {
 
     // Calls that can fail so far.
     int canFail() const { return mCanFail; }
+    // True when a call of that name is the one to fail.
+    bool isChosen(const std::string& name);
     // Notes a call that can fail; true when it is to succeed.
     bool note(const std::string& name, const std::string& arguments);
 
