@@ -155,20 +155,16 @@ TEST_F(DeviceTest, ProfilesOfColorSpaces) {
 
 TEST_F(DeviceTest, FailedFrameLogsOneLineLeaksNothingAndLeavesTheConverterUsable) {
     const std::string prefix = "VexConverter-ColorConvert: ColorConvert::convertFrame ";
-    const std::tuple<const char*, int, std::string> cases[] = {
-        {"createJob", 0, "createJob fail with error = -5, fence -1\n"},
-        {"", -3, "createJob fail with error = -3, fence "},
-        {"setSrcBuffer", 0, "setSrcBuffer fail with error = -5\n"},
-        {"setDstBuffer", 0, "setDstBuffer fail with error = -5\n"},
-        {"invalidate", 0, "Invalidate fail with error = -5\n"},
-    };
     ColorConvert converter;
-    for (const auto& [call, statusOnly, line] : cases) {
+    for (std::istringstream& row : tableRows("job-failures.txt")) {
+        std::string call, line;
+        int statusOnly = 0;
+        std::getline(row >> call >> statusOnly >> std::ws, line);
         mPlatform.failCall = call;
         mPlatform.statusOnly = statusOnly;
         mPlatform.log.clear();
         EXPECT_EQ(converter.convertFrame(blockToPicture()), -1);
-        ASSERT_EQ(mPlatform.log.size(), 1U) << call;
+        ASSERT_EQ(mPlatform.log.size(), 1U) << row.str();
         EXPECT_EQ(mPlatform.log[0].rfind(prefix + line, 0), 0U) << mPlatform.log[0];
         EXPECT_EQ(mPlatform.held, std::multiset<std::string>{"stream"});
         mPlatform.failCall = "";
