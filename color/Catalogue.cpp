@@ -18,6 +18,7 @@ void setPlanes(Buffer& buffer, std::initializer_list<Size> planes, Size yPitch, 
     }
     buffer.mYPitch = yPitch.value();
     buffer.mUVPitch = uvPitch.value();
+    // Where these fit, the chroma pitch does.
     buffer.mPlaneCount = total.fits() && yPitch.fits() ? count : 0;
 }
 

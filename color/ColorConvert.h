@@ -57,7 +57,7 @@ class ColorConvert {
         uint32_t mPlaneSize[3] = {};  // bytes; 0 for a plane that the format does not have
         int32_t mYPitch = 0;          // bytes a row of plane 0
         int32_t mUVPitch = 0;         // bytes a row of the chroma planes; 0 for RGB and Lumo
-        uint32_t mPlaneCount = 0;     // 0 where a size leaves the signed 32-bit range
+        uint32_t mPlaneCount = 0;  // 0 where a size leaves the range; the others then mean nothing
     };
 
     struct ColorConvertConfig {

@@ -111,8 +111,11 @@ bool fitsEncoder(int width, int height, int components) {
         return false;
     }
     const int64_t row = int64_t{width} * components;
+    if (row > INT_MAX / 128) {
+        return false;
+    }
     const int64_t filtered = (row + 1) * height;
-    return row <= INT_MAX / 128 && boundOf(filtered) <= MOST_COMPRESSED && hasMemory(filtered);
+    return boundOf(filtered) <= MOST_COMPRESSED && hasMemory(filtered);
 }
 
 // The library doesn't look whether all bytes were written: a file that was ends with its last

@@ -26,11 +26,11 @@ void useLargePages(int file, size_t size) {
     if (size < host::LARGE_PAGE / 2) {
         return;
     }
-    const size_t whole = size + host::LARGE_PAGE;  // the last page too
-    void* mapping = mmap(nullptr, whole, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+    const size_t reach = size + host::LARGE_PAGE;  // the last page too
+    void* mapping = mmap(nullptr, reach, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
     if (mapping != MAP_FAILED) {
-        madvise(mapping, whole, COLLAPSE);
-        munmap(mapping, whole);
+        madvise(mapping, reach, COLLAPSE);
+        munmap(mapping, reach);
     }
 }
 
