@@ -125,8 +125,9 @@ int ion_share(int /*fd*/, ion_user_handle_t /*handle*/, int* share_fd) {
 }
 int ion_map(int /*fd*/, ion_user_handle_t /*handle*/, size_t length, int prot, int flags,
             off_t offset, unsigned char** ptr, int* map_fd) {
-    // One that fails has mapped all the same.
-    *ptr = openMapping(length);
+    // One that fails has mapped all the same, or says that nothing was.
+    const bool none = fakePlatform->failCall == "ion_map";
+    *ptr = none ? static_cast<unsigned char*>(MAP_FAILED) : openMapping(length);
     return give("ion_map", list(length, prot, flags, offset), openFd, map_fd);
 }
 int ion_free(int /*fd*/, ion_user_handle_t handle) {

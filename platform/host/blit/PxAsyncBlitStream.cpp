@@ -28,7 +28,7 @@ bool isWholeFrame(const PxRect& rect, int width, int height) {
 }
 
 int setBuffer(host::JobSide& side, int fd, const unsigned int* sizes, unsigned int planeCount) {
-    if (sizes == nullptr || planeCount < 1 || planeCount > 3) {
+    if (sizes == nullptr) {
         return -EINVAL;
     }
     struct stat status = {};
