@@ -120,10 +120,8 @@ bool isComplete(const std::string& path) {
     constexpr char LAST[] = "\0\0\0\0IEND\xAE\x42\x60\x82";
     char end[sizeof LAST - 1] = {};
     struct stat status = {};
-    if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
-        return true;
-    }
-    const File file(fopen(path.c_str(), "rbe"));
+    const bool regular = stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+    const File file(regular ? fopen(path.c_str(), "rbe") : nullptr);
     if (file == nullptr) {
         return true;
     }

@@ -65,6 +65,7 @@ class PngTest : public testing::Test {
 };
 
 constexpr int SIDE = 64;
+const bool FAST = std::string(VARIANT) == "fast";
 
 std::vector<unsigned char> noise() {
     std::mt19937 random(3);
@@ -77,8 +78,7 @@ std::vector<unsigned char> noise() {
 // All filtered bytes and what comes on top must count in int; the encoder starts with memory for
 // them, which no line below gets here.
 TEST_F(PngTest, RefusesOnlyWhatTheEncoderCannotCount) {
-    const std::string variant = VARIANT;
-    const int lines = variant == "fast" ? 32513 : 21844;  // of 65537 filtered bytes
+    const int lines = FAST ? 32513 : 21844;  // of 65537 filtered bytes
     const auto* const pixels = reinterpret_cast<const unsigned char*>("pixels");
     EXPECT_EQ(write(16384, lines, pixels), 0);
     EXPECT_GE(largestAllocation, 65537U * static_cast<size_t>(lines));
@@ -86,11 +86,8 @@ TEST_F(PngTest, RefusesOnlyWhatTheEncoderCannotCount) {
     EXPECT_EQ(largestAllocation, 0U);
     // A row's sum of bytes up to 128 each.
     EXPECT_EQ(write(4194304, 1, pixels) + write(0x7FFFFFFF, 0x7FFFFFFF, pixels), 0);
-    EXPECT_EQ(largestAllocation, 0U);
-    for (const int none : {0, -1}) {
+    for (const auto& [none, components] : {std::pair(0, 0), std::pair(-1, 5)}) {
         EXPECT_EQ(write(none, 5, pixels) + write(5, none, pixels), 0);
-    }
-    for (const int components : {0, 5}) {
         EXPECT_EQ(FileUtils::writeToPNG(mPath, 1, 1, pixels, components), 0);
     }
     const std::vector<unsigned char> longest(INT_MAX / 128);
@@ -101,11 +98,10 @@ TEST_F(PngTest, RefusesOnlyWhatTheEncoderCannotCount) {
 // first; no allocation gets more than so many bytes.
 TEST_F(PngTest, MemoryMayRunShort) {
     const std::vector<unsigned char> pixels = noise();
-    const bool fast = std::string(VARIANT) == "fast";
     for (size_t n = 1; n < 100 && !std::filesystem::exists(mPath); ++n) {
-        (fast ? untilFailure : mostAllowed) = fast ? n : n << 16;
+        (FAST ? untilFailure : mostAllowed) = FAST ? n : n << 16;
         const int result = write(SIDE, SIDE, pixels.data());
-        EXPECT_EQ(result, n > (fast ? 5 : 65) ? 1 : 0) << n;
+        EXPECT_EQ(result, n > (FAST ? 5 : 65) ? 1 : 0) << n;
         EXPECT_EQ(result == 1, std::filesystem::exists(mPath)) << n;
     }
     untilFailure = 0;
@@ -115,7 +111,7 @@ TEST_F(PngTest, MemoryMayRunShort) {
 TEST_F(PngTest, FilesThatCannotBeWrittenInFullAreFailures) {
     const std::vector<unsigned char> pixels = noise();
     EXPECT_EQ(write(SIDE, SIDE, pixels.data()), 1);
-    EXPECT_EQ(largestAllocation, std::string(VARIANT) == "fast" ? 16639U : 4268576U);
+    EXPECT_EQ(largestAllocation, FAST ? 16639U : 4268576U);
     signal(SIGXFSZ, SIG_IGN);
     rlimit limit = {};
     getrlimit(RLIMIT_FSIZE, &limit);

@@ -6,6 +6,7 @@ import random
 import subprocess
 import sys
 import tempfile
+import zlib
 
 from PIL import Image
 
@@ -30,6 +31,7 @@ for width, height in (1, 1), (1, 1088), (3, 5), (1919, 1079), (1920, 1088), (163
         with Image.open(folder / "dump_converted.png") as picture:
             assert (picture.mode, picture.size) == ("RGBA", (width, height)), (program, width, height)
             assert picture.tobytes() == frame, (program, width, height)
+        assert os.path.getsize(folder / "dump_converted.png") < 1.1 * len(zlib.compress(frame, 1)) + 100, (program, width)
 
 # A card in each color space, read in that space and in the others, as picture and as YUV.
 spaces = [line.split()[0] for line in run(tool, "--list-colorspaces").stderr.splitlines()[2:]]

@@ -48,16 +48,13 @@ int reopen(int file) {
 
 // A zeroed file of exactly size bytes, or a negated errno.
 int createFile(const char* name, size_t size) {
-    const int file = resultOf(memfd_create(name, MFD_CLOEXEC | MFD_ALLOW_SEALING));
+    const int file = resultOf(memfd_create(name, MFD_CLOEXEC));
     if (isError(file)) {
         return file;
     }
     // Here a lack of memory shows, as with a device's allocator.
     int result = resultOf(fallocate(file, 0, 0, static_cast<off_t>(size)));
     useLargePages(file, size);
-    if (!isError(result)) {
-        result = resultOf(fcntl(file, F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW));
-    }
     if (!isError(result)) {
         result = reopen(file);
     }

@@ -107,6 +107,7 @@ TEST_F(DeviceTest, BufferCallsAndArguments) {
     mPlatform.calls.clear();
     ion.release();
     dmabuf.release();
+    EXPECT_TRUE(ion.data() == nullptr && dmabuf.data() == nullptr);
     EXPECT_EQ(mPlatform.calls, Lines());
 }
 
