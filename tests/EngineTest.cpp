@@ -278,7 +278,9 @@ TEST(Engine, OddSizesTakeTheNearestChroma) {
                 << w << " x " << h;
             // The sample that an odd width leaves over has no color to change.
             const auto leftOver = static_cast<size_t>((h + h / 2) * w - 1);
-            EXPECT_TRUE(w % 2 == 0 || h < 2 || changed.sample(leftOver) == plain.sample(leftOver))
+            EXPECT_TRUE(w % 2 == 0 || h < 2 ||
+                        changed.sample(leftOver) ==
+                            (plain.format == format ? plain.sample(leftOver) : 128))
                 << w << " x " << h;
         }
     }
@@ -392,7 +394,8 @@ TEST(Engine, AnyJobStaysInsideItsBuffers) {
         stream.setConfigEnd();
         const bool converted = stream.invalidate(&now) == 0;
         done += converted;
-        EXPECT_FALSE(converted && cropped != 0) << "only whole frames";
+        const bool whole = cropped == 0 && src.mWidth == dst.mWidth && src.mHeight == dst.mHeight;
+        EXPECT_TRUE(!converted || whole);
         EXPECT_EQ(sync_wait(fence, 0), converted ? 0 : -1);
         close(fence);
         EXPECT_EQ(std::count(buffers[1]->data() + end, buffers[1]->data() + sizes[1], 0xA5),

@@ -39,17 +39,10 @@ class ToolTest : public testing::Test {
         const int status = system((command + " >stdout 2>stderr").c_str());
         return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read("stdout"), read("stderr")};
     }
-    ToolResult tool(const std::vector<std::string>& arguments,
-                    const std::string& environment = "") const {
-        return run(converter(), arguments, environment);
-    }
     // The build's own, or the one that the variable names.
     static std::string converter() {
         const char* other = getenv("VEX_CONVERTER");
         return other != nullptr ? other : VEX_CONVERTER;
-    }
-    ToolResult makeDump(const std::vector<std::string>& arguments) const {
-        return run(MAKE_DUMP, arguments);
     }
 
     std::string read(const std::string& name) const { return readFile(mFolder + "/" + name); }

@@ -3,7 +3,6 @@
 #include <PxAsyncBlitStream.h>
 #include <android/log.h>
 #include <sys/eventfd.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <bitset>
@@ -27,22 +26,12 @@ bool isWholeFrame(const PxRect& rect, int width, int height) {
     return rect.left == 0 && rect.top == 0 && rect.width == width && rect.height == height;
 }
 
-int setBuffer(host::JobSide& side, int fd, const unsigned int* sizes, unsigned int planeCount) {
-    if (sizes == nullptr) {
-        return -EINVAL;
-    }
-    struct stat status = {};
-    if (fstat(fd, &status) != 0) {
-        return -errno;
-    }
+void setBuffer(host::JobSide& side, int fd, const unsigned int* sizes, unsigned int planeCount) {
     side.fd = fd;
     side.planeCount = planeCount;
-    int64_t total = 0;
     for (unsigned int i = 0; i < 3; ++i) {
         side.sizes[i] = i < planeCount ? sizes[i] : 0;
-        total += side.sizes[i];
     }
-    return total > status.st_size ? -EINVAL : 0;
 }
 
 void setConfig(host::JobSide& side, int width, int height, int yPitch, int uvPitch,
@@ -118,7 +107,8 @@ int PxAsyncBlitStream::setConfigBegin(unsigned int jobId) {
 
 int PxAsyncBlitStream::setSrcBuffer(int fd, unsigned int* sizes, unsigned int planeCount,
                                     int /*reserved*/) {
-    return mState->note("setSrcBuffer", SRC_BUFFER, setBuffer(mState->src, fd, sizes, planeCount));
+    setBuffer(mState->src, fd, sizes, planeCount);
+    return mState->note("setSrcBuffer", SRC_BUFFER, 0);
 }
 
 int PxAsyncBlitStream::setSrcConfig(int width, int height, int yPitch, int uvPitch,
@@ -136,8 +126,8 @@ int PxAsyncBlitStream::setSrcCrop(unsigned int output, PxRect crop) {
 
 int PxAsyncBlitStream::setDstBuffer(unsigned int output, int fd, unsigned int* sizes,
                                     unsigned int planeCount, int /*reserved*/) {
-    const int status = output == 0 ? setBuffer(mState->dst, fd, sizes, planeCount) : -EINVAL;
-    return mState->note("setDstBuffer", DST_BUFFER, status);
+    setBuffer(mState->dst, fd, sizes, planeCount);
+    return mState->note("setDstBuffer", DST_BUFFER, output == 0 ? 0 : -EINVAL);
 }
 
 int PxAsyncBlitStream::setDstConfig(unsigned int output, int width, int height, int yPitch,

@@ -5,8 +5,7 @@
 extern "C" {
 #endif
 
-// Waits until the fence signals, at most timeout milliseconds (-1: without limit); 0, or -1 with
-// errno set.
+// Waits until the fence signals, at most timeout milliseconds (-1: without limit); 0, or -1.
 int sync_wait(int fd, int timeout);
 
 #ifdef __cplusplus
