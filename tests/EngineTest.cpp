@@ -343,6 +343,7 @@ TEST(Engine, AnyJobStaysInsideItsBuffers) {
         return static_cast<PX_COLOR_ENUM>(colorFormatInfo(s.mFormat).pxColor);
     };
     int done = 0;
+    PxAsyncBlitStream stream;
     for (int round = 0; round < 20000 && !HasFailure(); ++round) {
         SCOPED_TRACE(round);
         const int width = pick(4) == 0 ? 1 + pick(70) : 32 * (1 + pick(4));
@@ -376,25 +377,24 @@ TEST(Engine, AnyJobStaysInsideItsBuffers) {
         const int64_t end = std::min(
             sizes[1], std::max<int64_t>(told, C::getFrameSize(width, height, dst.mFormat)));
         std::fill(buffers[1]->data() + end, buffers[1]->data() + sizes[1], 0xA5);
-        PxAsyncBlitStream stream;
         unsigned int job = 0;
+        const int wrong = pick(16);  // 0: another job's number; 1: a cropped source
         int fence = -1;
         timeval now = {};
         PxRect target = {0, 0, 0, 0, dst.mWidth, 0, dst.mHeight, 0};
         ASSERT_EQ(stream.createJob(job, fence), 0);
-        stream.setConfigBegin(job);
+        stream.setConfigBegin(wrong == 0 ? job + 1 : job);
         stream.setSrcBuffer(src.mFd, src.mPlaneSize, src.mPlaneCount, -1);
         stream.setSrcConfig(src.mWidth, src.mHeight, src.mYPitch, src.mUVPitch, code(src),
                             static_cast<PX_PROFILE_ENUM>(pick(8)), {}, {}, false, 0);
-        const int cropped = pick(16) == 0 ? 1 : 0;
-        stream.setSrcCrop(0, {0, 0, 0, 0, src.mWidth - cropped, 0, src.mHeight, 0});
+        stream.setSrcCrop(0, {0, 0, 0, 0, src.mWidth - (wrong == 1 ? 1 : 0), 0, src.mHeight, 0});
         stream.setDstBuffer(0, dst.mFd, dst.mPlaneSize, dst.mPlaneCount, -1);
         stream.setDstConfig(0, dst.mWidth, dst.mHeight, dst.mYPitch, dst.mUVPitch, code(dst),
                             PX_PROFILE_ENUM{}, {}, &target, {}, false, 0, 0);
         stream.setConfigEnd();
         const bool converted = stream.invalidate(&now) == 0;
         done += converted;
-        const bool whole = cropped == 0 && src.mWidth == dst.mWidth && src.mHeight == dst.mHeight;
+        const bool whole = wrong > 1 && src.mWidth == dst.mWidth && src.mHeight == dst.mHeight;
         EXPECT_TRUE(!converted || whole);
         EXPECT_EQ(sync_wait(fence, 0), converted ? 0 : -1);
         close(fence);

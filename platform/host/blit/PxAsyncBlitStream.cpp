@@ -65,9 +65,6 @@ struct PxAsyncBlitStream::State {
 
     // Notes an accepted call, logs a refused one.
     int note(const char* call, Part part, int status) {
-        if (status == 0 && !told.test(BEGIN)) {
-            status = -EINVAL;
-        }
         if (status == 0) {
             told.set(part);
         } else {
@@ -99,10 +96,7 @@ int PxAsyncBlitStream::createJob(unsigned int& jobId, int& fence) {
 }
 
 int PxAsyncBlitStream::setConfigBegin(unsigned int jobId) {
-    const bool current = !isError(mState->fence) && jobId == mState->jobId;
-    mState->told.reset();
-    mState->told.set(BEGIN, current);
-    return mState->note("setConfigBegin", BEGIN, 0);
+    return mState->note("setConfigBegin", BEGIN, jobId == mState->jobId ? 0 : -EINVAL);
 }
 
 int PxAsyncBlitStream::setSrcBuffer(int fd, unsigned int* sizes, unsigned int planeCount,
@@ -147,14 +141,13 @@ int PxAsyncBlitStream::setConfigEnd() { return mState->note("setConfigEnd", END,
 
 int PxAsyncBlitStream::invalidate(timeval* /*now*/) {
     State& state = *mState;
-    const bool complete = state.told.all() &&
+    const bool complete = !isError(state.fence) && state.told.all() &&
                           isWholeFrame(state.crop, state.src.width, state.src.height) &&
                           isWholeFrame(state.target, state.dst.width, state.dst.height);
     if (!complete) {
         logRefusal("invalidate");
         return -EINVAL;
     }
-    state.told.reset();
     const int status = state.job.run(state.src, state.dst);
     if (status == 0 && eventfd_write(state.fence, 1) != 0) {
         return -errno;
