@@ -6,11 +6,8 @@
 #include <cstring>
 
 int property_get(const char* key, char* value, const char* default_value) {
-    const char* found =
-        strcmp(key, "ro.board.platform") == 0 ? getenv("VEX_HOST_BOARD_PLATFORM") : nullptr;
-    if (found == nullptr) {
-        found = default_value == nullptr ? "" : default_value;
-    }
-    snprintf(value, PROPERTY_VALUE_MAX, "%s", found);
+    const char* board = getenv("VEX_HOST_BOARD_PLATFORM");
+    const bool found = board != nullptr && strcmp(key, "ro.board.platform") == 0;
+    snprintf(value, PROPERTY_VALUE_MAX, "%s", found ? board : default_value);
     return static_cast<int>(strlen(value));
 }

@@ -38,7 +38,7 @@ void useLargePages(int file, size_t size) {
 int reopen(int file) {
     const std::string path = "/proc/self/fd/" + std::to_string(file);
     const int opened = resultOf(open(path.c_str(), O_RDWR | O_CLOEXEC));
-    if (isError(opened) || opened > STDERR_FILENO) {
+    if (isError(opened)) {
         return opened;
     }
     const int moved = host::duplicateDescriptor(opened);

@@ -290,7 +290,7 @@ ConstRows BlitJob::plainMain(const Frame& src, int top, const Strip& strip) {
         return src.rows(0, top);
     }
     const ptrdiff_t pitch = ptrdiff_t{src.width} * bytesOf(src.layout->form);
-    mMainStrip.resize(static_cast<size_t>(pitch) * STRIP_LINES);
+    mMainStrip.resize(static_cast<size_t>(pitch * strip.lines));
     const Rows unpacked = {mMainStrip.data(), pitch};
     unpackMain(src, top, strip.lines, unpacked);
     return unpacked;
@@ -305,7 +305,7 @@ ConstRows BlitJob::plainChroma(const Frame& src, int top, const Strip& strip) {
         return src.rows(1, chromaTop);
     }
     const ptrdiff_t pitch = ptrdiff_t{src.width} * bytesOf(src.layout->form);
-    mChromaStrip.resize(static_cast<size_t>(pitch) * STRIP_LINES / 2);
+    mChromaStrip.resize(static_cast<size_t>(pitch * strip.chromaLines));
     const Rows unpacked = {mChromaStrip.data(), pitch};
     unpackChroma(src, chromaTop, strip.chromaLines, unpacked);
     return unpacked;
@@ -321,7 +321,7 @@ void BlitJob::convertStrip(const Frame& src, const Frame& dst, int top, const St
         return;
     }
     const Planes<ConstRows> in = {main, plainChroma(src, top, strip)};
-    mTerms.resize(static_cast<size_t>(strip.width) * 3);
+    mTerms.resize(static_cast<size_t>(strip.width) * CHANNELS);
     if (isYuv(dst.layout->form)) {
         const Rows chromaOut = dst.rows(1, chromaLineOf(top, dst.height / 2));
         convertYuvToYuv(form, step, strip, in, {out, chromaOut}, mTerms.data());

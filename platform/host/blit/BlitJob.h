@@ -1,7 +1,6 @@
 // One job of the blit engine: checks what it was told, then converts the frame strip by strip.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <vector>
 
@@ -15,7 +14,7 @@ namespace host {
 // One side of a job as told.
 struct JobSide {
     int fd;
-    uint32_t sizes[3];  // bytes a plane
+    uint32_t sizes[MOST_PLANES];  // bytes a plane
     uint32_t planeCount;
     int width;   // pixels
     int height;  // lines
@@ -39,9 +38,9 @@ class BlitJob {
         const Profile* profile;
         BufferId buffer;
         Places places;
-        std::array<int64_t, 3> pitches;  // bytes a row or a block row
-        std::array<int64_t, 3> sizes;    // bytes that the rows of a plane take
-        std::array<int64_t, 3> rests;    // bytes told of the plane that no row takes
+        PlaneBytes pitches;  // bytes a row or a block row
+        PlaneBytes sizes;    // bytes that the rows of a plane take
+        PlaneBytes rests;    // bytes told of the plane that no row takes
         int width;
         int height;
         uint8_t* data;  // the buffer's bytes

@@ -42,11 +42,11 @@ const Profile* findProfile(uint32_t code) {
 
 Affine compose(const Affine& second, const Affine& first) {
     Affine result = {};
-    for (int i = 0; i < 3; ++i) {
+    for (int i = 0; i < CHANNELS; ++i) {
         result.offset[i] = second.offset[i];
-        for (int k = 0; k < 3; ++k) {
+        for (int k = 0; k < CHANNELS; ++k) {
             result.offset[i] += second.m[i][k] * first.offset[k];
-            for (int j = 0; j < 3; ++j) {
+            for (int j = 0; j < CHANNELS; ++j) {
                 result.m[i][j] += second.m[i][k] * first.m[k][j];
             }
         }

@@ -5,10 +5,12 @@
 
 namespace host {
 
+constexpr int CHANNELS = 3;  // of a color
+
 // out = m * in + offset.
 struct Affine {
-    double m[3][3];
-    double offset[3];
+    double m[CHANNELS][CHANNELS];
+    double offset[CHANNELS];
 };
 
 // The step that does first, then second.

@@ -15,8 +15,8 @@ namespace {
 ColorStep fixedPoint(const Affine& affine) {
     constexpr double ONE = 1 << ColorStep::SHIFT;
     ColorStep step = {};
-    for (int i = 0; i < 3; ++i) {
-        for (int j = 0; j < 3; ++j) {
+    for (int i = 0; i < CHANNELS; ++i) {
+        for (int j = 0; j < CHANNELS; ++j) {
             step.m[i][j] = static_cast<int32_t>(std::lround(affine.m[i][j] * ONE));
         }
         step.offset[i] = static_cast<int32_t>(std::lround((affine.offset[i] + 0.5) * ONE));
@@ -252,7 +252,7 @@ ColorStep stepToYuv(const Profile& from, const Profile& to, int bits) {
 
 void convertYuvToRgba(Form from, const ColorStep& step, const Strip& strip,
                       const Planes<ConstRows>& in, Rows out, int32_t* scratch) {
-    forEachLine(from, step, strip, in.chroma, 3, scratch, [&](int line) {
+    forEachLine(from, step, strip, in.chroma, CHANNELS, scratch, [&](int line) {
         kernelsOf(from).rgba(step, in.main.data + line * in.main.pitch, strip.width, scratch,
                              out.data + line * out.pitch);
     });

@@ -14,8 +14,8 @@ namespace host {
 // the output's samples. Samples are plain integers of the source's and the output's depth.
 struct ColorStep {
     static constexpr int SHIFT = 20;  // sums then stay below 2^31 for 10-bit extremes
-    int32_t m[3][3];
-    int32_t offset[3];  // holds the half that rounds
+    int32_t m[CHANNELS][CHANNELS];
+    int32_t offset[CHANNELS];  // holds the half that rounds
 };
 
 // From samples of a profile and depth to full-range 8-bit RGB.

@@ -69,6 +69,9 @@ struct PlaneLayout {
     constexpr bool isRows() const { return packing == Packing::ROWS; }
 };
 
+constexpr int MOST_PLANES = 3;
+using PlaneBytes = std::array<int64_t, MOST_PLANES>;
+
 struct Span {
     int64_t offset;  // bytes
     int64_t size;    // bytes
@@ -77,7 +80,7 @@ struct Span {
 // Where things lie in the buffer: the start of each plane's body in bytes, and the headers of
 // compressed blocks.
 struct Places {
-    std::array<int64_t, 3> bodies;
+    PlaneBytes bodies;
     std::array<Span, 2> headers;
 };
 
@@ -85,7 +88,7 @@ struct Layout {
     uint32_t code;
     Form form;
     int planeCount;
-    PlaneLayout planes[3];
+    PlaneLayout planes[MOST_PLANES];
     bool crFirst;        // of a chroma pair, or of the two chroma planes
     int toldPlaneCount;  // planes that a job tells the sizes of; one for all where it is 1
     // Pitches as a job tells them, in half bytes a pixel of width: the least for rows, exact for

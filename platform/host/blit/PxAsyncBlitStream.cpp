@@ -29,7 +29,7 @@ bool isWholeFrame(const PxRect& rect, int width, int height) {
 void setBuffer(host::JobSide& side, int fd, const unsigned int* sizes, unsigned int planeCount) {
     side.fd = fd;
     side.planeCount = planeCount;
-    for (unsigned int i = 0; i < 3; ++i) {
+    for (unsigned int i = 0; i < host::MOST_PLANES; ++i) {
         side.sizes[i] = i < planeCount ? sizes[i] : 0;
     }
 }
@@ -87,7 +87,6 @@ int PxAsyncBlitStream::createJob(unsigned int& jobId, int& fence) {
         isError(mState->fence) ? mState->fence : host::duplicateDescriptor(mState->fence);
     if (isError(callers)) {
         mState->closeFence();
-        logRefusal("createJob");
         return callers;
     }
     jobId = ++mState->jobId;

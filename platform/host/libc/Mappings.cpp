@@ -78,7 +78,7 @@ void* __wrap_mmap(void* address, size_t length, int prot, int flags, int fd, off
     if ((flags & MAP_SHARED) == 0 || offset != 0) {
         return __real_mmap(address, length, prot, flags, fd, offset);
     }
-    if (address == nullptr && length >= LARGE_PAGE) {
+    if (length >= LARGE_PAGE) {
         address = roomForLargePages(length);
     }
     // All pages at once, as a device maps a buffer: one by one on first use takes longer.
