@@ -306,7 +306,7 @@ int mappedBuffers() {
 }
 
 // A source that can't be read shows whether the engine maps it anew.
-TEST(Engine, MapsOnlyWhatNobodyHasMappedAndOnlyForTheJob) {
+TEST(Engine, CallsMmapOnlyWhereNobodyHasAndOnlyForTheJob) {
     for (const int side : {16, 1024, 1920}) {
         const int size = side * side * 3 / 2;
         DmabufMemory src(size, -1);
