@@ -114,8 +114,9 @@ TEST(Geometry, PartLists) {
     for (const auto& [name, w, h, s0, o0, s1, o1, s2, o2, s3, o3] :
          table<S, int, int, int, int, int, int, int, int, int, int>("parts.txt")) {
         const Parts parts = {{s0, o0}, {s1, o1}, {s2, o2}, {s3, o3}};
+        SCOPED_TRACE(name);
         const C::ColorFormat format = C::getColorFormatFromStr(name);
-        EXPECT_EQ(C::getSeparateSize(w, h, format), parts) << name;
+        EXPECT_EQ(C::getSeparateSize(w, h, format), parts);
         EXPECT_EQ(C::getFrameSize(w, h, format), std::max({s0 + o0, s1 + o1, s2 + o2, s3 + o3}));
     }
     for (const auto f : {C::UNKNOWN, C::NV12, C::NV12_BLK}) {

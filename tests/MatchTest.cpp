@@ -33,6 +33,7 @@ TEST(Match, LongNamesAndHostilePatternsEndWithAResult) {
 #endif
     const std::string name = "vdec_output_" + std::string(LONG, 'W') + "W64H32_s_Y.x";
     EXPECT_EQ(searchPattern(name, "vdec_output_.*W(\\d+)H(\\d+)_(.)_(.*)").groups.at(2).length, 2U);
+    // The longest pattern; one byte more is in the list below.
     EXPECT_FALSE(searchPattern("Q", "[" + std::string(2040, 'x') + "[=q=]]$").groups.empty());
     using namespace std::string_literals;
     std::string nested = "b";

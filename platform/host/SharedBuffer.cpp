@@ -41,7 +41,7 @@ int reopen(int file) {
     if (isError(opened)) {
         return opened;
     }
-    const int moved = host::duplicateDescriptor(opened);
+    const int moved = host::duplicateDescriptor(opened);  // to where no standard stream is
     close(opened);
     return moved;
 }

@@ -78,6 +78,7 @@ void* __wrap_mmap(void* address, size_t length, int prot, int flags, int fd, off
     if ((flags & MAP_SHARED) == 0 || offset != 0) {
         return __real_mmap(address, length, prot, flags, fd, offset);
     }
+    // The tool leaves the place of a buffer to the system, so there is none to keep.
     if (length >= LARGE_PAGE) {
         address = roomForLargePages(length);
     }

@@ -8,8 +8,8 @@ extern "C" {
 // Longest property value in bytes, the terminating zero included.
 #define PROPERTY_VALUE_MAX 92
 
-// Copies the property, or default_value where it is not set, into value (PROPERTY_VALUE_MAX bytes)
-// and returns its length.
+// Copies the property, or default_value (not null) where it is not set, into value
+// (PROPERTY_VALUE_MAX bytes) and returns its length.
 int property_get(const char* key, char* value, const char* default_value);
 
 #ifdef __cplusplus
