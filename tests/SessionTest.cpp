@@ -14,12 +14,14 @@ class Session : public ToolTest, public testing::WithParamInterface<std::string>
         fs::create_directory(mFolder + "/bin");
         fs::create_symlink(converter(), mFolder + "/bin/VexConverter");
         fs::create_symlink(MAKE_DUMP, mFolder + "/bin/make-dump");
+        fs::create_symlink(PROJECT, mFolder + "/project");
     }
 
     std::string print(const std::string& command) const {
-        write("command", "exec 2>&1; PATH=$PWD/bin:$PATH DATA=" TEST_DATA
-                         "\n[ ! -e profile ] || . ./profile\n" +
-                             command);
+        write("command",
+              "exec 2>&1; PATH=$PWD/bin:$PATH PROJECT=$PWD/project DATA=$PWD/project/tests/data\n"
+              "[ ! -e profile ] || . ./profile\n" +
+                  command);
         const ToolResult result = run("bash", {"command"});
         write("printed", result.out);
         const std::string status =
@@ -29,35 +31,40 @@ class Session : public ToolTest, public testing::WithParamInterface<std::string>
 };
 
 TEST_P(Session, PrintsWhatIsWritten) {
-    std::ifstream file(std::string(SESSIONS) + "/" + GetParam() + ".session");
-    std::ofstream seen(testing::TempDir() + "/" + GetParam() + ".session");  // to compare by hand
+    const std::string path = PROJECT "/tests/sessions/" + GetParam() + ".session";
+    std::ifstream file(path);
     std::string command;
     std::string expected;
+    int start = 0;  // the command's line
     const auto check = [&] {
         const std::string printed = command.empty() ? "" : print(command);
-        EXPECT_EQ(printed, expected) << "$ " << command;
-        seen << printed;
+        if (printed != expected) {
+            ADD_FAILURE_AT(path.c_str(), start) << "$ " << command << "--- is to print:\n"
+                                                << expected << "--- prints:\n"
+                                                << printed;
+        }
         command = expected = "";
     };
-    for (std::string line; std::getline(file, line);) {
+    std::string line;
+    for (int number = 1; std::getline(file, line); ++number) {
+        const bool starts = line.rfind("$ ", 0) == 0;
         const bool continues = !command.empty() && line.rfind("> ", 0) == 0;
-        if (line.rfind("$ ", 0) == 0 || line.rfind('#', 0) == 0) {
+        if (starts || line[0] == '#') {
             check();
+            start = number;
         }
-        if (line.rfind("$ ", 0) == 0 || continues) {
+        if (starts || continues) {
             command += line.substr(2) + "\n";
-        } else if (line.rfind('#', 0) != 0) {
+        } else if (line[0] != '#') {
             expected += line + "\n";
-            continue;
         }
-        seen << line << "\n";
     }
     check();
 }
 
 std::vector<std::string> sessions() {
     std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(SESSIONS)) {
+    for (const auto& entry : fs::directory_iterator(PROJECT "/tests/sessions")) {
         names.push_back(entry.path().stem());
     }
     return names;

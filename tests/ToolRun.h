@@ -28,10 +28,13 @@ class ToolTest : public testing::Test {
     }
     ~ToolTest() override { std::filesystem::remove_all(mFolder); }
 
-    // Runs the program in the test's folder, where the log goes to the file "log".
+    // Runs the program in the test's folder, where the log goes to the file "log". Of the caller's
+    // environment it sees the PATH alone, so that the tests mean the same on every machine.
     ToolResult run(const std::string& program, const std::vector<std::string>& arguments,
                    const std::string& environment = "") const {
-        std::string command = "cd '" + mFolder + "' && env -u VEX_HOST_ION VEX_HOST_LOG=log " +
+        std::string command = "cd '" + mFolder +
+                              "' && env -i PATH=\"$PATH\" HOME=. TERM=xterm LC_ALL=C.UTF-8 "
+                              "VEX_HOST_LOG=log " +
                               environment + " '" + program + "'";
         for (const std::string& argument : arguments) {
             command += " '" + argument + "'";
