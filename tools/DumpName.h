@@ -1,4 +1,4 @@
-// The names of a dump's files: such that the built-in rules decode them, where they can.
+// Names for the files of a dump that the built-in rules decode, if there are such names.
 #pragma once
 
 #include <string>
@@ -7,11 +7,11 @@
 #include "color/ColorConvert.h"
 
 struct DumpName {
-    std::vector<std::string> files;  // paths: one, or the four part files of a frame
-    bool decoded;                    // by a built-in rule
+    std::vector<std::string> files;  // one path, or those of the four part files of a frame
+    bool decoded;                    // a built-in rule decodes them
 };
 
-// For a dump of width (pixels) x height (lines), not aligned yet, in the folder. separate: a frame
-// of part files, of which number tells the sets apart.
+// Names a dump of width (pixels) x height (lines), before alignment, in the folder. separate: the
+// frame is stored as part files; number distinguishes the sets of a dump.
 DumpName nameDump(const std::string& folder, ColorConvert::ColorFormat format, int width,
                   int height, bool separate, int number);

@@ -1,4 +1,4 @@
-// make-dump: writes a test card, or raw frames, as a dump of any color format, under a name that
+// make-dump: writes a test pattern, or raw frames, as a dump of any color format, under a name that
 // the built-in rules decode.
 #include <getopt.h>
 
@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "Card.h"
 #include "DumpName.h"
+#include "LinearFrame.h"
 #include "Packer.h"
-#include "PlainFrame.h"
+#include "TestPattern.h"
 #include "color/Catalogue.h"
 #include "color/ColorConvert.h"
 #include "fileutils/FileUtils.h"
@@ -29,8 +29,8 @@ constexpr const char* USAGE =
     "  -n, --frames FRAMES        number of frames (1; with -i all that the file holds)\n"
     "  -i, --input FILE           raw frames of WIDTH x HEIGHT to write instead of the card\n"
     "  -r, --raw-format FORMAT    of that file: NV12, YUV420P, YV12, P010 or an RGB format\n"
-    "                             (the form that the dump converts to)\n"
-    "      --colorspace SPACE     of YUV made from another form, or into one (BT601_LIMIT)\n"
+    "                             (the format that the dump converts to)\n"
+    "      --colorspace SPACE     of YUV made from another format, or into one (BT601_LIMIT)\n"
     "      --whole                CPQ and Lumo: whole frames in one file, no files of parts\n"
     "      --help                 show this text\n";
 
@@ -153,25 +153,27 @@ Options parseOptions(int argc, char* argv[]) {
     return options;
 }
 
-// The frames to write: the card's, or those of a raw file.
-class Source {
+// The frames to write: those of the test pattern, or of a raw file.
+class FrameSource {
   public:
-    explicit Source(const Options& options)
-        : mOptions(options), mForm(layoutOf(options.format).form) {
+    explicit FrameSource(const Options& options)
+        : mOptions(options), mFormat(layoutOf(options.format).format) {
         const auto raw = options.rawFormat == ColorConvert::UNKNOWN
                              ? ColorConvert::getDefaultOutputFormat(options.format)
                              : options.rawFormat;
         mRawLayout = &layoutOf(raw);
-        const bool planar = mRawLayout->planes[1].role == host::Role::CHROMA;
-        if (!mRawLayout->isPlainForm() && !planar) {
-            fail("raw frames must be plain rows, as of NV12, YUV420P, YV12, P010 or an RGB format");
+        const bool planar = mRawLayout->planes[1].component == host::Component::CHROMA;
+        if (!mRawLayout->isLinear() && !planar) {
+            fail(
+                "raw frames must be in a linear format: NV12, YUV420P, YV12, P010 or an RGB "
+                "format");
         }
         mRaw.mWidth = options.width;
         mRaw.mHeight = options.height;
         colorFormatInfo(raw).calculate(mRaw);
         mRawSize = planar ? static_cast<size_t>(
                                 ColorConvert::getFrameSize(options.width, options.height, raw))
-                          : PlainFrame::sizeOf(mRawLayout->form, options.width, options.height);
+                          : LinearFrame::sizeOf(mRawLayout->format, options.width, options.height);
         mFrames = options.frames == 0 ? 1 : options.frames;
         if (!options.rawFile.empty()) {
             countRawFrames();
@@ -180,16 +182,16 @@ class Source {
 
     int frames() const { return mFrames; }
 
-    PlainFrame frame(int index) const {
+    LinearFrame frame(int index) const {
         if (mOptions.rawFile.empty()) {
-            return toForm(drawCard(mOptions.width, mOptions.height, index + 1));
+            return toDumpFormat(drawTestPattern(mOptions.width, mOptions.height, index + 1));
         }
         std::vector<uint8_t> raw(mRawSize);
         const auto size = static_cast<int>(mRawSize);
         if (FileUtils::readFromFile(mOptions.rawFile, raw.data(), size, size, index) != size) {
             fail("can't read frame " + std::to_string(index + 1) + " of " + mOptions.rawFile);
         }
-        return toForm(plainFrameOf(std::move(raw), *mRawLayout, mRaw));
+        return toDumpFormat(linearFrameOf(std::move(raw), *mRawLayout, mRaw));
     }
 
   private:
@@ -214,13 +216,13 @@ class Source {
         }
     }
 
-    PlainFrame toForm(PlainFrame frame) const {
-        return frame.form == mForm ? std::move(frame)
-                                   : convertPicture(frame, mForm, *mOptions.profile);
+    LinearFrame toDumpFormat(LinearFrame frame) const {
+        return frame.format == mFormat ? std::move(frame)
+                                       : convertPicture(frame, mFormat, *mOptions.profile);
     }
 
     const Options& mOptions;
-    host::Form mForm;
+    host::LinearFormat mFormat;
     const host::Layout* mRawLayout = nullptr;
     ColorConvert::ColorConvertBuffer mRaw;
     size_t mRawSize = 0;  // bytes of a frame
@@ -252,7 +254,7 @@ void writeDump(const Options& options) {
         ColorConvert::getFrameSize(width, height, ColorConvert::RGBA8888) < 0) {
         fail("a frame is 2 GiB or more");
     }
-    const Source source(options);
+    const FrameSource source(options);
     const auto parts = options.whole ? std::vector<std::pair<int, int>>()
                                      : ColorConvert::getSeparateSize(width, height, options.format);
     std::error_code error;

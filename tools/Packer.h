@@ -1,14 +1,15 @@
-// Packs plain frames into the layouts of dumps, one sample at a time: the plain counterpart of the
-// blit engine's unpackers.
+// Packs frames into the layouts of dumps, one sample at a time. It shares no code with the blit
+// engine's unpackers, so that tests can hold one against the other.
 #pragma once
 
 #include <cstdint>
 #include <vector>
 
-#include "PlainFrame.h"
+#include "LinearFrame.h"
 #include "color/ColorConvert.h"
 
-// The frame in the format, size and layout of a dump, padded to width x height with its last
-// pixels. The frame has the layout's plain form; headers of compressed formats are zero.
-std::vector<uint8_t> packFrame(const PlainFrame& frame, const host::Layout& layout,
+// Returns the frame as a dump of the format and its layout, padded to width x height by repeating
+// its last pixels. The frame has the layout's linear format. Headers of compressed formats are
+// zero.
+std::vector<uint8_t> packFrame(const LinearFrame& frame, const host::Layout& layout,
                                ColorConvert::ColorFormat format, int width, int height);

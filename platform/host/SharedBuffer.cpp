@@ -21,12 +21,12 @@ using host::resultOf;
 
 // Gives the file large pages where the system has them, as a device's heap does: they are mapped
 // and unmapped in a twentieth of the time. Without them the file is as good.
-void useLargePages(int file, size_t size) {
+void useHugePages(int file, size_t size) {
     constexpr int COLLAPSE = 25;  // MADV_COLLAPSE, since Linux 6.1
-    if (size < host::LARGE_PAGE / 2) {
+    if (size < host::HUGE_PAGE / 2) {
         return;
     }
-    const size_t reach = size + host::LARGE_PAGE;  // the last page too
+    const size_t reach = size + host::HUGE_PAGE;  // the last page too
     void* mapping = mmap(nullptr, reach, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
     if (mapping != MAP_FAILED) {
         madvise(mapping, reach, COLLAPSE);
@@ -54,7 +54,7 @@ int createFile(const char* name, size_t size) {
     }
     // Here a lack of memory shows, as with a device's allocator.
     int result = resultOf(fallocate(file, 0, 0, static_cast<off_t>(size)));
-    useLargePages(file, size);
+    useHugePages(file, size);
     if (!isError(result)) {
         result = reopen(file);
     }

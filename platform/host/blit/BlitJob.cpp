@@ -15,56 +15,56 @@ namespace host {
 
 namespace {
 
-// The conversions between plain forms that change samples.
-bool canConvert(Form from, Form to) {
-    return to == Form::RGBA8888 ? from != to : from == to && isYuv(from);
+// True for the conversions between linear formats that change samples.
+bool canConvert(LinearFormat from, LinearFormat to) {
+    return to == LinearFormat::RGBA32 ? from != to : from == to && isYuv(from);
 }
 
 int64_t blockRowBytes(const PlaneLayout& plane, int samples) {
-    return int64_t{samples} / plane.blockSamples * plane.blockBytes;
+    return int64_t{samples} / plane.blockWidth * plane.blockBytes;
 }
 
-// The row of chroma that covers a line.
+// The chroma row that covers a line.
 int chromaLineOf(int line, int chromaLines) {
     return std::max(0, std::min(line / 2, chromaLines - 1));
 }
 
 }  // namespace
 
-// Sets what is known of the plane in frame, and refuses a plane that its buffer doesn't hold.
+// Fills in what frame says of the plane, and refuses a plane that doesn't fit its buffer.
 int BlitJob::checkPlane(const char* name, const JobSide& side, Frame& frame, int index) {
     const auto i = static_cast<size_t>(index);
     const Layout& layout = *frame.layout;
     const PlaneLayout& plane = layout.planes[index];
-    const int samples = plane.samples(layout.form, side.width);
+    const int samples = plane.samples(layout.format, side.width);
     const int lines = plane.lines(side.height);
     int64_t bytes = 0;
     int64_t wordBytes = 1;
-    if (plane.isRows()) {
+    if (plane.isLinear()) {
         const int pitch = index == 0 ? side.yPitch : side.uvPitch;
-        const int64_t rowBytes = int64_t{samples} * sampleBytesOf(layout.form);
+        const int64_t rowBytes = int64_t{samples} * sampleBytesOf(layout.format);
         frame.pitches[i] = pitch;
         bytes = lines == 0 ? 0 : (lines - 1) * frame.pitches[i] + rowBytes;
-        wordBytes = bytesOf(layout.form) == 3 ? 1 : bytesOf(layout.form);
+        wordBytes = bytesOf(layout.format) == 3 ? 1 : bytesOf(layout.format);
     } else {
-        if (samples % plane.blockSamples != 0 || lines % plane.blockLines != 0) {
+        if (samples % plane.blockWidth != 0 || lines % plane.blockHeight != 0) {
             LOG(ERROR, "%s: %d x %d is not a whole number of blocks\n", name, side.width,
                 side.height);
             return -EINVAL;
         }
         frame.pitches[i] = blockRowBytes(plane, samples);
-        bytes = lines / plane.blockLines * frame.pitches[i];
+        bytes = lines / plane.blockHeight * frame.pitches[i];
     }
-    const uint32_t told = side.sizes[layout.toldPlaneCount == 1 ? 0 : index];
-    if (bytes > told || frame.places.bodies[i] + bytes > frame.buffer.size) {
+    const uint32_t declared = side.sizes[layout.sizeCount == 1 ? 0 : index];
+    if (bytes > declared || frame.offsets.planes[i] + bytes > frame.buffer.size) {
         LOG(ERROR, "%s: plane %d needs %lld bytes at %lld, has %u of a buffer of %lld\n", name,
-            index, static_cast<long long>(bytes), static_cast<long long>(frame.places.bodies[i]),
-            told, static_cast<long long>(frame.buffer.size));
+            index, static_cast<long long>(bytes), static_cast<long long>(frame.offsets.planes[i]),
+            declared, static_cast<long long>(frame.buffer.size));
         return -EINVAL;
     }
     frame.sizes[i] = bytes;
-    frame.rests[i] = told - bytes;
-    if (frame.pitches[i] % wordBytes != 0 || frame.places.bodies[i] % wordBytes != 0) {
+    frame.padding[i] = declared - bytes;
+    if (frame.pitches[i] % wordBytes != 0 || frame.offsets.planes[i] % wordBytes != 0) {
         LOG(ERROR, "%s: plane %d is not aligned to its samples\n", name, index);
         return -EINVAL;
     }
@@ -90,21 +90,20 @@ int BlitJob::checkSide(const char* name, const JobSide& side, Frame& frame) {
         return -EBADF;
     }
     frame.buffer = {side.fd, status.st_dev, status.st_ino, status.st_size};
-    // Rows of working memory stay small, and every product below fits 64 bits.
+    // With this limit rows of working memory stay small, and every product below fits 64 bits.
     constexpr int MAX_WIDTH = 1 << 20;
     if (side.width <= 0 || side.height <= 0 || side.width > MAX_WIDTH) {
         LOG(ERROR, "%s: bad size %d x %d\n", name, side.width, side.height);
         return -EINVAL;
     }
-    const bool rows = layout.planes[0].isRows();
     const int64_t yPitch = int64_t{layout.yPitch} * side.width / 2;
     const int64_t uvPitch = int64_t{layout.uvPitch} * side.width / 2;
     if (side.yPitch < yPitch || side.uvPitch < uvPitch ||
-        (!rows && (side.yPitch != yPitch || side.uvPitch != uvPitch))) {
+        (!layout.planes[0].isLinear() && (side.yPitch != yPitch || side.uvPitch != uvPitch))) {
         LOG(ERROR, "%s: bad pitches %d, %d\n", name, side.yPitch, side.uvPitch);
         return -EINVAL;
     }
-    if (side.planeCount != static_cast<uint32_t>(layout.toldPlaneCount)) {
+    if (side.planeCount != static_cast<uint32_t>(layout.sizeCount)) {
         LOG(ERROR, "%s: bad plane count %u\n", name, side.planeCount);
         return -EINVAL;
     }
@@ -116,7 +115,7 @@ int BlitJob::checkSide(const char* name, const JobSide& side, Frame& frame) {
     }
     frame.width = side.width;
     frame.height = side.height;
-    frame.places = layout.places(side.width, side.height, side.sizes);
+    frame.offsets = layout.offsets(side.width, side.height, side.sizes);
     for (int i = 0; i < layout.planeCount; ++i) {
         const int error = checkPlane(name, side, frame, i);
         if (error != 0) {
@@ -126,7 +125,7 @@ int BlitJob::checkSide(const char* name, const JobSide& side, Frame& frame) {
     return 0;
 }
 
-// What only both sides together show.
+// Checks what depends on both sides.
 int BlitJob::checkPair(const Frame& src, const Frame& dst) {
     if (src.width != dst.width || src.height != dst.height) {
         LOG(ERROR, "scaling %d x %d to %d x %d is not supported\n", src.width, src.height,
@@ -139,7 +138,7 @@ int BlitJob::checkPair(const Frame& src, const Frame& dst) {
     }
     const Layout& from = *src.layout;
     const Layout& to = *dst.layout;
-    if (!to.isPlainForm() || (changesColors(src, dst) && !canConvert(from.form, to.form))) {
+    if (!to.isLinear() || (changesColors(src, dst) && !canConvert(from.format, to.format))) {
         LOG(ERROR, "converting 0x%08X to 0x%08X is not supported\n", from.code, to.code);
         return -EOPNOTSUPP;
     }
@@ -147,8 +146,8 @@ int BlitJob::checkPair(const Frame& src, const Frame& dst) {
 }
 
 bool BlitJob::changesColors(const Frame& src, const Frame& dst) {
-    const Form form = src.layout->form;
-    return form != dst.layout->form || (isYuv(form) && src.profile != dst.profile);
+    const LinearFormat format = src.layout->format;
+    return format != dst.layout->format || (isYuv(format) && src.profile != dst.profile);
 }
 
 int BlitJob::run(const JobSide& src, const JobSide& dst) {
@@ -180,16 +179,17 @@ int BlitJob::mapAndConvert(Frame& src, Frame& dst) {
     }
     warnOfCompression(src);
     convert(src, dst);
-    clearRests(dst);
+    clearPadding(dst);
     return 0;
 }
 
-// Stored blocks have headers of zeros where they come from make-dump, compressed ones never do.
+// make-dump writes uncompressed blocks with headers of zeros. The device compresses blocks, and its
+// headers are never all zero.
 void BlitJob::warnOfCompression(const Frame& src) {
     if (src.layout->compressed == nullptr || mWarned) {
         return;
     }
-    for (const Span& header : src.places.headers) {
+    for (const Span& header : src.offsets.headers) {
         const uint8_t* start = src.data + header.offset;
         const int64_t held = std::max<int64_t>(0, src.buffer.size - header.offset);
         const uint8_t* end = start + std::min(header.size, held);
@@ -203,24 +203,25 @@ void BlitJob::warnOfCompression(const Frame& src) {
     }
 }
 
-// A destination is written in full, also where a plane is told larger than its rows (P010 of an odd
-// height).
-void BlitJob::clearRests(const Frame& dst) {
+// A plane may be declared larger than its rows, as P010 of an odd height is. What follows the rows
+// is cleared, so that every byte of the destination depends on the source alone.
+void BlitJob::clearPadding(const Frame& dst) {
     for (size_t i = 0; i < static_cast<size_t>(dst.layout->planeCount); ++i) {
-        memset(dst.data + dst.places.bodies[i] + dst.sizes[i], 0,
-               static_cast<size_t>(dst.rests[i]));
+        memset(dst.data + dst.offsets.planes[i] + dst.sizes[i], 0,
+               static_cast<size_t>(dst.padding[i]));
     }
 }
 
 void BlitJob::convert(const Frame& src, const Frame& dst) {
-    const Form form = src.layout->form;
-    const bool colorStep = changesColors(src, dst);
-    ColorStep step = {};
-    if (colorStep && isYuv(form)) {
-        step = isYuv(dst.layout->form) ? stepToYuv(*src.profile, *dst.profile, bitsOf(form))
-                                       : stepToRgb(*src.profile, bitsOf(form));
+    const LinearFormat format = src.layout->format;
+    const bool changesColor = changesColors(src, dst);
+    ColorTransform transform = {};
+    if (changesColor && isYuv(format)) {
+        transform = isYuv(dst.layout->format)
+                        ? transformToYuv(*src.profile, *dst.profile, bitsOf(format))
+                        : transformToRgb(*src.profile, bitsOf(format));
     }
-    const int chromaLines = isYuv(form) ? src.height / 2 : 0;
+    const int chromaLines = isYuv(format) ? src.height / 2 : 0;
     for (int top = 0; top < src.height; top += STRIP_LINES) {
         Strip strip = {src.width, std::min(STRIP_LINES, src.height - top), 0};
         if (chromaLines > 0) {
@@ -228,8 +229,8 @@ void BlitJob::convert(const Frame& src, const Frame& dst) {
             strip.chromaLines =
                 chromaLineOf(bottom, chromaLines) - chromaLineOf(top, chromaLines) + 1;
         }
-        if (colorStep) {
-            convertStrip(src, dst, top, strip, step);
+        if (changesColor) {
+            convertStrip(src, dst, top, strip, transform);
         } else {
             copyStrip(src, dst, top, strip);
         }
@@ -238,36 +239,34 @@ void BlitJob::convert(const Frame& src, const Frame& dst) {
 
 Rows BlitJob::Frame::rows(int plane, int line) const {
     const auto i = static_cast<size_t>(plane);
-    const int row = layout->planes[plane].isRows() ? line : line / layout->planes[plane].blockLines;
-    return {data + places.bodies[i] + row * pitches[i], static_cast<ptrdiff_t>(pitches[i])};
+    const int row =
+        layout->planes[plane].isLinear() ? line : line / layout->planes[plane].blockHeight;
+    return {data + offsets.planes[i] + row * pitches[i], static_cast<ptrdiff_t>(pitches[i])};
 }
 
 void BlitJob::unpackMain(const Frame& src, int top, int lines, Rows to) {
-    const Form form = src.layout->form;
+    const LinearFormat format = src.layout->format;
     const PlaneLayout& plane = src.layout->planes[0];
-    unpackPlane(plane, sampleBytesOf(form), src.rows(0, top), plane.samples(form, src.width), lines,
-                to);
+    unpackPlane(plane, sampleBytesOf(format), src.rows(0, top), plane.samples(format, src.width),
+                lines, to);
 }
 
 void BlitJob::unpackChroma(const Frame& src, int top, int lines, Rows to) {
-    const Form form = src.layout->form;
+    const LinearFormat format = src.layout->format;
     const PlaneLayout& plane = src.layout->planes[1];
-    const int samples = plane.samples(form, src.width);
-    const bool crFirst = src.layout->crFirst;
-    switch (plane.role) {
-        case Role::RGB:
-        case Role::LUMA:
+    const int samples = plane.samples(format, src.width);
+    switch (plane.component) {
+        case Component::RGB:
+        case Component::LUMA:
             break;
-        case Role::CHROMA_PAIRS:
-            unpackPlane(plane, bytesOf(form), src.rows(1, top), samples, lines, to);
-            if (crFirst) {
-                swapChroma(to, samples / 2, lines);
-            }
+        case Component::CBCR:
+            unpackPlane(plane, bytesOf(format), src.rows(1, top), samples, lines, to);
             break;
-        case Role::CHROMA:
-            mergeChroma(src.rows(crFirst ? 2 : 1, top), src.rows(crFirst ? 1 : 2, top), samples,
-                        lines, to);
-            // An odd width leaves a byte of the row without a sample: no color.
+        case Component::CHROMA:
+            mergeChroma(src.rows(src.layout->swappedChroma ? 2 : 1, top),
+                        src.rows(src.layout->swappedChroma ? 1 : 2, top), samples, lines, to);
+            // In a row of an odd width no chroma sample reaches the last byte; it gets the neutral
+            // value.
             for (int line = 0; src.width % 2 != 0 && line < lines; ++line) {
                 to.data[line * to.pitch + src.width - 1] = 128;
             }
@@ -275,7 +274,7 @@ void BlitJob::unpackChroma(const Frame& src, int top, int lines, Rows to) {
     }
 }
 
-// Equal forms: straight into the destination.
+// Where no color changes, unpacks straight into the destination.
 void BlitJob::copyStrip(const Frame& src, const Frame& dst, int top, const Strip& strip) {
     unpackMain(src, top, strip.lines, dst.rows(0, top));
     if (strip.chromaLines > 0) {
@@ -284,27 +283,27 @@ void BlitJob::copyStrip(const Frame& src, const Frame& dst, int top, const Strip
     }
 }
 
-// Plain rows of the strip: the source's own, or unpacked ones.
-ConstRows BlitJob::plainMain(const Frame& src, int top, const Strip& strip) {
-    if (src.layout->planes[0].isRows()) {
+// The strip in linear rows: those of the source, or unpacked ones.
+ConstRows BlitJob::linearMain(const Frame& src, int top, const Strip& strip) {
+    if (src.layout->planes[0].isLinear()) {
         return src.rows(0, top);
     }
-    const ptrdiff_t pitch = ptrdiff_t{src.width} * bytesOf(src.layout->form);
+    const ptrdiff_t pitch = ptrdiff_t{src.width} * bytesOf(src.layout->format);
     mMainStrip.resize(static_cast<size_t>(pitch * strip.lines));
     const Rows unpacked = {mMainStrip.data(), pitch};
     unpackMain(src, top, strip.lines, unpacked);
     return unpacked;
 }
 
-ConstRows BlitJob::plainChroma(const Frame& src, int top, const Strip& strip) {
+ConstRows BlitJob::linearChroma(const Frame& src, int top, const Strip& strip) {
     if (strip.chromaLines == 0) {
         return {};
     }
     const int chromaTop = chromaLineOf(top, src.height / 2);
-    if (src.layout->isPlainForm()) {
+    if (src.layout->isLinear()) {
         return src.rows(1, chromaTop);
     }
-    const ptrdiff_t pitch = ptrdiff_t{src.width} * bytesOf(src.layout->form);
+    const ptrdiff_t pitch = ptrdiff_t{src.width} * bytesOf(src.layout->format);
     mChromaStrip.resize(static_cast<size_t>(pitch * strip.chromaLines));
     const Rows unpacked = {mChromaStrip.data(), pitch};
     unpackChroma(src, chromaTop, strip.chromaLines, unpacked);
@@ -312,21 +311,21 @@ ConstRows BlitJob::plainChroma(const Frame& src, int top, const Strip& strip) {
 }
 
 void BlitJob::convertStrip(const Frame& src, const Frame& dst, int top, const Strip& strip,
-                           const ColorStep& step) {
-    const Form form = src.layout->form;
-    const ConstRows main = plainMain(src, top, strip);
+                           const ColorTransform& transform) {
+    const LinearFormat format = src.layout->format;
+    const ConstRows main = linearMain(src, top, strip);
     const Rows out = dst.rows(0, top);
-    if (!isYuv(form)) {
-        convertRgbToRgba(form, strip, main, out);
+    if (!isYuv(format)) {
+        convertRgbToRgba(format, strip, main, out);
         return;
     }
-    const Planes<ConstRows> in = {main, plainChroma(src, top, strip)};
+    const Planes<ConstRows> in = {main, linearChroma(src, top, strip)};
     mTerms.resize(static_cast<size_t>(strip.width) * CHANNELS);
-    if (isYuv(dst.layout->form)) {
+    if (isYuv(dst.layout->format)) {
         const Rows chromaOut = dst.rows(1, chromaLineOf(top, dst.height / 2));
-        convertYuvToYuv(form, step, strip, in, {out, chromaOut}, mTerms.data());
+        convertYuvToYuv(format, transform, strip, in, {out, chromaOut}, mTerms.data());
     } else {
-        convertYuvToRgba(form, step, strip, in, out, mTerms.data());
+        convertYuvToRgba(format, transform, strip, in, out, mTerms.data());
     }
 }
 

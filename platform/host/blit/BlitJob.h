@@ -1,51 +1,53 @@
-// One job of the blit engine: checks what it was told, then converts the frame strip by strip.
+// One job of the blit engine: it checks the configuration of both sides, then converts the frame
+// strip by strip.
 #pragma once
 
 #include <cstdint>
 #include <vector>
 
 #include "BufferMapping.h"
-#include "ColorStep.h"
+#include "ColorTransform.h"
 #include "Layout.h"
 #include "Unpack.h"
 
 namespace host {
 
-// One side of a job as told.
+// The source or the destination of a job, as the caller configured it.
 struct JobSide {
     int fd;
-    uint32_t sizes[MOST_PLANES];  // bytes a plane
+    uint32_t sizes[MAX_PLANES];  // bytes of each plane
     uint32_t planeCount;
     int width;   // pixels
     int height;  // lines
-    int yPitch;  // bytes a row
+    int yPitch;  // bytes per row
     int uvPitch;
     uint32_t color;
     uint32_t profile;
 };
 
-// Runs jobs one after the other; keeps its working memory from job to job.
+// Runs jobs one after the other and keeps its working memory from job to job.
 class BlitJob {
   public:
-    // 0 when the frame is converted; a negated errno, logged, when the job doesn't fit its buffers,
-    // is none that the engine can do, or memory runs short.
+    // Returns 0 when the frame is converted. Otherwise logs the reason and returns a negated errno:
+    // the frames don't fit their buffers, the engine doesn't support the conversion, or memory runs
+    // short.
     int run(const JobSide& src, const JobSide& dst);
 
   private:
-    // A side that has been found to fit its buffer.
+    // A side that has been checked: it fits its buffer.
     struct Frame {
         const Layout* layout;
         const Profile* profile;
         BufferId buffer;
-        Places places;
-        PlaneBytes pitches;  // bytes a row or a block row
-        PlaneBytes sizes;    // bytes that the rows of a plane take
-        PlaneBytes rests;    // bytes told of the plane that no row takes
+        Offsets offsets;
+        PerPlane pitches;  // bytes per row or per block row
+        PerPlane sizes;    // bytes of the rows of a plane
+        PerPlane padding;  // bytes of a plane after its last row
         int width;
         int height;
         uint8_t* data;  // the buffer's bytes
 
-        // The rows of a plane from a line on, or the block rows from the one that holds it on.
+        // The rows of a plane from this line on, or its block rows from the one with this line on.
         Rows rows(int plane, int line) const;
     };
 
@@ -55,15 +57,15 @@ class BlitJob {
     static bool changesColors(const Frame& src, const Frame& dst);
     int mapAndConvert(Frame& src, Frame& dst);
     void warnOfCompression(const Frame& src);
-    static void clearRests(const Frame& dst);
+    static void clearPadding(const Frame& dst);
     void convert(const Frame& src, const Frame& dst);
     void convertStrip(const Frame& src, const Frame& dst, int top, const Strip& strip,
-                      const ColorStep& step);
+                      const ColorTransform& transform);
     static void copyStrip(const Frame& src, const Frame& dst, int top, const Strip& strip);
     static void unpackMain(const Frame& src, int top, int lines, Rows to);
     static void unpackChroma(const Frame& src, int top, int lines, Rows to);
-    ConstRows plainMain(const Frame& src, int top, const Strip& strip);
-    ConstRows plainChroma(const Frame& src, int top, const Strip& strip);
+    ConstRows linearMain(const Frame& src, int top, const Strip& strip);
+    ConstRows linearChroma(const Frame& src, int top, const Strip& strip);
 
     std::vector<uint8_t> mMainStrip;
     std::vector<uint8_t> mChromaStrip;

@@ -10,4 +10,4 @@
 #endif
 
 // For templates that a KERNEL instantiates: their code must end up inside it.
-#define KERNEL_PART inline __attribute__((always_inline))
+#define KERNEL_INLINE inline __attribute__((always_inline))

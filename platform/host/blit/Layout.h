@@ -1,4 +1,4 @@
-// How the blit engine's pixel layouts lie in memory, as data: one row a layout.
+// The pixel layouts that the blit engine knows, as a table: one row per color code.
 #pragma once
 
 #include <array>
@@ -7,101 +7,114 @@
 
 namespace host {
 
-// Plain forms, one byte row after the other; every layout unpacks to one of them.
-// RGB888: R, G, B bytes. RGBA8888: R, G, B, A bytes. RGBA1010102: a little-endian 32-bit word a
-// pixel, R in the lowest 10 bits, A in the highest 2. NV12: luma bytes, then Cb, Cr byte pairs.
-// P010: the same in little-endian 16-bit words, the 10 bits at the top.
-enum class Form { RGB888, RGBA8888, RGBA1010102, NV12, P010 };
+// The linear pixel formats of the engine: rows of samples from top to bottom. Every layout unpacks
+// to one of them.
+enum class LinearFormat {
+    RGB24,        // R, G, B bytes
+    RGBA32,       // R, G, B, A bytes
+    RGB10_A2,     // little-endian 32-bit words: R in the lowest 10 bits, A in the highest 2
+    YUV420SP_8,   // a plane of luma bytes, then a plane of Cb, Cr byte pairs
+    YUV420SP_10,  // the same in little-endian 16-bit words; a sample is the highest 10 bits
+};
 
-// Bytes of a pixel of an RGB form, or of a sample of a YUV form.
-constexpr int bytesOf(Form form) {
+// Bytes of a pixel of an RGB format, or of a sample of a YUV format.
+constexpr int bytesOf(LinearFormat format) {
     constexpr int BYTES[] = {3, 4, 4, 1, 2};
-    return BYTES[static_cast<int>(form)];
+    return BYTES[static_cast<int>(format)];
 }
-constexpr bool isYuv(Form form) { return form == Form::NV12 || form == Form::P010; }
-// Bytes of what a plane counts as a sample: RGB counts bytes.
-constexpr int sampleBytesOf(Form form) { return isYuv(form) ? bytesOf(form) : 1; }
-constexpr int bitsOf(Form form) { return form == Form::P010 ? 10 : 8; }
+constexpr bool isYuv(LinearFormat format) {
+    return format == LinearFormat::YUV420SP_8 || format == LinearFormat::YUV420SP_10;
+}
+// Bytes of a plane's samples. Each byte of an RGB pixel counts as a sample.
+constexpr int sampleBytesOf(LinearFormat format) { return isYuv(format) ? bytesOf(format) : 1; }
+constexpr int bitsOf(LinearFormat format) { return format == LinearFormat::YUV420SP_10 ? 10 : 8; }
 
-// A frame is converted in strips of that many lines: whole blocks of every layout.
+// The engine converts a frame in strips of this many lines. It is a multiple of the block height of
+// every layout.
 constexpr int STRIP_LINES = 32;
 
-// CHROMA_PAIRS: Cb and Cr in turn. CHROMA: one of the two, of which each has a plane.
-enum class Role { RGB, LUMA, CHROMA_PAIRS, CHROMA };
+// What the samples of a plane are. CBCR: Cb and Cr alternate. CHROMA: only Cb or only Cr.
+enum class Component { RGB, LUMA, CBCR, CHROMA };
 
-// How a row of samples is stored: plain rows as in the unpacked form, or blocks whose lines follow
-// one another, the samples as bytes or as bits packed little-endian without gaps.
-enum class Packing { ROWS, BYTE_BLOCKS, BLOCKS_10, BLOCKS_12 };
+// How the samples of a plane are stored: in rows, as in the linear format, or in blocks, line by
+// line. A sample in a block has 8, 10 or 12 bits, packed little-endian without gaps.
+enum class Packing { LINEAR, BLOCKS_8, BLOCKS_10, BLOCKS_12 };
 
 struct PlaneLayout {
-    Role role;
+    Component component;
     Packing packing;
-    // Of blocks; 0 for rows. RGB counts bytes as samples.
-    int blockSamples;
-    int blockLines;
-    int blockBytes;   // from one block to the next
-    int blockOffset;  // of this plane's samples in a block
+    // All zero for a linear plane.
+    int blockWidth;   // samples
+    int blockHeight;  // lines
+    int blockBytes;   // from the start of a block to the start of the next
+    int blockOffset;  // bytes from the start of a block to the samples of this plane
 
-    // Samples of one row of a frame that is width pixels wide.
-    int samples(Form form, int width) const {
-        switch (role) {
-            case Role::RGB:
-                return width * bytesOf(form);
-            case Role::LUMA:
-            case Role::CHROMA_PAIRS:
+    // Samples in a row of a frame that is width pixels wide.
+    int samples(LinearFormat format, int width) const {
+        switch (component) {
+            case Component::RGB:
+                return width * bytesOf(format);
+            case Component::LUMA:
+            case Component::CBCR:
                 return width;
-            case Role::CHROMA:
+            case Component::CHROMA:
                 return width / 2;
         }
         return 0;
     }
+    // Rows of the plane in a frame of height lines.
     int lines(int height) const {
-        switch (role) {
-            case Role::RGB:
-            case Role::LUMA:
+        switch (component) {
+            case Component::RGB:
+            case Component::LUMA:
                 return height;
-            case Role::CHROMA_PAIRS:
-            case Role::CHROMA:
+            case Component::CBCR:
+            case Component::CHROMA:
                 return height / 2;
         }
         return 0;
     }
-    constexpr bool isRows() const { return packing == Packing::ROWS; }
+    constexpr bool isLinear() const { return packing == Packing::LINEAR; }
 };
 
-constexpr int MOST_PLANES = 3;
-using PlaneBytes = std::array<int64_t, MOST_PLANES>;
+constexpr int MAX_PLANES = 3;
+using PerPlane = std::array<int64_t, MAX_PLANES>;
 
 struct Span {
     int64_t offset;  // bytes
     int64_t size;    // bytes
 };
 
-// Where things lie in the buffer: the start of each plane's body in bytes, and the headers of
-// compressed blocks.
-struct Places {
-    PlaneBytes bodies;
+// Where the planes and the headers of compressed blocks start in the buffer.
+struct Offsets {
+    PerPlane planes;  // bytes
     std::array<Span, 2> headers;
 };
 
 struct Layout {
     uint32_t code;
-    Form form;
+    LinearFormat format;  // which it unpacks to
     int planeCount;
-    PlaneLayout planes[MOST_PLANES];
-    bool crFirst;        // of a chroma pair, or of the two chroma planes
-    int toldPlaneCount;  // planes that a job tells the sizes of; one for all where it is 1
-    // Pitches as a job tells them, in half bytes a pixel of width: the least for rows, exact for
-    // blocks.
+    PlaneLayout planes[MAX_PLANES];
+    bool swappedChroma;  // the plane of Cr comes before the plane of Cb
+    int sizeCount;       // plane sizes that a job passes; 1: one size for all planes together
+    // Pitches that a job passes, in half bytes per pixel of width: the minimum for linear planes,
+    // the exact value for blocks.
     int yPitch;
     int uvPitch;
-    // sizes: bytes of the planes as told.
-    Places (*places)(int64_t width, int64_t height, const uint32_t* sizes);
+    // sizes: bytes of each plane, as the job passes them.
+    Offsets (*offsets)(int64_t width, int64_t height, const uint32_t* sizes);
     const char* compressed;  // name of a format that the device compresses; null for others
 
-    // True for the layout that is its form, which alone can be written.
-    bool isPlainForm() const {
-        return planes[0].isRows() && planes[1].role != Role::CHROMA && !crFirst;
+    // True where a frame is stored exactly as in the linear format: one plane of RGB, or luma and
+    // Cb, Cr pairs of half its height. Only such layouts can be destinations.
+    constexpr bool isLinear() const {
+        const bool first = planes[0].isLinear();
+        if (!isYuv(format)) {
+            return first && planeCount == 1 && planes[0].component == Component::RGB;
+        }
+        return first && planeCount == 2 && planes[0].component == Component::LUMA &&
+               planes[1].isLinear() && planes[1].component == Component::CBCR;
     }
 };
 

@@ -29,7 +29,7 @@ bool isWholeFrame(const PxRect& rect, int width, int height) {
 void setBuffer(host::JobSide& side, int fd, const unsigned int* sizes, unsigned int planeCount) {
     side.fd = fd;
     side.planeCount = planeCount;
-    for (unsigned int i = 0; i < host::MOST_PLANES; ++i) {
+    for (unsigned int i = 0; i < host::MAX_PLANES; ++i) {
         side.sizes[i] = i < planeCount ? sizes[i] : 0;
     }
 }

@@ -1,4 +1,4 @@
-// Unpacks strips of planes to the plain rows of their form.
+// Unpacks strips of planes to rows of their layout's linear format.
 #pragma once
 
 #include <cstddef>
@@ -8,7 +8,7 @@
 
 namespace host {
 
-// Rows at a distance of pitch bytes.
+// Rows that start pitch bytes after one another.
 struct Rows {
     uint8_t* data;
     ptrdiff_t pitch;
@@ -22,16 +22,14 @@ struct ConstRows {
         : data(rows.data), pitch(rows.pitch) {}
 };
 
-// Unpacks lines rows of that many samples. from: the first row, or the block row that starts with
-// it, its pitch the bytes of a row or of a block row. sampleBytes: of a plain sample. A block plane
-// takes whole blocks of samples; lines beyond its last whole block row are not written.
+// Unpacks rows of a plane. samples: per row, whole blocks in a plane of blocks. lines: rows to
+// unpack; of a last block row that they don't fill nothing is written. from: the first row, or the
+// block row that starts with it; its pitch is that of rows or of block rows. sampleBytes: of a
+// sample in to.
 void unpackPlane(const PlaneLayout& plane, int sampleBytes, ConstRows from, int samples, int lines,
                  Rows to);
 
-// Makes Cr, Cb byte pairs Cb, Cr pairs, where they stand.
-void swapChroma(Rows rows, int pairs, int lines);
-
-// Interleaves two planes of chroma bytes.
+// Interleaves a plane of Cb bytes and one of Cr bytes.
 void mergeChroma(ConstRows cb, ConstRows cr, int pairs, int lines, Rows to);
 
 }  // namespace host

@@ -13,7 +13,7 @@ int __real_munmap(void* address, size_t length);
 
 namespace {
 
-using host::LARGE_PAGE;
+using host::HUGE_PAGE;
 
 struct Mapping {
     uint8_t* start;
@@ -45,15 +45,14 @@ void forget(const void* address, size_t length) {
 }
 
 // A free address for that many bytes where large pages fit, or null.
-void* roomForLargePages(size_t length) {
+void* findHugePageAddress(size_t length) {
     void* room =
-        __real_mmap(nullptr, length + LARGE_PAGE, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        __real_mmap(nullptr, length + HUGE_PAGE, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (room == MAP_FAILED) {
         return nullptr;
     }
-    __real_munmap(room, length + LARGE_PAGE);
-    return static_cast<uint8_t*>(room) + LARGE_PAGE -
-           reinterpret_cast<uintptr_t>(room) % LARGE_PAGE;
+    __real_munmap(room, length + HUGE_PAGE);
+    return static_cast<uint8_t*>(room) + HUGE_PAGE - reinterpret_cast<uintptr_t>(room) % HUGE_PAGE;
 }
 
 }  // namespace
@@ -79,8 +78,8 @@ void* __wrap_mmap(void* address, size_t length, int prot, int flags, int fd, off
         return __real_mmap(address, length, prot, flags, fd, offset);
     }
     // The tool leaves the place of a buffer to the system, so there is none to keep.
-    if (length >= LARGE_PAGE) {
-        address = roomForLargePages(length);
+    if (length >= HUGE_PAGE) {
+        address = findHugePageAddress(length);
     }
     // All pages at once, as a device maps a buffer: one by one on first use takes longer.
     void* start = __real_mmap(address, length, prot, flags | MAP_POPULATE, fd, offset);

@@ -8,7 +8,7 @@
 
 namespace host {
 
-constexpr size_t LARGE_PAGE = 2 << 20;  // bytes
+constexpr size_t HUGE_PAGE = 2 << 20;  // bytes
 
 // A device buffer that a job works on.
 struct BufferId {

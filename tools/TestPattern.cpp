@@ -1,4 +1,4 @@
-#include "Card.h"
+#include "TestPattern.h"
 
 #include <algorithm>
 
@@ -16,12 +16,12 @@ constexpr Color WHITE = {255, 255, 255};
 constexpr Color BLACK = {0, 0, 0};
 constexpr Color ORANGE = {255, 128, 0};
 
-// Digits of 3 x 5 cells, a bit a cell, the top left one the highest.
+// Digits of 3 x 5 cells: a bit per cell, the highest bit is the top left cell.
 constexpr int DIGITS[] = {0x7B6F, 0x2C97, 0x73E7, 0x73CF, 0x5BC9,
                           0x79CF, 0x79EF, 0x7249, 0x7BEF, 0x7BCF};
 
-// True where the number, written in cells of the size, has ink.
-bool isInk(int x, int y, int cell, int number) {
+// True where the pixel belongs to a digit of the number, whose cells have this size in pixels.
+bool isDigit(int x, int y, int cell, int number) {
     int digits = 1;
     for (int rest = number; rest > 9; rest /= 10) {
         ++digits;
@@ -42,7 +42,7 @@ Color colorAt(int x, int y, int width, int height, int number) {
         return WHITE;
     }
     const int cell = std::max(1, height / 30);
-    if (isInk(x - width / 16, y - height / 10, cell, number)) {
+    if (isDigit(x - width / 16, y - height / 10, cell, number)) {
         return ORANGE;
     }
     const int64_t scaled = int64_t{x} * 8 / width;
@@ -53,16 +53,16 @@ Color colorAt(int x, int y, int width, int height, int number) {
         const auto gray = static_cast<uint8_t>(int64_t{x} * 256 / width);
         return {gray, gray, gray};
     }
-    // Lines of 1, 2, 4 ... pixels: upright ones, then lying ones.
+    // Lines of 1, 2, 4 and 8 pixels: vertical ones, then horizontal ones.
     const int size = 1 << (scaled % 4);
     return ((scaled < 4 ? x : y) / size) % 2 == 0 ? WHITE : BLACK;
 }
 
 }  // namespace
 
-PlainFrame drawCard(int width, int height, int number) {
-    PlainFrame card(host::Form::RGBA8888, width, height);
-    uint8_t* pixel = card.bytes.data();
+LinearFrame drawTestPattern(int width, int height, int number) {
+    LinearFrame frame(host::LinearFormat::RGBA32, width, height);
+    uint8_t* pixel = frame.bytes.data();
     for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x) {
             const Color color = colorAt(x, y, width, height, number);
@@ -71,5 +71,5 @@ PlainFrame drawCard(int width, int height, int number) {
             }
         }
     }
-    return card;
+    return frame;
 }

@@ -1,4 +1,4 @@
-#include "PlainFrame.h"
+#include "LinearFrame.h"
 
 #include <algorithm>
 #include <array>
@@ -7,12 +7,12 @@
 
 #include "blit/Unpack.h"
 
-using host::Form;
+using host::LinearFormat;
 
 namespace {
 
-int sampleAt(const PlainFrame& frame, size_t index) {
-    if (frame.form != Form::P010) {
+int sampleAt(const LinearFrame& frame, size_t index) {
+    if (frame.format != LinearFormat::YUV420SP_10) {
         return frame.bytes[index];
     }
     uint16_t word = 0;
@@ -20,10 +20,10 @@ int sampleAt(const PlainFrame& frame, size_t index) {
     return word >> 6;
 }
 
-void setSample(PlainFrame& frame, size_t index, double value) {
-    const double top = frame.form == Form::P010 ? 1023 : 255;
+void setSample(LinearFrame& frame, size_t index, double value) {
+    const double top = frame.format == LinearFormat::YUV420SP_10 ? 1023 : 255;
     const long sample = std::lround(std::clamp(value, 0.0, top));
-    if (frame.form == Form::P010) {
+    if (frame.format == LinearFormat::YUV420SP_10) {
         const auto word = static_cast<uint16_t>(sample << 6);
         memcpy(&frame.bytes[index * 2], &word, 2);
     } else {
@@ -35,8 +35,8 @@ size_t at(int x, int y, int pitch) {
     return static_cast<size_t>(y) * static_cast<size_t>(pitch) + static_cast<size_t>(x);
 }
 
-// What a sample of an RGB form has at most.
-double topOf(Form form) { return form == Form::RGBA1010102 ? 1023 : 255; }
+// The highest value of a sample of an RGB format.
+double maxOf(LinearFormat format) { return format == LinearFormat::RGB10_A2 ? 1023 : 255; }
 
 host::Affine scaleBy(double factor) {
     return {{{factor, 0, 0}, {0, factor, 0}, {0, 0, factor}}, {0, 0, 0}};
@@ -44,7 +44,7 @@ host::Affine scaleBy(double factor) {
 
 using Triple = std::array<double, 3>;
 
-Triple mapped(const host::Affine& affine, const Triple& in) {
+Triple transform(const host::Affine& affine, const Triple& in) {
     Triple out = {};
     for (size_t i = 0; i < 3; ++i) {
         const double* row = affine.m[i];
@@ -56,14 +56,14 @@ Triple mapped(const host::Affine& affine, const Triple& in) {
 // The pixels of a frame as R, G, B from 0 to 1.
 class Colors {
   public:
-    Colors(const PlainFrame& frame, const host::Profile& profile)
+    Colors(const LinearFrame& frame, const host::Profile& profile)
         : mFrame(frame),
-          mToRgb(isYuv(frame.form) ? host::toRgb(profile, host::bitsOf(frame.form))
-                                   : scaleBy(1 / topOf(frame.form))) {}
+          mToRgb(isYuv(frame.format) ? host::toRgb(profile, host::bitsOf(frame.format))
+                                     : scaleBy(1 / maxOf(frame.format))) {}
 
-    Triple at(int x, int y) const { return mapped(mToRgb, samples(x, y)); }
+    Triple at(int x, int y) const { return transform(mToRgb, samples(x, y)); }
 
-    // Of the four pixels from (x, y) on.
+    // The mean of the four pixels from (x, y) on.
     Triple mean(int x, int y) const {
         Triple mean = {};
         for (int i = 0; i < 4; ++i) {
@@ -76,54 +76,55 @@ class Colors {
     }
 
     double alpha(int x, int y) const {
-        const bool has = mFrame.form == Form::RGBA8888 || mFrame.form == Form::RGBA1010102;
-        const int byte = has ? mFrame.rgbByte(x * 4 + 3, y) : 255;
-        return mFrame.form == Form::RGBA1010102 ? (byte >> 6) / 3.0 : byte / 255.0;
+        const bool hasAlpha =
+            mFrame.format == LinearFormat::RGBA32 || mFrame.format == LinearFormat::RGB10_A2;
+        const int byte = hasAlpha ? mFrame.rgbByte(x * 4 + 3, y) : 255;
+        return mFrame.format == LinearFormat::RGB10_A2 ? (byte >> 6) / 3.0 : byte / 255.0;
     }
 
   private:
     Triple samples(int x, int y) const {
-        if (isYuv(mFrame.form)) {
+        if (isYuv(mFrame.format)) {
             const int pair = x / 2 * 2;
             return {double(mFrame.luma(x, y)), double(mFrame.chroma(pair, y / 2)),
                     double(mFrame.chroma(pair + 1, y / 2))};
         }
-        const int start = x * bytesOf(mFrame.form);
+        const int start = x * bytesOf(mFrame.format);
         const auto byte = [&](int i) { return mFrame.rgbByte(start + i, y); };
-        if (mFrame.form == Form::RGBA1010102) {
+        if (mFrame.format == LinearFormat::RGB10_A2) {
             const int word = byte(0) | byte(1) << 8 | byte(2) << 16 | (byte(3) & 0x3F) << 24;
             return {double(word & 0x3FF), double(word >> 10 & 0x3FF), double(word >> 20)};
         }
         return {double(byte(0)), double(byte(1)), double(byte(2))};
     }
 
-    const PlainFrame& mFrame;
+    const LinearFrame& mFrame;
     host::Affine mToRgb;
 };
 
-void fillYuv(const Colors& colors, const host::Profile& profile, PlainFrame& frame) {
-    const host::Affine affine = host::fromRgb(profile, host::bitsOf(frame.form));
+void fillYuv(const Colors& colors, const host::Profile& profile, LinearFrame& frame) {
+    const host::Affine affine = host::fromRgb(profile, host::bitsOf(frame.format));
     for (int y = 0; y < frame.height; ++y) {
         for (int x = 0; x < frame.width; ++x) {
-            setSample(frame, at(x, y, frame.width), mapped(affine, colors.at(x, y))[0]);
+            setSample(frame, at(x, y, frame.width), transform(affine, colors.at(x, y))[0]);
         }
     }
     for (int y = 0; y < frame.height / 2; ++y) {
         for (int x = 0; x + 1 < frame.width; x += 2) {
-            const Triple yuv = mapped(affine, colors.mean(x, y * 2));
+            const Triple yuv = transform(affine, colors.mean(x, y * 2));
             setSample(frame, at(x, frame.height + y, frame.width), yuv[1]);
             setSample(frame, at(x + 1, frame.height + y, frame.width), yuv[2]);
         }
     }
 }
 
-void fillRgb(const Colors& colors, PlainFrame& frame) {
+void fillRgb(const Colors& colors, LinearFrame& frame) {
     const auto quantized = [](double value, double top) {
         return static_cast<uint32_t>(std::lround(std::clamp(value, 0.0, 1.0) * top));
     };
-    const double top = topOf(frame.form);
-    const bool deep = frame.form == Form::RGBA1010102;
-    const auto size = static_cast<size_t>(bytesOf(frame.form));
+    const double top = maxOf(frame.format);
+    const bool deep = frame.format == LinearFormat::RGB10_A2;
+    const auto size = static_cast<size_t>(bytesOf(frame.format));
     for (int y = 0; y < frame.height; ++y) {
         for (int x = 0; x < frame.width; ++x) {
             const Triple color = colors.at(x, y);
@@ -138,38 +139,38 @@ void fillRgb(const Colors& colors, PlainFrame& frame) {
 
 }  // namespace
 
-PlainFrame::PlainFrame(Form of, int w, int h)
-    : form(of), width(w), height(h), bytes(sizeOf(of, w, h)) {}
+LinearFrame::LinearFrame(LinearFormat of, int w, int h)
+    : format(of), width(w), height(h), bytes(sizeOf(of, w, h)) {}
 
-size_t PlainFrame::sizeOf(Form form, int width, int height) {
+size_t LinearFrame::sizeOf(LinearFormat format, int width, int height) {
     const auto w = static_cast<size_t>(width);
     const auto h = static_cast<size_t>(height);
-    return (isYuv(form) ? w * h + w * (h / 2) : w * h) * static_cast<size_t>(bytesOf(form));
+    return (isYuv(format) ? w * h + w * (h / 2) : w * h) * static_cast<size_t>(bytesOf(format));
 }
 
-int PlainFrame::rgbByte(int x, int y) const {
-    const int size = bytesOf(form);
+int LinearFrame::rgbByte(int x, int y) const {
+    const int size = bytesOf(format);
     const int pixel = std::min(x / size, width - 1);
     return bytes[at(pixel * size + x % size, std::min(y, height - 1), width * size)];
 }
 
-int PlainFrame::luma(int x, int y) const {
+int LinearFrame::luma(int x, int y) const {
     return sampleAt(*this, at(std::min(x, width - 1), std::min(y, height - 1), width));
 }
 
-int PlainFrame::chroma(int x, int y) const {
+int LinearFrame::chroma(int x, int y) const {
     if (width < 2 || height < 2) {
-        return 1 << (bitsOf(form) - 1);
+        return 1 << (bitsOf(format) - 1);
     }
     const int pair = std::min(x / 2, width / 2 - 1);
     const int row = std::min(y, height / 2 - 1);
     return sampleAt(*this, at(pair * 2 + x % 2, height + row, width));
 }
 
-PlainFrame plainFrameOf(std::vector<uint8_t> raw, const host::Layout& layout,
-                        const ColorConvert::ColorConvertBuffer& geometry) {
-    PlainFrame frame(layout.form, geometry.mWidth, geometry.mHeight);
-    if (layout.isPlainForm()) {
+LinearFrame linearFrameOf(std::vector<uint8_t> raw, const host::Layout& layout,
+                          const ColorConvert::ColorConvertBuffer& geometry) {
+    LinearFrame frame(layout.format, geometry.mWidth, geometry.mHeight);
+    if (layout.isLinear()) {
         frame.bytes = std::move(raw);
         return frame;
     }
@@ -177,15 +178,16 @@ PlainFrame plainFrameOf(std::vector<uint8_t> raw, const host::Layout& layout,
     const host::Rows first = {raw.data() + luma, geometry.mUVPitch};
     const host::Rows second = {first.data + geometry.mPlaneSize[1], geometry.mUVPitch};
     std::copy_n(raw.begin(), luma, frame.bytes.begin());
-    host::mergeChroma(layout.crFirst ? second : first, layout.crFirst ? first : second,
+    host::mergeChroma(layout.swappedChroma ? second : first, layout.swappedChroma ? first : second,
                       frame.width / 2, frame.height / 2, {frame.bytes.data() + luma, frame.width});
     return frame;
 }
 
-PlainFrame convertPicture(const PlainFrame& picture, Form form, const host::Profile& profile) {
-    PlainFrame frame(form, picture.width, picture.height);
+LinearFrame convertPicture(const LinearFrame& picture, LinearFormat format,
+                           const host::Profile& profile) {
+    LinearFrame frame(format, picture.width, picture.height);
     const Colors colors(picture, profile);
-    if (isYuv(form)) {
+    if (isYuv(format)) {
         fillYuv(colors, profile, frame);
     } else {
         fillRgb(colors, frame);

@@ -1,0 +1,295 @@
+#include "ColorTransform.h"
+
+#include <libyuv/convert_argb.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "Kernel.h"
+
+namespace host {
+
+namespace {
+
+ColorTransform fixedPoint(const Affine& affine) {
+    constexpr double ONE = 1 << ColorTransform::SHIFT;
+    ColorTransform transform = {};
+    for (int i = 0; i < CHANNELS; ++i) {
+        for (int j = 0; j < CHANNELS; ++j) {
+            transform.m[i][j] = static_cast<int32_t>(std::lround(affine.m[i][j] * ONE));
+        }
+        transform.offset[i] = static_cast<int32_t>(std::lround((affine.offset[i] + 0.5) * ONE));
+    }
+    return transform;
+}
+
+KERNEL_INLINE int32_t finish(int32_t sum, int32_t max) {
+    const int32_t value = sum >> ColorTransform::SHIFT;
+    const int32_t low = value < 0 ? 0 : value;
+    return low > max ? max : low;
+}
+
+// Two neighbors in a row (luma of two pixels, or Cb and Cr) are loaded and stored as one word, and
+// computed as 32-bit integers. So the vectorized loops need no shuffles, and the term of a chroma
+// pair serves both of its pixels.
+template <typename Sample>
+struct PairOf;
+template <>
+struct PairOf<uint8_t> {
+    using Word = uint16_t;
+    static constexpr int32_t MAX = 255;
+    KERNEL_INLINE static int32_t first(uint32_t word) { return static_cast<int32_t>(word & 0xFF); }
+    KERNEL_INLINE static int32_t second(uint32_t word) { return static_cast<int32_t>(word >> 8); }
+    KERNEL_INLINE static Word join(int32_t first, int32_t second) {
+        return static_cast<Word>(first | second << 8);
+    }
+};
+template <>
+struct PairOf<uint16_t> {
+    using Word = uint32_t;
+    static constexpr int32_t MAX = 1023;
+    KERNEL_INLINE static int32_t first(uint32_t word) {
+        return static_cast<int32_t>((word & 0xFFFF) >> 6);
+    }
+    KERNEL_INLINE static int32_t second(uint32_t word) { return static_cast<int32_t>(word >> 22); }
+    KERNEL_INLINE static Word join(int32_t first, int32_t second) {
+        return static_cast<Word>(first) << 6 | static_cast<Word>(second) << 22;
+    }
+};
+
+template <typename Sample>
+KERNEL_INLINE uint32_t loadPair(const uint8_t* row, int i) {
+    typename PairOf<Sample>::Word word = {};
+    memcpy(&word, row + sizeof word * static_cast<size_t>(i), sizeof word);
+    return word;
+}
+template <typename Sample>
+KERNEL_INLINE void storePair(int32_t first, int32_t second, uint8_t* row, int i) {
+    const auto word = PairOf<Sample>::join(first, second);
+    memcpy(row + sizeof word * static_cast<size_t>(i), &word, sizeof word);
+}
+// Loads the first sample of pair i where an odd width leaves it without a second.
+template <typename Sample>
+KERNEL_INLINE int32_t loadHalf(const uint8_t* row, int i) {
+    Sample sample = {};
+    memcpy(&sample, row + 2 * sizeof sample * static_cast<size_t>(i), sizeof sample);
+    return PairOf<Sample>::first(sample);
+}
+
+// Number of chroma terms of a row. With an odd width the last one covers one pixel.
+KERNEL_INLINE int termsOf(int width) { return width / 2 + width % 2; }
+
+// Computes what each pair of a chroma row adds to output k of the transform.
+template <typename Sample>
+KERNEL_INLINE void chromaTerms(const ColorTransform& transform, int k, const uint8_t* cbcr,
+                               int width, int32_t* __restrict terms) {
+    const int32_t cb = transform.m[k][1];
+    const int32_t cr = transform.m[k][2];
+    const int32_t offset = transform.offset[k];
+    for (int i = 0; i < width / 2; ++i) {
+        const uint32_t pair = loadPair<Sample>(cbcr, i);
+        terms[i] = cb * PairOf<Sample>::first(pair) + cr * PairOf<Sample>::second(pair) + offset;
+    }
+}
+
+template <typename Sample>
+KERNEL_INLINE void lumaRow(const ColorTransform& transform, const uint8_t* luma, int width,
+                           const int32_t* __restrict terms, uint8_t* __restrict out) {
+    const int32_t factor = transform.m[0][0];
+    constexpr int32_t MAX = PairOf<Sample>::MAX;
+    const int pairs = width / 2;
+    for (int i = 0; i < pairs; ++i) {
+        const uint32_t pair = loadPair<Sample>(luma, i);
+        storePair<Sample>(finish(factor * PairOf<Sample>::first(pair) + terms[i], MAX),
+                          finish(factor * PairOf<Sample>::second(pair) + terms[i], MAX), out, i);
+    }
+    if (width % 2 != 0) {
+        const auto last = static_cast<Sample>(PairOf<Sample>::join(
+            finish(factor * loadHalf<Sample>(luma, pairs) + terms[pairs], MAX), 0));
+        memcpy(out + 2 * sizeof last * static_cast<size_t>(pairs), &last, sizeof last);
+    }
+}
+
+template <typename Sample>
+KERNEL_INLINE void chromaRow(const ColorTransform& transform, const uint8_t* cbcr, int width,
+                             uint8_t* __restrict out) {
+    const int32_t cbCb = transform.m[1][1];
+    const int32_t cbCr = transform.m[1][2];
+    const int32_t crCb = transform.m[2][1];
+    const int32_t crCr = transform.m[2][2];
+    const int32_t cbOffset = transform.offset[1];
+    const int32_t crOffset = transform.offset[2];
+    constexpr int32_t MAX = PairOf<Sample>::MAX;
+    for (int i = 0; i < width / 2; ++i) {
+        const uint32_t pair = loadPair<Sample>(cbcr, i);
+        const int32_t cb = PairOf<Sample>::first(pair);
+        const int32_t cr = PairOf<Sample>::second(pair);
+        storePair<Sample>(finish(cbCb * cb + cbCr * cr + cbOffset, MAX),
+                          finish(crCb * cb + crCr * cr + crOffset, MAX), out, i);
+    }
+}
+
+KERNEL_INLINE uint32_t rgbaPixel(const ColorTransform& transform, int32_t y, int32_t redTerm,
+                                 int32_t greenTerm, int32_t blueTerm) {
+    const int32_t r = finish(transform.m[0][0] * y + redTerm, 255);
+    const int32_t g = finish(transform.m[1][0] * y + greenTerm, 255);
+    const int32_t b = finish(transform.m[2][0] * y + blueTerm, 255);
+    return static_cast<uint32_t>(r | g << 8 | b << 16) | 0xFF000000U;
+}
+
+template <typename Sample>
+KERNEL_INLINE void rgbaRow(const ColorTransform& transform, const uint8_t* luma, int width,
+                           const int32_t* __restrict red, uint32_t* __restrict out) {
+    const int32_t* green = red + termsOf(width);
+    const int32_t* blue = green + termsOf(width);
+    const int pairs = width / 2;
+    for (int i = 0; i < pairs; ++i) {
+        const uint32_t pair = loadPair<Sample>(luma, i);
+        out[2 * i] = rgbaPixel(transform, PairOf<Sample>::first(pair), red[i], green[i], blue[i]);
+        out[2 * i + 1] =
+            rgbaPixel(transform, PairOf<Sample>::second(pair), red[i], green[i], blue[i]);
+    }
+    if (width % 2 != 0) {
+        out[width - 1] = rgbaPixel(transform, loadHalf<Sample>(luma, pairs), red[pairs],
+                                   green[pairs], blue[pairs]);
+    }
+}
+
+KERNEL void terms8(const ColorTransform& transform, int k, const uint8_t* cbcr, int width,
+                   int32_t* terms) {
+    chromaTerms<uint8_t>(transform, k, cbcr, width, terms);
+}
+KERNEL void terms10(const ColorTransform& transform, int k, const uint8_t* cbcr, int width,
+                    int32_t* terms) {
+    chromaTerms<uint16_t>(transform, k, cbcr, width, terms);
+}
+KERNEL void rgbaRow8(const ColorTransform& transform, const uint8_t* luma, int width,
+                     const int32_t* terms, uint8_t* out) {
+    rgbaRow<uint8_t>(transform, luma, width, terms, reinterpret_cast<uint32_t*>(out));
+}
+KERNEL void rgbaRow10(const ColorTransform& transform, const uint8_t* luma, int width,
+                      const int32_t* terms, uint8_t* out) {
+    rgbaRow<uint16_t>(transform, luma, width, terms, reinterpret_cast<uint32_t*>(out));
+}
+KERNEL void lumaRow8(const ColorTransform& transform, const uint8_t* luma, int width,
+                     const int32_t* terms, uint8_t* out) {
+    lumaRow<uint8_t>(transform, luma, width, terms, out);
+}
+KERNEL void lumaRow10(const ColorTransform& transform, const uint8_t* luma, int width,
+                      const int32_t* terms, uint8_t* out) {
+    lumaRow<uint16_t>(transform, luma, width, terms, out);
+}
+KERNEL void chromaRow8(const ColorTransform& transform, const uint8_t* cbcr, int width,
+                       uint8_t* out) {
+    chromaRow<uint8_t>(transform, cbcr, width, out);
+}
+KERNEL void chromaRow10(const ColorTransform& transform, const uint8_t* cbcr, int width,
+                        uint8_t* out) {
+    chromaRow<uint16_t>(transform, cbcr, width, out);
+}
+
+// The loops over a row of a YUV format.
+struct RowKernels {
+    void (*terms)(const ColorTransform&, int, const uint8_t*, int, int32_t*);
+    void (*rgba)(const ColorTransform&, const uint8_t*, int, const int32_t*, uint8_t*);
+    void (*luma)(const ColorTransform&, const uint8_t*, int, const int32_t*, uint8_t*);
+    void (*chroma)(const ColorTransform&, const uint8_t*, int, uint8_t*);
+};
+
+const RowKernels& kernelsOf(LinearFormat format) {
+    static constexpr RowKernels NV12 = {terms8, rgbaRow8, lumaRow8, chromaRow8};
+    static constexpr RowKernels P010 = {terms10, rgbaRow10, lumaRow10, chromaRow10};
+    return format == LinearFormat::YUV420SP_8 ? NV12 : P010;
+}
+
+// Calls row(line) for each line of a strip. Where a chroma row begins, it first computes the chroma
+// terms of the first outputs of the transform.
+template <typename Row>
+void forEachLine(LinearFormat format, const ColorTransform& transform, const Strip& strip,
+                 ConstRows chroma, int outputs, int32_t* terms, Row row) {
+    const int32_t middle = 1 << (bitsOf(format) - 1);
+    const int count = termsOf(strip.width);
+    const bool gray = strip.chromaLines == 0 || strip.width < 2;
+    for (int k = 0; gray && k < outputs; ++k) {
+        std::fill_n(terms + k * count, count,
+                    (transform.m[k][1] + transform.m[k][2]) * middle + transform.offset[k]);
+    }
+    for (int line = 0; line < strip.lines; ++line) {
+        if (!gray && line % 2 == 0) {
+            const int chromaLine = std::min(line / 2, strip.chromaLines - 1);
+            for (int k = 0; k < outputs; ++k) {
+                int32_t* rowTerms = terms + k * count;
+                kernelsOf(format).terms(transform, k, chroma.data + chromaLine * chroma.pitch,
+                                        strip.width, rowTerms);
+                // With an odd width the last pair covers the last column too.
+                rowTerms[count - 1] = rowTerms[strip.width / 2 - 1];
+            }
+        }
+        row(line);
+    }
+}
+
+KERNEL void rgba1010102Row(const void* in, int width, void* out) {
+    const auto* words = static_cast<const uint32_t*>(in);
+    auto* pixels = static_cast<uint32_t*>(out);
+    // 255 / 1023 in 16 bits; exact after rounding for all 1024 values.
+    constexpr uint32_t SCALE = 16336;
+    constexpr uint32_t HALF = 1 << 15;
+    for (int i = 0; i < width; ++i) {
+        const uint32_t word = words[i];
+        const uint32_t r = ((word & 0x3FF) * SCALE + HALF) >> 16;
+        const uint32_t g = ((word >> 10 & 0x3FF) * SCALE + HALF) >> 16;
+        const uint32_t b = ((word >> 20 & 0x3FF) * SCALE + HALF) >> 16;
+        pixels[i] = r | g << 8 | b << 16 | (word >> 30) * 85 << 24;
+    }
+}
+
+}  // namespace
+
+ColorTransform transformToRgb(const Profile& profile, int bits) {
+    const Affine scale = {{{255, 0, 0}, {0, 255, 0}, {0, 0, 255}}, {0, 0, 0}};
+    return fixedPoint(compose(scale, toRgb(profile, bits)));
+}
+
+ColorTransform transformToYuv(const Profile& from, const Profile& to, int bits) {
+    return fixedPoint(compose(fromRgb(to, bits), toRgb(from, bits)));
+}
+
+void convertYuvToRgba(LinearFormat from, const ColorTransform& transform, const Strip& strip,
+                      const Planes<ConstRows>& in, Rows out, int32_t* scratch) {
+    forEachLine(from, transform, strip, in.chroma, CHANNELS, scratch, [&](int line) {
+        kernelsOf(from).rgba(transform, in.main.data + line * in.main.pitch, strip.width, scratch,
+                             out.data + line * out.pitch);
+    });
+}
+
+void convertYuvToYuv(LinearFormat format, const ColorTransform& transform, const Strip& strip,
+                     const Planes<ConstRows>& in, const Planes<Rows>& out, int32_t* scratch) {
+    forEachLine(format, transform, strip, in.chroma, 1, scratch, [&](int line) {
+        kernelsOf(format).luma(transform, in.main.data + line * in.main.pitch, strip.width, scratch,
+                               out.main.data + line * out.main.pitch);
+    });
+    const int odd = strip.width % 2 * bytesOf(format);
+    const int paired = strip.width / 2 * 2 * bytesOf(format);
+    for (int line = 0; line < strip.chromaLines; ++line) {
+        const uint8_t* from = in.chroma.data + line * in.chroma.pitch;
+        uint8_t* to = out.chroma.data + line * out.chroma.pitch;
+        kernelsOf(format).chroma(transform, from, strip.width, to);
+        std::copy_n(from + paired, odd, to + paired);
+    }
+}
+
+void convertRgbToRgba(LinearFormat from, const Strip& strip, ConstRows in, Rows out) {
+    if (from == LinearFormat::RGB24) {
+        // libyuv names formats by words: its ARGB is any four bytes that end with alpha.
+        libyuv::RGB24ToARGB(in.data, static_cast<int>(in.pitch), out.data,
+                            static_cast<int>(out.pitch), strip.width, strip.lines);
+        return;
+    }
+    for (int line = 0; line < strip.lines; ++line) {
+        rgba1010102Row(in.data + line * in.pitch, strip.width, out.data + line * out.pitch);
+    }
+}
+
+}  // namespace host

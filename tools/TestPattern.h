@@ -1,0 +1,7 @@
+// The test pattern that make-dump writes.
+#pragma once
+
+#include "LinearFrame.h"
+
+// Draws color bars, a gray ramp, fine lines, a border and the frame's number; RGBA32.
+LinearFrame drawTestPattern(int width, int height, int number);
