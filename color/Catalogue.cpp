@@ -18,7 +18,7 @@ void setPlanes(Buffer& buffer, std::initializer_list<Size> planes, Size yPitch, 
     }
     buffer.mYPitch = yPitch.value();
     buffer.mUVPitch = uvPitch.value();
-    // Where these fit, the chroma pitch does.
+    // If these are in range, the chroma pitch is too.
     buffer.mPlaneCount = total.fits() && yPitch.fits() ? count : 0;
 }
 
@@ -36,7 +36,7 @@ void calculateRGBA1010102(Buffer& buffer) { calculateRGBA8888(buffer); }
 
 void calculateRGBA8888_AFBC(Buffer& buffer) {
     const Size area = Size(buffer.mWidth) * buffer.mHeight;
-    setPlanes(buffer, {up(area / 16, 1024) + 4 * area}, Size(4) * buffer.mWidth, 0);
+    setPlanes(buffer, {alignUp(area / 16, 1024) + 4 * area}, Size(4) * buffer.mWidth, 0);
 }
 
 void calculateRGBA1010102_AFBC(Buffer& buffer) { calculateRGBA8888_AFBC(buffer); }
@@ -60,13 +60,15 @@ void calculatePlanar(Buffer& buffer, Size chromaPitch) {
     setPlanes(buffer, {w * h, chroma, chroma}, w, chromaPitch);
 }
 
-void calculateYV12(Buffer& buffer) { calculatePlanar(buffer, up(Size(buffer.mWidth) >> 1, 16)); }
+void calculateYV12(Buffer& buffer) {
+    calculatePlanar(buffer, alignUp(Size(buffer.mWidth) >> 1, 16));
+}
 
 void calculateYUV420P(Buffer& buffer) { calculatePlanar(buffer, Size(buffer.mWidth) >> 1); }
 
 // One 16-byte header for each 16 x 16 superblock.
 Size afbcYuvHeaders(const Buffer& buffer) {
-    return up((Size(buffer.mHeight) >> 4) * down(Size(buffer.mWidth), 16), 256);
+    return alignUp((Size(buffer.mHeight) >> 4) * alignDown(Size(buffer.mWidth), 16), 256);
 }
 
 void calculateYUV420P_AFBC(Buffer& buffer) {
@@ -90,18 +92,19 @@ void calculateNV12_BLK(Buffer& buffer) {
 void calculateNV12_BLK_10BIT_V(Buffer& buffer) {
     const Size w = buffer.mWidth;
     const Size h = buffer.mHeight;
-    setPlanes(buffer, {up((10 * w) * h / 8, 512), (10 * w) * (h >> 1) / 8}, 40 * w, 20 * w);
+    setPlanes(buffer, {alignUp((10 * w) * h / 8, 512), (10 * w) * (h >> 1) / 8}, 40 * w, 20 * w);
 }
 
-// The blit engine is told the planes of a block frame; the part rules say where the parts lie.
+// The blit engine expects plane sizes and pitches of a block frame; the part rules say where each
+// part starts.
 void calculateCPQ(Buffer& buffer) { calculateNV12_BLK(buffer); }
 
 void calculateCPQ_10BIT_V(Buffer& buffer) { calculateNV12_BLK_10BIT_V(buffer); }
 
 // Bodies first, then headers.
 FrameParts cpqParts(Size area, Size lumaBody, Size chromaBody) {
-    const Size lumaHeader = up((area >> 8) + 128, 64);
-    const Size chromaHeader = up((lumaHeader >> 1) + 112, 32);
+    const Size lumaHeader = alignUp((area >> 8) + 128, 64);
+    const Size chromaHeader = alignUp((lumaHeader >> 1) + 112, 32);
     const Size bodies = lumaBody + chromaBody;
     return {{{lumaBody, 0},
              {lumaHeader, bodies},
@@ -109,21 +112,23 @@ FrameParts cpqParts(Size area, Size lumaBody, Size chromaBody) {
              {chromaHeader, bodies + lumaHeader}}};
 }
 
-FrameParts partsOfCPQ(Size area) { return cpqParts(area, up(area, 4096), up(area >> 1, 512)); }
+FrameParts partsOfCPQ(Size area) {
+    return cpqParts(area, alignUp(area, 4096), alignUp(area >> 1, 512));
+}
 
 FrameParts partsOfCPQ_10BIT_V(Size area) {
-    return cpqParts(area, up(10 * area / 8, 4096), up(10 * (area >> 1) / 8, 512));
+    return cpqParts(area, alignUp(10 * area / 8, 4096), alignUp(10 * (area >> 1) / 8, 512));
 }
 
 // Each header ends where its body begins.
 FrameParts lumoParts(Size area, Size lumaBody, Size chromaBody) {
     const Size lumaHeader = area >> 6;
     const Size chromaHeader = area >> 7;
-    const Size lumaRegion = up(lumaHeader, 4096);
-    const Size chromaRegion = up(chromaHeader, 64);
-    const Size chromaStart = up(lumaRegion + lumaBody + chromaRegion, 4096);
+    const Size lumaRegion = alignUp(lumaHeader, 4096);
+    const Size chromaRegion = alignUp(chromaHeader, 64);
+    const Size chromaStart = alignUp(lumaRegion + lumaBody + chromaRegion, 4096);
     return {{{lumaBody, lumaRegion},
-             {lumaHeader, lumaRegion - up(lumaHeader, 64)},
+             {lumaHeader, lumaRegion - alignUp(lumaHeader, 64)},
              {chromaBody, chromaStart},
              {chromaHeader, chromaStart - chromaRegion}}};
 }
@@ -156,9 +161,9 @@ constexpr PlatformSupport AFBC_RGB_BOARDS = {PlatformSupport::ONLY_ON, WITH_AFBC
 constexpr PlatformSupport AFBC_YUV_BOARDS = {PlatformSupport::ONLY_ON, WITH_AFBC_YUV};
 constexpr PlatformSupport LUMO_BOARDS = {PlatformSupport::ONLY_ON, WITH_LUMO};
 
-using C = ColorConvert;
+using Color = ColorConvert;
 
-// Every row stands at its own value; the rest of a table that is too short would be zeros.
+// True when the number of each row is its value. A table that lacks rows ends with zeros.
 template <typename Table>
 constexpr bool isInOrder(const Table& table) {
     for (const auto& row : table) {
@@ -172,36 +177,36 @@ constexpr bool isInOrder(const Table& table) {
 }  // namespace
 
 // clang-format off
-constexpr std::array<ColorFormatInfo, C::COLOR_FORMAT_COUNT> colorFormatInfos = {{
+constexpr std::array<ColorFormatInfo, Color::COLOR_FORMAT_COUNT> colorFormatInfos = {{
     // value                code        name                  plane rule                    aligned   output           extension      parts               boards           description
-    {C::UNKNOWN,             0x00000000, "",                   nullptr,                      1,  1, C::NV12,         "yuv",         nullptr,            EVERYWHERE,      ""},
-    {C::RGB888,              0x00201821, "RGB888",             calculateRGB888,              1,  1, C::RGB888,       "rgb888",      nullptr,            EVERYWHERE,      "RGB888"},
-    {C::RGBA8888,            0x00202022, "RGBA8888",           calculateRGBA8888,            1,  1, C::RGBA8888,     "rgba8888",    nullptr,            EVERYWHERE,      "RGBA8888"},
-    {C::RGBA1010102,         0x10202022, "RGBA1010102",        calculateRGBA1010102,         1,  1, C::RGBA1010102,  "rgba1010102", nullptr,            NOT_VX2105,      "RGBA1010102"},
-    {C::RGBA8888_AFBC,       0x20202022, "RGBA8888_AFBC",      calculateRGBA8888_AFBC,      32, 32, C::RGBA8888,     "yuv",         nullptr,            AFBC_RGB_BOARDS, "AFBC RGBA8888"},
-    {C::RGBA1010102_AFBC,    0x30202022, "RGBA1010102_AFBC",   calculateRGBA1010102_AFBC,   32, 32, C::RGBA1010102,  "yuv",         nullptr,            AFBC_RGB_BOARDS, "AFBC RGBA1010102"},
-    {C::NV12,                0x004C084C, "NV12",               calculateNV12,                2,  2, C::NV12,         "nv12",        nullptr,            EVERYWHERE,      "NV12"},
-    {C::P010,                0x084C104C, "P010",               calculateP010,                2,  2, C::P010,         "p010",        nullptr,            NOT_VX2105,      "10bit NV12"},
-    {C::YV12,                0x006C0868, "YV12",               calculateYV12,               16,  2, C::NV12,         "yuv",         nullptr,            EVERYWHERE,      "Android YV12"},
-    {C::YUV420P,             0x006C0848, "YUV420P",            calculateYUV420P,             2,  2, C::NV12,         "yuv",         nullptr,            EVERYWHERE,      "Also be known as I420"},
-    {C::YUV420P_AFBC,        0x202C0C4C, "YUV420P_AFBC",       calculateYUV420P_AFBC,       32, 32, C::NV12,         "yuv",         nullptr,            AFBC_YUV_BOARDS, "AFBC YUV420P"},
-    {C::YUV420P_10BIT_AFBC,  0x302C104C, "YUV420P_10BIT_AFBC", calculateYUV420P_10BIT_AFBC, 32, 32, C::P010,         "yuv",         nullptr,            AFBC_YUV_BOARDS, "AFBC 10bit YUV420P"},
-    {C::NV12_BLK,            0x00CD004C, "NV12_BLK",           calculateNV12_BLK,           16, 32, C::NV12,         "yuv",         nullptr,            EVERYWHERE,      "VEX NV12 Frame Block YUV"},
-    {C::NV12_BLK_10BIT_V,    0x18CD404C, "NV12_BLK_10BIT_V",   calculateNV12_BLK_10BIT_V,   16, 32, C::P010,         "yuv",         nullptr,            EVERYWHERE,      "VEX 10bit NV12 Frame Tile YUV"},
-    {C::CPQ,                 0x02CD004C, "CPQ",                calculateCPQ,                32, 32, C::NV12,         "yuv",         partsOfCPQ,         CPQ_BOARDS,      "VEX NV12 Frame Block CPQ YUV"},
-    {C::CPQ_10BIT_V,         0x1ACD404C, "CPQ_10BIT_V",        calculateCPQ_10BIT_V,        32, 32, C::P010,         "yuv",         partsOfCPQ_10BIT_V, CPQ_BOARDS,      "VEX 10bit NV12 Frame Tile CPQ YUV"},
-    {C::NV12_LUMO,           0x402C0C4C, "NV12_Lumo",          calculateNV12_LUMO,          64, 64, C::NV12,         "yuv",         partsOfNV12_LUMO,   LUMO_BOARDS,     "VEX Lumo NV12"},
-    {C::P010_LUMO,           0x502C124C, "P010_Lumo",          calculateP010_LUMO,          64, 64, C::P010,         "yuv",         partsOfP010_LUMO,   LUMO_BOARDS,     "VEX Lumo P010"},
+    {Color::UNKNOWN,             0x00000000, "",                   nullptr,                      1,  1, Color::NV12,         "yuv",         nullptr,            EVERYWHERE,      ""},
+    {Color::RGB888,              0x00201821, "RGB888",             calculateRGB888,              1,  1, Color::RGB888,       "rgb888",      nullptr,            EVERYWHERE,      "RGB888"},
+    {Color::RGBA8888,            0x00202022, "RGBA8888",           calculateRGBA8888,            1,  1, Color::RGBA8888,     "rgba8888",    nullptr,            EVERYWHERE,      "RGBA8888"},
+    {Color::RGBA1010102,         0x10202022, "RGBA1010102",        calculateRGBA1010102,         1,  1, Color::RGBA1010102,  "rgba1010102", nullptr,            NOT_VX2105,      "RGBA1010102"},
+    {Color::RGBA8888_AFBC,       0x20202022, "RGBA8888_AFBC",      calculateRGBA8888_AFBC,      32, 32, Color::RGBA8888,     "yuv",         nullptr,            AFBC_RGB_BOARDS, "AFBC RGBA8888"},
+    {Color::RGBA1010102_AFBC,    0x30202022, "RGBA1010102_AFBC",   calculateRGBA1010102_AFBC,   32, 32, Color::RGBA1010102,  "yuv",         nullptr,            AFBC_RGB_BOARDS, "AFBC RGBA1010102"},
+    {Color::NV12,                0x004C084C, "NV12",               calculateNV12,                2,  2, Color::NV12,         "nv12",        nullptr,            EVERYWHERE,      "NV12"},
+    {Color::P010,                0x084C104C, "P010",               calculateP010,                2,  2, Color::P010,         "p010",        nullptr,            NOT_VX2105,      "10bit NV12"},
+    {Color::YV12,                0x006C0868, "YV12",               calculateYV12,               16,  2, Color::NV12,         "yuv",         nullptr,            EVERYWHERE,      "Android YV12"},
+    {Color::YUV420P,             0x006C0848, "YUV420P",            calculateYUV420P,             2,  2, Color::NV12,         "yuv",         nullptr,            EVERYWHERE,      "Also be known as I420"},
+    {Color::YUV420P_AFBC,        0x202C0C4C, "YUV420P_AFBC",       calculateYUV420P_AFBC,       32, 32, Color::NV12,         "yuv",         nullptr,            AFBC_YUV_BOARDS, "AFBC YUV420P"},
+    {Color::YUV420P_10BIT_AFBC,  0x302C104C, "YUV420P_10BIT_AFBC", calculateYUV420P_10BIT_AFBC, 32, 32, Color::P010,         "yuv",         nullptr,            AFBC_YUV_BOARDS, "AFBC 10bit YUV420P"},
+    {Color::NV12_BLK,            0x00CD004C, "NV12_BLK",           calculateNV12_BLK,           16, 32, Color::NV12,         "yuv",         nullptr,            EVERYWHERE,      "VEX NV12 Frame Block YUV"},
+    {Color::NV12_BLK_10BIT_V,    0x18CD404C, "NV12_BLK_10BIT_V",   calculateNV12_BLK_10BIT_V,   16, 32, Color::P010,         "yuv",         nullptr,            EVERYWHERE,      "VEX 10bit NV12 Frame Tile YUV"},
+    {Color::CPQ,                 0x02CD004C, "CPQ",                calculateCPQ,                32, 32, Color::NV12,         "yuv",         partsOfCPQ,         CPQ_BOARDS,      "VEX NV12 Frame Block CPQ YUV"},
+    {Color::CPQ_10BIT_V,         0x1ACD404C, "CPQ_10BIT_V",        calculateCPQ_10BIT_V,        32, 32, Color::P010,         "yuv",         partsOfCPQ_10BIT_V, CPQ_BOARDS,      "VEX 10bit NV12 Frame Tile CPQ YUV"},
+    {Color::NV12_LUMO,           0x402C0C4C, "NV12_Lumo",          calculateNV12_LUMO,          64, 64, Color::NV12,         "yuv",         partsOfNV12_LUMO,   LUMO_BOARDS,     "VEX Lumo NV12"},
+    {Color::P010_LUMO,           0x502C124C, "P010_Lumo",          calculateP010_LUMO,          64, 64, Color::P010,         "yuv",         partsOfP010_LUMO,   LUMO_BOARDS,     "VEX Lumo P010"},
 }};
 
-constexpr std::array<ColorSpaceInfo, C::COLOR_SPACE_COUNT> colorSpaceInfos = {{
+constexpr std::array<ColorSpaceInfo, Color::COLOR_SPACE_COUNT> colorSpaceInfos = {{
     // value           name            description           profile
-    {C::BT601_LIMIT,  "BT601_LIMIT",  "BT601 limit range",  0},
-    {C::BT601_FULL,   "BT601_FULL",   "BT601 full range",   2},
-    {C::BT709_LIMIT,  "BT709_LIMIT",  "BT709 limit range",  1},
-    {C::BT709_FULL,   "BT709_FULL",   "BT709 full range",   4},
-    {C::BT2020_LIMIT, "BT2020_LIMIT", "BT2020 limit range", 3},
-    {C::BT2020_FULL,  "BT2020_FULL",  "BT2020 full range",  5},
+    {Color::BT601_LIMIT,  "BT601_LIMIT",  "BT601 limit range",  0},
+    {Color::BT601_FULL,   "BT601_FULL",   "BT601 full range",   2},
+    {Color::BT709_LIMIT,  "BT709_LIMIT",  "BT709 limit range",  1},
+    {Color::BT709_FULL,   "BT709_FULL",   "BT709 full range",   4},
+    {Color::BT2020_LIMIT, "BT2020_LIMIT", "BT2020 limit range", 3},
+    {Color::BT2020_FULL,  "BT2020_FULL",  "BT2020 full range",  5},
 }};
 // clang-format on
 

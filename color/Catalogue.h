@@ -1,4 +1,4 @@
-// The catalogue: one row a color format and one row a color space, in the order of ColorConvert's
+// The catalogue: a row for each color format and each color space, in the order of ColorConvert's
 // enumerations.
 #pragma once
 

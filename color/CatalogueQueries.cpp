@@ -1,4 +1,4 @@
-// What the rest of the tool asks the catalogue: names, output formats, platform support, sizes.
+// Queries of the catalogue: names, output formats, platform support, sizes.
 #include <cutils/properties.h>
 
 #include <algorithm>

@@ -55,9 +55,10 @@ class ColorConvert {
         int32_t mHeight = 0;          // lines
         int32_t mFd = -1;             // the buffer's shareable descriptor, not owned
         uint32_t mPlaneSize[3] = {};  // bytes; 0 for a plane that the format does not have
-        int32_t mYPitch = 0;          // bytes a row of plane 0
-        int32_t mUVPitch = 0;         // bytes a row of the chroma planes; 0 for RGB and Lumo
-        uint32_t mPlaneCount = 0;  // 0 where a size leaves the range; the others then mean nothing
+        int32_t mYPitch = 0;          // bytes per row of plane 0
+        int32_t mUVPitch = 0;         // bytes per row of the chroma planes; 0 for RGB and Lumo
+        uint32_t mPlaneCount =
+            0;  // 0 when a size is out of range; the other fields are undefined then
     };
 
     struct ColorConvertConfig {
@@ -71,7 +72,8 @@ class ColorConvert {
     static ColorFormat getColorFormatFromStr(std::string name);
     // BT601_LIMIT when no color space has that name.
     static int getColorSpaceFromStr(std::string name);
-    // Extension of output files in that format, without the dot; "yuv" for what is never an output.
+    // Extension of output files in that format, without the dot; "yuv" for formats that are never
+    // an output.
     static std::string getExtensionName(ColorFormat format);
     static ColorFormat getDefaultOutputFormat(ColorFormat format);
     // True for the formats whose frames come as four part files.

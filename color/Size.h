@@ -1,6 +1,5 @@
-// Sizes of frames and their parts: arithmetic in the signed 32-bit range that sizes have
-// throughout. A result that is negative or leaves the range doesn't fit, and nothing computed from
-// it does.
+// Sizes of frames and their parts, which are signed 32-bit numbers everywhere. A result that is
+// negative or leaves this range doesn't fit, and neither does anything computed from it.
 #pragma once
 
 #include <cstdint>
@@ -21,11 +20,11 @@ class Size {
     friend constexpr Size operator>>(Size a, int bits) { return both(a, a, a.mValue >> bits); }
 
     // Rounded up to a multiple of step, a power of two.
-    friend constexpr Size up(Size a, int step) {
+    friend constexpr Size alignUp(Size a, int step) {
         return both(a, a, (a.mValue + step - 1) / step * step);
     }
     // Rounded down to a multiple of step, a power of two.
-    friend constexpr Size down(Size a, int step) { return both(a, a, a.mValue / step * step); }
+    friend constexpr Size alignDown(Size a, int step) { return both(a, a, a.mValue / step * step); }
 
   private:
     static constexpr int64_t OUT_OF_RANGE = -1;

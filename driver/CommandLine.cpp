@@ -9,13 +9,15 @@
 
 namespace {
 
-// Values that getopt_long returns for options without a short form.
+// Values that getopt_long returns for options without a short form. The gap before
+// LIST_COLORSPACES is intended: these numbers are part of the interface.
 enum LongOnly { PNG, INPUT_COLORSPACE, OUTPUT_COLORSPACE, LIST_COLORSPACES = 4, HELP };
 
 constexpr option LONG_OPTIONS[] = {
     {"input", required_argument, nullptr, 'i'},
     {"output", required_argument, nullptr, 'o'},
-    {"out", required_argument, nullptr, 'o'},  // else ambiguous with output-colorspace
+    {"out", required_argument, nullptr,
+     'o'},  // without it, --out could also mean --output-colorspace
     {"width", required_argument, nullptr, 'w'},
     {"height", required_argument, nullptr, 'h'},
     {"format", required_argument, nullptr, 'f'},
@@ -51,6 +53,7 @@ void printColorSpaceSection() {
     }
 }
 
+// By their interface both listings take the value of the option, which they don't need.
 [[noreturn]] void printSupportedInputFormats(int /*unused*/) {
     printInputFormatSection();
     exit(0);

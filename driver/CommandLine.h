@@ -19,8 +19,8 @@ struct CommandLineOptions {
     bool png = false;
 };
 
-// Acts on the options in order. Help and listings end the process with status 0 where they stand, a
-// parse error with status 1 after the help text.
+// Applies the options in their order. Help and listings end the process at once with status 0, an
+// unknown option ends it with status 1 after the help text.
 CommandLineOptions parseCommandLine(int argc, char* argv[]);
 
 // Prints the help text and ends the process.

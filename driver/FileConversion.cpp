@@ -20,20 +20,21 @@ std::shared_ptr<DeviceMemory> makeBuffer(bool ion, int size) {
     return std::make_shared<DmabufMemory>(size, DeviceMemory::NO_FD);
 }
 
-bool isUsable(DeviceMemory& buffer) {
+// True when the buffer is allocated and could be mapped.
+bool mapBuffer(DeviceMemory& buffer) {
     return DeviceMemory::isOpen(buffer.getFd()) && buffer.data() != nullptr;
 }
 
-// '/' and the file's name without folder and extension.
+// Returns '/' and the file's name without folder and extension.
 std::string baseNameOf(const std::string& path) {
-    const size_t start = path.rfind('/') + 1;  // 0 without a '/', since npos is the highest number
-    // Without a dot there, the length is one that reaches beyond the end.
+    const size_t start = path.rfind('/') + 1;  // 0 if there is no '/': npos + 1
+    // If the name has no dot, the length reaches beyond the end and substr takes the rest.
     return '/' + path.substr(start, path.rfind('.') - start);
 }
 
-// Reads a file's frame of that size and clears what a file that is short or can't be read leaves of
-// it, since a buffer may hold what an earlier file left.
-void fill(unsigned char* buffer, int size, const std::string& path, int frame) {
+// Reads a frame of size bytes from the file. Where the file is short or can't be read it clears the
+// rest, because a buffer may hold bytes of an earlier file.
+void readFrame(unsigned char* buffer, int size, const std::string& path, int frame) {
     const int bytes = std::max(0, FileUtils::readFromFile(path, buffer, size, size, frame));
     memset(buffer + bytes, 0, static_cast<size_t>(size - bytes));
 }
@@ -69,7 +70,7 @@ class Conversion {
         } else if (fileSize > mSrcSize) {
             convertFrames(mSrcSize == 0 ? 0 : fileSize / mSrcSize);
         } else if (mapBuffers()) {
-            fill(mSrc->data(), mSrcSize, mPath, 0);
+            readFrame(mSrc->data(), mSrcSize, mPath, 0);
             convertSingle();
         }
     }
@@ -84,7 +85,7 @@ class Conversion {
     }
 
     bool mapBuffers() {
-        if (isUsable(*mSrc) && isUsable(*mDst)) {
+        if (mapBuffer(*mSrc) && mapBuffer(*mDst)) {
             return true;
         }
         report("failed to make the device buffers");
@@ -105,14 +106,14 @@ class Conversion {
         }
         for (size_t i = 0; i < parts.size(); ++i) {
             const auto [size, offset] = parts[i];
-            fill(mSrc->data() + offset, size, *files[i], 0);
+            readFrame(mSrc->data() + offset, size, *files[i], 0);
         }
         convertSingle();
     }
 
     void convertSingle() {
         if (convert()) {
-            write(mOutputStem + (mOptions.png ? ".png" : rawEnding()));
+            write(mOutputStem + (mOptions.png ? ".png" : rawExtension()));
         }
     }
 
@@ -121,11 +122,12 @@ class Conversion {
             return;
         }
         for (int i = 0; i < frames; ++i) {
+            // The lower-case k is intended: the line is part of the interface as it stands.
             fprintf(stderr, "\r\033[kProcess: frame #%d of %d", i + 1, frames);
-            fill(mSrc->data(), mSrcSize, mPath, i);
+            readFrame(mSrc->data(), mSrcSize, mPath, i);
             if (convert()) {
                 write(mOutputStem +
-                      (mOptions.png ? "_frame#" + std::to_string(i + 1) + ".png" : rawEnding()));
+                      (mOptions.png ? "_frame#" + std::to_string(i + 1) + ".png" : rawExtension()));
             }
         }
         fprintf(stderr, "\n");
@@ -147,7 +149,7 @@ class Conversion {
         return {format, space, mJob.alignedWidth, mJob.alignedHeight, memory.getFd()};
     }
 
-    std::string rawEnding() const {
+    std::string rawExtension() const {
         return "." + ColorConvert::getExtensionName(mJob.outputFormat);
     }
 

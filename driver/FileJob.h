@@ -1,5 +1,5 @@
-// What to make of one file, decided before it is opened: format and size, from the options or from
-// the file's name. FileConversion.h does it.
+// How to convert one file: its format and size, which come from the options or from the file's
+// name. This is decided before the file is opened. FileConversion.h carries it out.
 #pragma once
 
 #include <cstdint>
@@ -21,20 +21,20 @@ struct FileJob {
     std::string cHeaderFile;
 };
 
-// True when neither a usable width nor height nor format was given: file names decide.
+// True when the options give no width, no height and no known format: file names decide then.
 bool isConfigurationMode(const CommandLineOptions& options);
 
-// Fills a new job from the options. False, with a line for every check that fails.
+// Fills a new job from the options. Returns false after printing a line for each check that fails.
 bool getFileJobFromCmdline(const CommandLineOptions& options, FileJob& job);
 
 enum class ConfigResult { JOB, FAILED, ALREADY_CONVERTED };
 
-// Part files of the separate sets that have been handed to conversion.
+// Part files of the sets whose conversion has begun.
 using SeparateFiles = std::unordered_set<std::string>;
 
-// Fills a new job from the file's path by the format rules, which it loads when there are none.
-// FAILED with lines that say why; ALREADY_CONVERTED, silently, for a file of a set in
-// convertedSeparateFiles.
+// Fills a new job from the file's path by the format rules, and loads the rules if there are none
+// yet. Prints the reasons of FAILED. Returns ALREADY_CONVERTED, and prints nothing, for a file of a
+// set in convertedSeparateFiles.
 ConfigResult getFileJobFromConfig(const std::string& path, const CommandLineOptions& options,
                                   bool firstFile, SeparateFiles& convertedSeparateFiles,
                                   FileJob& job);

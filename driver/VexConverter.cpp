@@ -1,4 +1,4 @@
-// The walk: options, input files, output folder, then one conversion a file.
+// The program: options, input files, output folder, then one conversion per file.
 #include <csignal>
 #include <cstdio>
 #include <new>
@@ -8,6 +8,7 @@
 #include "driver/CommandLine.h"
 #include "driver/FileConversion.h"
 #include "driver/FileJob.h"
+#include "driver/OutOfMemory.h"
 #include "fileutils/FileUtils.h"
 
 namespace {
@@ -33,7 +34,7 @@ std::vector<std::string> collectInputFiles(const std::vector<std::string>& input
     return files;
 }
 
-// A file for which memory runs short is lost, the others are not.
+// When memory runs short for a file, that file is skipped and the others are converted.
 template <typename Convert>
 void forEachFile(const std::vector<std::string>& inputFiles, Convert convert) {
     for (const std::string& path : inputFiles) {
@@ -92,13 +93,9 @@ void convertAll(const CommandLineOptions& options) {
 }  // namespace
 
 int main(int argc, char* argv[]) {
-    // A write beyond the limit of file sizes then fails like any other.
+    // With this, a write beyond the limit of file sizes fails instead of ending the process.
     signal(SIGXFSZ, SIG_IGN);
-    try {
-        convertAll(parseCommandLine(argc, argv));
-    } catch (const std::bad_alloc&) {
-        fprintf(stderr, "Error: out of memory\n");
-        return 1;
-    }
+    exitWhenOutOfMemory();
+    convertAll(parseCommandLine(argc, argv));
     return 0;
 }

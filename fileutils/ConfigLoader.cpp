@@ -1,4 +1,5 @@
-// The loader of format rules.
+// The loader of format rules: it reads JSON into the formatConfigs of config/FormatConfig.h, which
+// applies them.
 #include <android/log.h>
 #include <cjson/cJSON.h>
 
@@ -25,9 +26,9 @@ struct FreeText {
 };
 using Text = std::unique_ptr<char, FreeText>;
 
-// Reads the keys of one rule or pair object. A key that is missing, or no string where a string is
-// required, is logged with the place where it is wanted; the object then is not complete. A number
-// key may hold any value: it reads as cJSON's integer of it.
+// Reads the keys of one rule or pair object. If a key is missing, or isn't a string where a string
+// is required, it logs which object lacks the key, and the object is not complete. A number may
+// have any JSON type: the value is the integer that cJSON makes of it.
 class ObjectReader {
   public:
     ObjectReader(const cJSON* object, std::string place)
@@ -96,7 +97,7 @@ bool addPairs(FormatConfig& rule, const cJSON* object, const std::string& place)
     const cJSON* pairs = cJSON_GetObjectItem(object, "ColorFormatPair");
     int number = 0;
     const cJSON* pair = nullptr;
-    cJSON_ArrayForEach(pair, pairs) {  // of an object its values; of anything else nothing
+    cJSON_ArrayForEach(pair, pairs) {  // also the values of an object; nothing of other types
         if (!addPair(rule, pair, place + ", pair " + std::to_string(++number))) {
             return false;
         }
@@ -146,7 +147,8 @@ int addRules(const cJSON* document) {
     return 0;
 }
 
-// The file's text in full, ended by a zero; 0, the negated errno of a failed open, or -1, logged.
+// Reads the whole file into a string. Returns 0, or after a log entry the negated errno of a failed
+// open or -1.
 int readText(const std::string& path, Text& text) {
     const File file(fopen(path.c_str(), "r"));
     if (file == nullptr) {
@@ -170,8 +172,12 @@ int readText(const std::string& path, Text& text) {
         LOGE("parseConfigFile: Empty config file: %s\n", path.c_str());
         return -1;
     }
-    rewind(file.get());
-    // malloc and not a string: a size that memory can't hold (a folder claims one) must not throw.
+    if (fseek(file.get(), 0, SEEK_SET) != 0) {
+        LOGE("parseConfigFile: Failed to fseek SEEK_SET: %s\n", path.c_str());
+        return -1;
+    }
+    // malloc doesn't throw when there is no such memory: a folder, for example, reports a huge
+    // size.
     const auto size = static_cast<size_t>(fileSize);
     text.reset(static_cast<char*>(malloc(size + 1)));  // NOLINT(*-no-malloc)
     const size_t readSize = text == nullptr ? 0 : fread(text.get(), 1, size, file.get());
@@ -199,7 +205,8 @@ int FileUtils::parseConfigFile(std::string path) {
         if (document != nullptr) {
             return addRules(document.get());
         }
-    } catch (const std::bad_alloc&) {  // as if the parser had had no memory
+    } catch (const std::bad_alloc&) {
+        // Reported below, like a lack of memory in the parser.
     }
     LOGE("parseConfigFile: Failed to parse config file: %s\n", path.c_str());
     return -1;

@@ -4,6 +4,7 @@
 #include <dirent.h>
 #include <libgen.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -26,20 +27,25 @@ using Directory = std::unique_ptr<DIR, CloseDirectory>;
 
 bool hasType(const std::string& path, mode_t type) {
     struct stat status = {};
-    return stat(path.c_str(), &status) == 0 && (status.st_mode & S_IFMT) == type;
+    return !path.empty() && stat(path.c_str(), &status) == 0 && (status.st_mode & S_IFMT) == type;
 }
 
-// Opened without a stream buffer: frames go between the file and the caller's memory in one call.
+// Opens the file without a stream buffer, so that a frame moves in one call between the file and
+// the caller's memory. Null and errno, logged, when that fails.
 File openForFrames(const std::string& path, const char* mode, const char* operation) {
-    File file(fopen(path.c_str(), mode));
-    if (file == nullptr) {
-        const int error = errno;
-        LOGE("%s: Failed to open file: %s, errno: %d, %s\n", operation, path.c_str(), error,
-             strerror(error));
-        errno = error;
-    } else {
-        setbuf(file.get(), nullptr);
+    struct stat status = {};
+    // A FIFO without a writer, for example, would be waited for.
+    const bool irregular =
+        *mode == 'r' && stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
+    File file(irregular ? nullptr : fopen(path.c_str(), mode));
+    if (file != nullptr) {
+        setvbuf(file.get(), nullptr, _IONBF, 0);
+        return file;
     }
+    const int error = !irregular ? errno : S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+    LOGE("%s: Failed to open file: %s, errno: %d, %s\n", operation, path.c_str(), error,
+         strerror(error));
+    errno = error;
     return file;
 }
 
@@ -55,7 +61,7 @@ std::string FileUtils::getFolderPath(std::string path) {
     struct stat status = {};
     if (stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode)) {
         const char* folder = dirname(path.data());
-        // Some libraries have none of a path that is longer than what they can hold.
+        // dirname may return null for a path that is longer than its buffer.
         return folder != nullptr ? folder : path.substr(0, path.rfind('/') + 1) + ".";
     }
     if (path.back() == '/') {
@@ -66,7 +72,7 @@ std::string FileUtils::getFolderPath(std::string path) {
 
 int FileUtils::getFileSize(std::string path) {
     struct stat status = {};
-    if (stat(path.c_str(), &status) != 0) {
+    if (path.empty() || stat(path.c_str(), &status) != 0) {
         return 0;
     }
     return status.st_size > INT_MAX ? -EFBIG : static_cast<int>(status.st_size);
@@ -101,17 +107,35 @@ int FileUtils::readFromFile(std::string path, unsigned char* buffer, int size, i
         return -errno;
     }
     if (stride >= 1 && count >= 1 && fseeko(file.get(), off_t{stride} * count, SEEK_CUR) != 0) {
-        // As far as single moves lead.
-        for (int i = 0; i < count && fseeko(file.get(), stride, SEEK_CUR) == 0; ++i) {
-        }
+        return 0;  // no file is so large
     }
-    return static_cast<int>(fread(buffer, 1, bytesOf(size), file.get()));
+    const size_t bytes = fread(buffer, 1, bytesOf(size), file.get());
+    if (ferror(file.get()) != 0) {
+        const int error = errno;
+        LOGE("readFromFile: Failed to read file: %s, errno: %d, %s\n", path.c_str(), error,
+             strerror(error));
+    }
+    return static_cast<int>(bytes);
 }
 
 int FileUtils::writeToFile(std::string path, const unsigned char* buffer, int size) {
-    const File file = openForFrames(path, "ab", "writeToFile");
+    File file = openForFrames(path, "ab", "writeToFile");
     if (file == nullptr) {
         return -errno;
     }
-    return static_cast<int>(fwrite(buffer, 1, bytesOf(size), file.get()));
+    struct stat before = {};
+    const bool regular = fstat(fileno(file.get()), &before) == 0 && S_ISREG(before.st_mode);
+    errno = 0;
+    const size_t written = fwrite(buffer, 1, bytesOf(size), file.get());
+    if ((fclose(file.release()) != 0) || written < bytesOf(size)) {
+        const int error = errno;
+        // Half a frame would shift every frame that is appended to it.
+        if (regular && truncate(path.c_str(), before.st_size) != 0) {
+            LOGE("writeToFile: Failed to truncate file: %s, errno: %d, %s\n", path.c_str(), errno,
+                 strerror(errno));
+        }
+        LOGE("writeToFile: Failed to write file: %s, %d of %d bytes, errno: %d, %s\n", path.c_str(),
+             static_cast<int>(written), size, error, strerror(error));
+    }
+    return static_cast<int>(written);
 }

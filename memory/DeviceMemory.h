@@ -1,5 +1,5 @@
-// A buffer that the blit engine can reach. A buffer that couldn't be made, or was released, is
-// empty: getFd() is -1 and data() null. Failures go to the log.
+// A buffer that the blit engine can access. A buffer that couldn't be allocated, or was released,
+// has no descriptor (-1) and no data (null). Failures go to the log.
 #pragma once
 
 #include <unistd.h>
@@ -11,11 +11,11 @@ class DeviceMemory {
     virtual ~DeviceMemory() = default;
     // The buffer's bytes, mapped on the first call, or null.
     virtual unsigned char* data() = 0;
-    // The buffer's shareable descriptor, or -1; it stays the buffer's.
+    // The buffer's shareable descriptor, or -1. The buffer keeps it.
     virtual int getFd() = 0;
 
     static constexpr int32_t NO_FD = -1;
-    // The device's libraries give out no descriptor 0.
+    // The device's libraries never return descriptor 0.
     static bool isOpen(int32_t fd) { return fd > 0; }
 
     DeviceMemory() = default;

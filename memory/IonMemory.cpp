@@ -81,6 +81,7 @@ void IonMemory::release() {
         if (ion_free(mIonDevFd, mIonHandle) != 0) {
             LOGE("IonMemory::release ion_free failed");
         }
+        mIonHandle = -1;
     }
     ion_close(mIonDevFd);
     mIonDevFd = NO_FD;

@@ -2,6 +2,7 @@
 #include "fileutils/FileUtils.h"
 
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -55,9 +56,22 @@ TEST_F(FileUtilsTest, ReadsFramesAtTheirOffsets) {
         EXPECT_EQ(read, length) << size << ", " << stride << ", " << count;
         EXPECT_EQ(buffer, expected + std::string(1000 - expected.size(), 'e'));
     }
-    EXPECT_EQ(FileUtils::readFromFile(mFolder + "/no\nfile", nullptr, 1, 0, 0), -ENOENT);
-    EXPECT_EQ(takeLog(), "E VexConverter-FileUtils: readFromFile: Failed to open file: " + mFolder +
-                             "/no\\nfile, errno: 2, No such file or directory\n");
+    EXPECT_EQ(takeLog(), "");
+    const S failed = "E VexConverter-FileUtils: readFromFile: Failed to ";
+    EXPECT_EQ(FileUtils::readFromFile("no\n\x1B\x7F\xC2\x9B\xC3\x9B"
+                                      "file",
+                                      nullptr, 1, 0, 0),
+              -ENOENT);
+    EXPECT_EQ(takeLog(), failed +
+                             "open file: no\\n\\x1B\\x7F\\xC2\\x9B\xC3\x9B"
+                             "file, errno: 2, No such "
+                             "file or directory\n");
+    mkfifo((mFolder + "/fifo").c_str(), 0600);
+    EXPECT_EQ(FileUtils::readFromFile(mFolder + "/fifo", nullptr, 1, 0, 0), -EINVAL);
+    takeLog();
+    unsigned char byte = 0;
+    EXPECT_EQ(FileUtils::readFromFile("/proc/self/mem", &byte, 1, 0, 0), 0);
+    EXPECT_EQ(takeLog(), failed + "read file: /proc/self/mem, errno: 5, Input/output error\n");
 }
 
 size_t openDescriptors() {

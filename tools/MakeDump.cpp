@@ -14,6 +14,7 @@
 #include "TestPattern.h"
 #include "color/Catalogue.h"
 #include "color/ColorConvert.h"
+#include "driver/OutOfMemory.h"
 #include "fileutils/FileUtils.h"
 
 namespace {
@@ -294,6 +295,7 @@ void writeDump(const Options& options) {
 }  // namespace
 
 int main(int argc, char* argv[]) {
+    exitWhenOutOfMemory();
     writeDump(parseOptions(argc, argv));
     return 0;
 }

@@ -1,18 +1,14 @@
-// DMA-BUF heaps for the host: every heap name gives shared anonymous memory.
+// DMA-BUF heaps for the host: every heap allocates shared anonymous memory.
 #include <BufferAllocator/BufferAllocator.h>
 #include <BufferAllocator/BufferAllocatorWrapper.h>
 
 #include <cerrno>
-#include <cstdlib>
-#include <cstring>
 #include <new>
 
+#include "Settings.h"
 #include "SharedBuffer.h"
 
-bool BufferAllocator::CheckIonSupport() {
-    const char* ion = getenv("VEX_HOST_ION");
-    return ion != nullptr && strcmp(ion, "1") == 0;
-}
+bool BufferAllocator::CheckIonSupport() { return host::hasIon(); }
 
 BufferAllocator* CreateDmabufHeapBufferAllocator() { return new (std::nothrow) BufferAllocator; }
 

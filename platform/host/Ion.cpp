@@ -1,4 +1,5 @@
-// ION for the host: a handle is a descriptor of shared anonymous memory that its device holds.
+// ION for the host: a handle stands for a descriptor of shared anonymous memory, which the device
+// owns.
 #include <ion/ion.h>
 #include <sys/eventfd.h>
 #include <sys/mman.h>
@@ -17,7 +18,7 @@ struct Buffer {
     int fd;
 };
 
-// Buffers of all open devices by handle. Handles are not reused, so a stale one is noticed.
+// Buffers of all open devices by handle. Handles are never reused, so a stale one is an error.
 std::map<ion_user_handle_t, Buffer>& buffers() {
     static std::map<ion_user_handle_t, Buffer> all;
     return all;
@@ -45,7 +46,7 @@ int addIonBuffer(int device, int fd, ion_user_handle_t* handle) {
 int createIonBuffer(size_t size) { return createSharedBuffer("ion", size); }
 
 int openIonDevice() {
-    // An eventfd is the cheapest real descriptor; nothing is ever read from it.
+    // The cheapest real descriptor is an eventfd. Nothing reads from it.
     const int plain = resultOf(eventfd(0, EFD_CLOEXEC));
     if (isError(plain)) {
         return plain;
@@ -103,7 +104,6 @@ int ion_map(int fd, ion_user_handle_t handle, size_t length, int prot, int flags
     if (status != 0) {
         return status;
     }
-    // A device's buffer is mapped in full at once.
     void* address = mmap(nullptr, length, prot, flags, shared, offset);
     if (address == MAP_FAILED) {
         const int error = -errno;

@@ -5,8 +5,8 @@
 
 namespace host {
 
-// Gives the buffer of a descriptor, which the device then holds, a handle. 0, or the negated errno
-// that the descriptor is.
+// Registers the buffer of the descriptor, which the device then owns, under a new handle. Returns
+// 0. If fd is a negated errno, returns that.
 int addIonBuffer(int device, int fd, ion_user_handle_t* handle);
 
 // A new buffer of size bytes, as host::createSharedBuffer makes it.

@@ -1,5 +1,5 @@
-// Android log for the host: lines of the file VEX_HOST_LOG; without one, standard error where that
-// is a terminal, else the system log.
+// Android log for the host. Entries go to the file that VEX_HOST_LOG names; without one, to
+// standard error if that is a terminal, else to the system log.
 #include <android/log.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -10,45 +10,15 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <ctime>
 
+#include "Settings.h"
+
 namespace {
 
-// An entry's bytes at most: two paths, and what is said of them.
-constexpr size_t MOST = 10000;
-
-// What stands in standard error's last line on a terminal, so that entries get lines of their own.
-class Terminal {
-  public:
-    // Standard error then goes through here.
-    Terminal() {
-        if (isatty(STDERR_FILENO) == 0) {
-            return;
-        }
-        cookie_io_functions_t functions = {};
-        functions.write = write;
-        if (FILE* stream = fopencookie(this, "w", functions)) {
-            setvbuf(stream, nullptr, _IONBF, 0);
-            stderr = stream;
-        }
-    }
-
-    bool inLine() const { return mInLine; }
-
-  private:
-    static ssize_t write(void* terminal, const char* bytes, size_t size) {
-        const ssize_t written = ::write(STDERR_FILENO, bytes, size);
-        if (written > 0) {
-            static_cast<Terminal*>(terminal)->mInLine = bytes[written - 1] != '\n';
-        }
-        return written < 0 ? 0 : written;
-    }
-
-    bool mInLine = false;
-};
-Terminal terminal;
+// Bytes of a log entry: enough for two of the longest paths and a message about them.
+constexpr size_t MAX_LOG_ENTRY = 10000;
 
 struct Priority {
     char letter;
@@ -62,23 +32,44 @@ const Priority& priorityOf(int priority) {
     return FROM_VERBOSE[(known ? priority : ANDROID_LOG_ERROR) - ANDROID_LOG_VERBOSE];
 }
 
-// One line: the text's own newline goes, newlines inside it (of a file name, say) show as \n.
+// Number of bytes of the control character that the text begins with, 0 if it doesn't. In UTF-8 the
+// controls from U+0080 on have two bytes.
+int controlBytes(const char* text) {
+    const auto* bytes = reinterpret_cast<const unsigned char*>(text);
+    if (bytes[0] == 0xC2 && bytes[1] >= 0x80 && bytes[1] < 0xA0) {
+        return 2;
+    }
+    return bytes[0] < ' ' || bytes[0] == 0x7F ? 1 : 0;
+}
+
+// Makes one line of the text: its last newline goes, and control characters (of a file name, say)
+// are written as \n or \x1B, so that they neither split the entry nor reach a terminal.
 void putOneLine(const char* text, char* line, size_t size) {
+    constexpr size_t LONGEST = 8;  // what one character becomes
+    const char* end = text + strlen(text);
+    end -= end != text && end[-1] == '\n' ? 1 : 0;
     size_t at = 0;
-    for (; *text != '\0' && at + 2 < size; ++text) {
-        if (*text != '\n') {
-            line[at++] = *text;
-        } else if (text[1] != '\0') {
+    while (text != end && at + LONGEST < size) {
+        int controls = controlBytes(text);
+        if (*text == '\n') {
             line[at++] = '\\';
             line[at++] = 'n';
+            ++text;
+        } else if (controls == 0) {
+            line[at++] = *text++;
+        } else {
+            for (; controls > 0; --controls, ++text) {
+                at += static_cast<size_t>(
+                    snprintf(line + at, LONGEST, "\\x%02X", static_cast<unsigned char>(*text)));
+            }
         }
     }
     line[at] = '\0';
 }
 
-// Lines of their own, also where progress stands.
+// On a terminal an entry replaces a progress line that stands there.
 bool putOnStandardError(const char* line) {
-    return fprintf(stderr, "%s%s", terminal.inLine() ? "\r\n" : "", line) > 0;
+    return fprintf(stderr, "%s%s", isatty(STDERR_FILENO) != 0 ? "\r\033[K" : "", line) > 0;
 }
 
 bool isStandardError(const char* path) {
@@ -88,23 +79,33 @@ bool isStandardError(const char* path) {
            wanted.st_dev == error.st_dev && wanted.st_ino == error.st_ino;
 }
 
-// True when the line stands in the file.
+// Says once in the life of the process that the file of log entries can't be used.
+void reportOnce(const char* operation, const char* path, int error) {
+    static bool reported = false;
+    if (!reported) {
+        reported = true;
+        fprintf(stderr, "VEX_HOST_LOG: can't %s %s, %s\n", operation, path, strerror(error));
+    }
+}
+
+// True when the file holds the line.
 bool appendToFile(const char* path, const char* line) {
     if (isStandardError(path)) {
-        return putOnStandardError(line);  // opened anew, the two would write over each other
+        // Opened a second time, the two streams would overwrite each other's lines.
+        return putOnStandardError(line);
     }
     const int file = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
     if (file < 0) {
-        static bool told = false;
-        if (!told) {
-            told = true;
-            fprintf(stderr, "VEX_HOST_LOG: can't open %s, %s\n", path, strerror(errno));
-        }
+        reportOnce("open", path, errno);
         return false;
     }
-    const bool written = write(file, line, strlen(line)) > 0;
+    const ssize_t written = write(file, line, strlen(line));
+    const bool complete = written == static_cast<ssize_t>(strlen(line));
+    if (!complete) {
+        reportOnce("write to", path, written < 0 ? errno : ENOSPC);
+    }
     close(file);
-    return written;
+    return complete;
 }
 
 // ISO 8601, milliseconds.
@@ -120,23 +121,23 @@ void putLocalTime(char* text, size_t size) {
 }  // namespace
 
 int __android_log_print(int prio, const char* tag, const char* fmt, ...) {
-    char text[MOST];
+    char text[MAX_LOG_ENTRY];
     va_list args;
     va_start(args, fmt);
     vsnprintf(text, sizeof text, fmt, args);
     va_end(args);
-    char line[MOST];
+    char line[MAX_LOG_ENTRY];
     putOneLine(text, line, sizeof line);
     char time[40];
     putLocalTime(time, sizeof time);
     const Priority& priority = priorityOf(prio);
-    char entry[MOST + 200];
+    char entry[MAX_LOG_ENTRY + 200];
     snprintf(entry, sizeof entry, "%s %c %s: %s\n", time, priority.letter, tag, line);
 
-    const char* path = getenv("VEX_HOST_LOG");
-    const bool wanted = path != nullptr && *path != '\0';
-    if (wanted ? appendToFile(path, entry)
-               : isatty(STDERR_FILENO) != 0 && putOnStandardError(entry + strlen(time) + 1)) {
+    const char* path = host::logFile();
+    if (path != nullptr
+            ? appendToFile(path, entry)
+            : isatty(STDERR_FILENO) != 0 && putOnStandardError(entry + strlen(time) + 1)) {
         return 1;
     }
     syslog(LOG_USER | priority.syslogLevel, "%s: %s", tag, line);

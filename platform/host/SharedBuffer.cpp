@@ -1,5 +1,6 @@
 #include "SharedBuffer.h"
 
+#include <android/log.h>
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -10,6 +11,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
+#include <cstring>
 #include <string>
 
 #include "libc/Mappings.h"
@@ -19,14 +21,15 @@ namespace {
 using host::isError;
 using host::resultOf;
 
-// Gives the file large pages where the system has them, as a device's heap does: they are mapped
-// and unmapped in a twentieth of the time. Without them the file is as good.
+// Gives the file huge pages where the system has them, as a device's heap does: it maps and unmaps
+// them in a twentieth of the time, which a folder of single frames needs. If there are none, the
+// file keeps its small pages.
 void useHugePages(int file, size_t size) {
     constexpr int COLLAPSE = 25;  // MADV_COLLAPSE, since Linux 6.1
     if (size < host::HUGE_PAGE / 2) {
         return;
     }
-    const size_t reach = size + host::HUGE_PAGE;  // the last page too
+    const size_t reach = size + host::HUGE_PAGE;  // includes the last page, which is not full
     void* mapping = mmap(nullptr, reach, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
     if (mapping != MAP_FAILED) {
         madvise(mapping, reach, COLLAPSE);
@@ -34,14 +37,18 @@ void useHugePages(int file, size_t size) {
     }
 }
 
-// The file opened anew. A lease looks at who opened a file, and memfd_create doesn't count as that.
+// Opens the file once more. The system grants a lease on a file only if nobody else has opened it,
+// and it doesn't count memfd_create as opening.
 int reopen(int file) {
     const std::string path = "/proc/self/fd/" + std::to_string(file);
     const int opened = resultOf(open(path.c_str(), O_RDWR | O_CLOEXEC));
     if (isError(opened)) {
+        __android_log_print(ANDROID_LOG_ERROR, "SharedBuffer",
+                            "failed to open %s, %s; buffers of the host need /proc\n", path.c_str(),
+                            strerror(-opened));
         return opened;
     }
-    const int moved = host::duplicateDescriptor(opened);  // to where no standard stream is
+    const int moved = host::duplicateDescriptor(opened);  // not the number of a standard stream
     close(opened);
     return moved;
 }
@@ -52,7 +59,7 @@ int createFile(const char* name, size_t size) {
     if (isError(file)) {
         return file;
     }
-    // Here a lack of memory shows, as with a device's allocator.
+    // Allocates all pages, so that a lack of memory is noticed here, as by a device's allocator.
     int result = resultOf(fallocate(file, 0, 0, static_cast<off_t>(size)));
     useHugePages(file, size);
     if (!isError(result)) {
@@ -62,13 +69,14 @@ int createFile(const char* name, size_t size) {
     return result;
 }
 
-// The buffers made last, as many as a conversion has, kept open until the process ends for use
-// again: fresh memory takes the system several times as long as clearing what there is.
-class RecentBuffers {
+// Keeps the files of the latest buffers, as many as a conversion uses, for the next buffers of the
+// same size: the system needs several times as long for new memory. A file in the pool is idle when
+// nobody has it open or mapped, which the system tells by granting a lease to write.
+class BufferPool {
   public:
     static constexpr int NONE = -1;
 
-    // A file of that size that nobody uses any more, or NONE.
+    // An idle file of that size, or NONE.
     int findIdle(size_t size) const {
         const auto* found = std::find_if(mFiles.begin(), mFiles.end(), [size](int file) {
             struct stat status = {};
@@ -78,8 +86,8 @@ class RecentBuffers {
         return found == mFiles.end() ? NONE : *found;
     }
 
-    // Makes room for one more file, before there is one.
-    void dropOldest() {
+    // Makes room for one more file.
+    void evictOldest() {
         if (mFiles.front() != NONE) {
             close(mFiles.front());
         }
@@ -87,15 +95,14 @@ class RecentBuffers {
         mFiles.back() = NONE;
     }
 
-    // Takes over the file.
-    void keep(int file) {
+    // Adds the file, which the pool then owns.
+    void add(int file) {
         mFiles.back() = file;
-        // Who opens the file while it is leased waits; the signal of it must not end the process.
+        // Opening a leased file sends this process a signal, which must not end it.
         fcntl(file, F_SETSIG, SIGURG);
     }
 
   private:
-    // The system grants a lease to write only while nobody else has the file open or mapped.
     static bool isIdle(int file) {
         return fcntl(file, F_SETLEASE, F_WRLCK) == 0 && fcntl(file, F_SETLEASE, F_UNLCK) == 0;
     }
@@ -113,17 +120,17 @@ int duplicateDescriptor(int fd) {
 }
 
 int createSharedBuffer(const char* name, size_t size) {
-    static RecentBuffers recent;
-    const int idle = recent.findIdle(size);
-    if (idle != RecentBuffers::NONE) {
+    static BufferPool pool;
+    const int idle = pool.findIdle(size);
+    if (idle != BufferPool::NONE) {
         return reopen(idle);
     }
-    recent.dropOldest();
+    pool.evictOldest();
     const int file = createFile(name, size);
     if (isError(file)) {
         return file;
     }
-    recent.keep(file);
+    pool.add(file);
     return reopen(file);
 }
 

@@ -305,13 +305,6 @@ TEST_F(ConvertFileTest, FailingFileCallsHaveOrderlyResults) {
                                     start + "opendir missing"}));
     mPlatform.failCall = "fseek";
     EXPECT_EQ(FileUtils::parseConfigFile(mFolder + "/in.yuv"), -1);
-    // In single moves what one alone can't reach.
-    mPlatform = FakePlatform();
-    mPlatform.failCall = "fseeko";
-    mPlatform.failOccurrence = 1;
-    unsigned char bytes[100] = {};
-    EXPECT_EQ(FileUtils::readFromFile(mFolder + "/in.yuv", bytes, 100, 25, 2), 22);
-    EXPECT_EQ(FileUtils::readFromFile("missing", bytes, 1, 0, 0), -ENOENT);
 }
 
 }  // namespace

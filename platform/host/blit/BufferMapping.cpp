@@ -13,12 +13,12 @@ BufferMapping::BufferMapping(const BufferId& buffer, bool writable)
     void* address = mmap(nullptr, mSize, protection, MAP_SHARED, buffer.fd, 0);
     if (address != MAP_FAILED) {
         mData = static_cast<uint8_t*>(address);
-        mOwn = true;
+        mOwned = true;
     }
 }
 
 BufferMapping::~BufferMapping() {
-    if (mOwn) {
+    if (mOwned) {
         munmap(mData, mSize);
     }
 }

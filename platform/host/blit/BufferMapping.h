@@ -1,4 +1,4 @@
-// The bytes of a device buffer while a job runs.
+// Access to the bytes of a device buffer while a job runs.
 #pragma once
 
 #include <cstddef>
@@ -8,9 +8,9 @@
 
 namespace host {
 
-// Uses the mapping that the process has of the buffer already, as its owner does that fills or
-// reads it: to map a frame a second time takes about as long as to convert it, and counts its
-// memory twice. Without one the buffer is mapped, until destruction.
+// If the process has mapped the buffer already, as the owner does to fill or read it, this uses
+// that mapping: mapping a frame a second time takes about as long as converting it, and its memory
+// would be counted twice. Otherwise it maps the buffer until destruction.
 class BufferMapping {
   public:
     BufferMapping(const BufferId& buffer, bool writable);
@@ -23,8 +23,8 @@ class BufferMapping {
 
   private:
     uint8_t* mData = nullptr;
-    const size_t mSize;  // bytes
-    bool mOwn = false;   // mapped here
+    const size_t mSize;   // bytes
+    bool mOwned = false;  // this object made the mapping
 };
 
 }  // namespace host

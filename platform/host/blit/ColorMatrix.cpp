@@ -13,20 +13,20 @@ constexpr Profile PROFILES[] = {
     {5, 0.2627, 0.0593, true},   // BT.2020, full range
 };
 
-// Samples' black level and spans of luma and chroma at a depth.
+// Black level, neutral chroma value and the spans of luma and chroma, in samples of a depth.
 struct Range {
     double black;
     double luma;
-    double middle;
+    double neutral;
     double chroma;
 };
 
 Range rangeOf(const Profile& profile, int bits) {
     const double unit = 1 << (bits - 8);
-    const double middle = 128 * unit;
+    const double neutral = 128 * unit;
     const double top = 256 * unit - 1;
-    return profile.full ? Range{0, top, middle, top}
-                        : Range{16 * unit, 219 * unit, middle, 224 * unit};
+    return profile.full ? Range{0, top, neutral, top}
+                        : Range{16 * unit, 219 * unit, neutral, 224 * unit};
 }
 
 }  // namespace
@@ -61,7 +61,7 @@ Affine toRgb(const Profile& profile, int bits) {
     const double blue = 2 * (1 - profile.kb);
     const Affine normalize = {
         {{1 / range.luma, 0, 0}, {0, 1 / range.chroma, 0}, {0, 0, 1 / range.chroma}},
-        {-range.black / range.luma, -range.middle / range.chroma, -range.middle / range.chroma}};
+        {-range.black / range.luma, -range.neutral / range.chroma, -range.neutral / range.chroma}};
     const Affine matrix = {
         {{1, 0, red}, {1, -profile.kb * blue / kg, -profile.kr * red / kg}, {1, blue, 0}},
         {0, 0, 0}};
@@ -80,7 +80,7 @@ Affine fromRgb(const Profile& profile, int bits) {
                             {(1 - kr) / red, -kg / red, -kb / red}},
                            {0, 0, 0}};
     const Affine scale = {{{range.luma, 0, 0}, {0, range.chroma, 0}, {0, 0, range.chroma}},
-                          {range.black, range.middle, range.middle}};
+                          {range.black, range.neutral, range.neutral}};
     return compose(scale, matrix);
 }
 

@@ -1,11 +1,11 @@
-// The color spaces' matrices and ranges, in floating point.
+// Matrices and ranges of the color spaces, in floating point.
 #pragma once
 
 #include <cstdint>
 
 namespace host {
 
-constexpr int CHANNELS = 3;  // of a color
+constexpr int CHANNELS = 3;
 
 // out = m * in + offset.
 struct Affine {
@@ -13,24 +13,24 @@ struct Affine {
     double offset[CHANNELS];
 };
 
-// The step that does first, then second.
+// The map that applies first, then second.
 Affine compose(const Affine& second, const Affine& first);
 
-// What a PX_PROFILE_ENUM stands for: the weights of red and blue in luma, and the range.
+// A color space: the weights of red and blue in luma, and the range of samples.
 struct Profile {
-    uint32_t code;
+    uint32_t code;  // PX_PROFILE_ENUM
     double kr;
     double kb;
-    bool full;
+    bool full;  // range; else limited
 };
 
 // Null for a code that the engine doesn't know.
 const Profile* findProfile(uint32_t code);
 
-// Y, Cb, Cr samples of a profile and depth to R, G, B from 0 to 1.
+// Maps Y, Cb, Cr samples of a profile and depth (bits) to R, G, B from 0 to 1.
 Affine toRgb(const Profile& profile, int bits);
 
-// R, G, B from 0 to 1 to Y, Cb, Cr samples.
+// Maps R, G, B from 0 to 1 to Y, Cb, Cr samples.
 Affine fromRgb(const Profile& profile, int bits);
 
 }  // namespace host

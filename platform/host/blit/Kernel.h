@@ -1,7 +1,8 @@
-// KERNEL marks a plain loop that is worth compiling for several levels of the processor.
+// KERNEL marks a function that gets one version per level of the processor (SSE2, AVX2, AVX-512).
 #pragma once
 
-// A resolver runs before a sanitizer is ready, so the clones stay out of such builds.
+// The function that selects the version runs before a sanitizer is initialized, so builds with one
+// have a single version.
 #if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__) && \
     !defined(__SANITIZE_ADDRESS__)
 #define KERNEL __attribute__((target_clones("arch=x86-64-v4", "avx2", "default")))
@@ -9,5 +10,5 @@
 #define KERNEL
 #endif
 
-// For templates that a KERNEL instantiates: their code must end up inside it.
+// For functions that a KERNEL calls: they must be compiled into each of its versions.
 #define KERNEL_INLINE inline __attribute__((always_inline))

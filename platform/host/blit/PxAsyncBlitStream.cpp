@@ -1,5 +1,5 @@
-// The blit library's stream for the host. Jobs run on the calling thread: invalidate returns when
-// the frame is converted and its fence signalled.
+// The blit library's stream for the host. Jobs run on the calling thread: when invalidate returns,
+// the frame is converted and its fence is signalled.
 #include <PxAsyncBlitStream.h>
 #include <android/log.h>
 #include <sys/eventfd.h>
@@ -15,8 +15,8 @@ namespace {
 
 using host::isError;
 
-// What a job is to be told.
-enum Part { BEGIN, SRC_BUFFER, SRC_CONFIG, SRC_CROP, DST_BUFFER, DST_CONFIG, END, PARTS };
+// The calls that configure a job. It needs all of them.
+enum Call { BEGIN, SRC_BUFFER, SRC_CONFIG, SRC_CROP, DST_BUFFER, DST_CONFIG, END, CALLS };
 
 void logRefusal(const char* call) {
     __android_log_print(ANDROID_LOG_ERROR, "PxAsyncBlitStream", "%s: refused\n", call);
@@ -48,8 +48,8 @@ void setConfig(host::JobSide& side, int width, int height, int yPitch, int uvPit
 
 struct PxAsyncBlitStream::State {
     unsigned int jobId = 0;
-    int fence = -1;  // the engine's own descriptor of the job's fence
-    std::bitset<PARTS> told;
+    int fence = -1;  // the engine's descriptor of the job's fence; the caller has another
+    std::bitset<CALLS> accepted;
     host::JobSide src = {};
     host::JobSide dst = {};
     PxRect crop = {};
@@ -63,12 +63,12 @@ struct PxAsyncBlitStream::State {
         }
     }
 
-    // Notes an accepted call, logs a refused one.
-    int note(const char* call, Part part, int status) {
+    // Records a call that is accepted (status 0) and logs one that is refused.
+    int record(Call call, const char* name, int status) {
         if (status == 0) {
-            told.set(part);
+            accepted.set(call);
         } else {
-            logRefusal(call);
+            logRefusal(name);
         }
         return status;
     }
@@ -79,9 +79,9 @@ PxAsyncBlitStream::PxAsyncBlitStream() : mState(std::make_unique<State>()) {}
 PxAsyncBlitStream::~PxAsyncBlitStream() { mState->closeFence(); }
 
 int PxAsyncBlitStream::createJob(unsigned int& jobId, int& fence) {
-    // A job that was begun and never started is dropped.
+    // Drops a job that was created and not started.
     mState->closeFence();
-    mState->told.reset();
+    mState->accepted.reset();
     mState->fence = host::resultOf(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
     const int callers =
         isError(mState->fence) ? mState->fence : host::duplicateDescriptor(mState->fence);
@@ -95,13 +95,13 @@ int PxAsyncBlitStream::createJob(unsigned int& jobId, int& fence) {
 }
 
 int PxAsyncBlitStream::setConfigBegin(unsigned int jobId) {
-    return mState->note("setConfigBegin", BEGIN, jobId == mState->jobId ? 0 : -EINVAL);
+    return mState->record(BEGIN, "setConfigBegin", jobId == mState->jobId ? 0 : -EINVAL);
 }
 
 int PxAsyncBlitStream::setSrcBuffer(int fd, unsigned int* sizes, unsigned int planeCount,
                                     int /*reserved*/) {
     setBuffer(mState->src, fd, sizes, planeCount);
-    return mState->note("setSrcBuffer", SRC_BUFFER, 0);
+    return mState->record(SRC_BUFFER, "setSrcBuffer", 0);
 }
 
 int PxAsyncBlitStream::setSrcConfig(int width, int height, int yPitch, int uvPitch,
@@ -109,18 +109,18 @@ int PxAsyncBlitStream::setSrcConfig(int width, int height, int yPitch, int uvPit
                                     PxInterlaceFormat /*interlace*/, PxSecure /*secure*/,
                                     bool /*reservedFlag*/, unsigned int /*reserved*/) {
     setConfig(mState->src, width, height, yPitch, uvPitch, color, profile);
-    return mState->note("setSrcConfig", SRC_CONFIG, 0);
+    return mState->record(SRC_CONFIG, "setSrcConfig", 0);
 }
 
 int PxAsyncBlitStream::setSrcCrop(unsigned int output, PxRect crop) {
     mState->crop = crop;
-    return mState->note("setSrcCrop", SRC_CROP, output == 0 ? 0 : -EINVAL);
+    return mState->record(SRC_CROP, "setSrcCrop", output == 0 ? 0 : -EINVAL);
 }
 
 int PxAsyncBlitStream::setDstBuffer(unsigned int output, int fd, unsigned int* sizes,
                                     unsigned int planeCount, int /*reserved*/) {
     setBuffer(mState->dst, fd, sizes, planeCount);
-    return mState->note("setDstBuffer", DST_BUFFER, output == 0 ? 0 : -EINVAL);
+    return mState->record(DST_BUFFER, "setDstBuffer", output == 0 ? 0 : -EINVAL);
 }
 
 int PxAsyncBlitStream::setDstConfig(unsigned int output, int width, int height, int yPitch,
@@ -133,14 +133,14 @@ int PxAsyncBlitStream::setDstConfig(unsigned int output, int width, int height, 
         mState->target = *target;
     }
     const bool fits = output == 0 && target != nullptr;
-    return mState->note("setDstConfig", DST_CONFIG, fits ? 0 : -EINVAL);
+    return mState->record(DST_CONFIG, "setDstConfig", fits ? 0 : -EINVAL);
 }
 
-int PxAsyncBlitStream::setConfigEnd() { return mState->note("setConfigEnd", END, 0); }
+int PxAsyncBlitStream::setConfigEnd() { return mState->record(END, "setConfigEnd", 0); }
 
 int PxAsyncBlitStream::invalidate(timeval* /*now*/) {
     State& state = *mState;
-    const bool complete = !isError(state.fence) && state.told.all() &&
+    const bool complete = !isError(state.fence) && state.accepted.all() &&
                           isWholeFrame(state.crop, state.src.width, state.src.height) &&
                           isWholeFrame(state.target, state.dst.width, state.dst.height);
     if (!complete) {

