@@ -5,10 +5,11 @@ install(TARGETS VexConverter make-dump)
 
 # Manual pages and changelogs are installed compressed.
 function(install_compressed source name folder)
+    cmake_path(ABSOLUTE_PATH source)
     set(compressed ${CMAKE_CURRENT_BINARY_DIR}/packaging/${name}.gz)
     add_custom_command(OUTPUT ${compressed}
         COMMAND ${CMAKE_COMMAND} -E make_directory ${CMAKE_CURRENT_BINARY_DIR}/packaging
-        COMMAND gzip -9nc ${CMAKE_CURRENT_SOURCE_DIR}/${source} > ${compressed}
+        COMMAND gzip -9nc ${source} > ${compressed}
         DEPENDS ${source})
     add_custom_target(${name} ALL DEPENDS ${compressed})
     install(FILES ${compressed} DESTINATION ${folder})
@@ -21,7 +22,8 @@ endforeach()
 
 set(documents ${CMAKE_INSTALL_DATADIR}/doc/vexconverter)
 install_compressed(CHANGELOG.md changelog ${documents})
-install_compressed(packaging/changelog changelog.Debian ${documents})
+configure_file(packaging/changelog packaging/changelog @ONLY)
+install_compressed(${CMAKE_CURRENT_BINARY_DIR}/packaging/changelog changelog.Debian ${documents})
 install(FILES packaging/copyright DESTINATION ${documents})
 install(DIRECTORY docs/ DESTINATION ${documents} FILES_MATCHING PATTERN "*.md" PATTERN man EXCLUDE)
 install(FILES config/default-rules.json config/format-rules.schema.json

@@ -118,19 +118,22 @@ void fillYuv(const Colors& colors, const host::Profile& profile, LinearFrame& fr
     }
 }
 
+uint32_t quantize(double value, double top) {
+    return static_cast<uint32_t>(std::lround(std::clamp(value, 0.0, 1.0) * top));
+}
+
 void fillRgb(const Colors& colors, LinearFrame& frame) {
-    const auto quantized = [](double value, double top) {
-        return static_cast<uint32_t>(std::lround(std::clamp(value, 0.0, 1.0) * top));
-    };
     const double top = maxOf(frame.format);
     const bool deep = frame.format == LinearFormat::RGB10_A2;
+    const int bits = deep ? 10 : 8;
+    const int maxAlpha = deep ? 3 : 255;
     const auto size = static_cast<size_t>(bytesOf(frame.format));
     for (int y = 0; y < frame.height; ++y) {
         for (int x = 0; x < frame.width; ++x) {
             const Triple color = colors.at(x, y);
-            uint32_t word = quantized(colors.alpha(x, y), deep ? 3 : 255) << (deep ? 30 : 24);
+            uint32_t word = quantize(colors.alpha(x, y), maxAlpha) << (3 * bits);
             for (size_t c = 0; c < 3; ++c) {
-                word |= quantized(color[c], top) << c * (deep ? 10 : 8);
+                word |= quantize(color[c], top) << c * bits;
             }
             memcpy(&frame.bytes[at(x, y, frame.width) * size], &word, size);
         }

@@ -246,6 +246,24 @@ void append(const std::string& path, const std::vector<uint8_t>& bytes) {
     }
 }
 
+// Says what was written, and how to convert it where no built-in rule decodes its name.
+void reportFrames(const Options& options, int frames, bool decoded) {
+    fflush(stdout);
+    fprintf(stderr, "Wrote %d frame%s\n", frames, frames == 1 ? "" : "s");
+    if (decoded) {
+        return;
+    }
+    if (ColorConvert::isSeparate(options.format)) {
+        fputs(options.whole ? "No built-in rule decodes whole frames of this format; convert them "
+                              "with a rule whose pair says \"Separate\": false\n"
+                            : "No built-in rule decodes these files; convert them with a rule\n",
+              stderr);
+    } else {
+        fprintf(stderr, "No built-in rule decodes this format; convert it with -w %d -h %d -f %s\n",
+                options.width, options.height, colorFormatInfo(options.format).name);
+    }
+}
+
 void writeDump(const Options& options) {
     const auto [width, height] =
         ColorConvert::getDefaultAlignedSize(options.width, options.height, options.format);
@@ -276,20 +294,7 @@ void writeDump(const Options& options) {
             append(name.files[0], dump);
         }
     }
-    fflush(stdout);
-    fprintf(stderr, "Wrote %d frame%s\n", source.frames(), source.frames() == 1 ? "" : "s");
-    if (decoded) {
-        return;
-    }
-    if (ColorConvert::isSeparate(options.format)) {
-        fputs(options.whole ? "No built-in rule decodes whole frames of this format; convert them "
-                              "with a rule whose pair says \"Separate\": false\n"
-                            : "No built-in rule decodes these files; convert them with a rule\n",
-              stderr);
-    } else {
-        fprintf(stderr, "No built-in rule decodes this format; convert it with -w %d -h %d -f %s\n",
-                options.width, options.height, colorFormatInfo(options.format).name);
-    }
+    reportFrames(options, source.frames(), decoded);
 }
 
 }  // namespace

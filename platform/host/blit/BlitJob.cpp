@@ -24,6 +24,12 @@ int64_t blockRowBytes(const PlaneLayout& plane, int samples) {
     return int64_t{samples} / plane.blockWidth * plane.blockBytes;
 }
 
+// Bytes of the words that the engine reads and writes in rows; 1 in blocks.
+int64_t wordBytesOf(const Layout& layout) {
+    const bool words = layout.planes[0].isLinear() && layout.format != LinearFormat::RGB24;
+    return words ? bytesOf(layout.format) : 1;
+}
+
 // The chroma row that covers a line.
 int chromaLineOf(int line, int chromaLines) {
     return std::max(0, std::min(line / 2, chromaLines - 1));
@@ -39,13 +45,11 @@ int BlitJob::checkPlane(const char* name, const JobSide& side, Frame& frame, int
     const int samples = plane.samples(layout.format, side.width);
     const int lines = plane.lines(side.height);
     int64_t bytes = 0;
-    int64_t wordBytes = 1;
     if (plane.isLinear()) {
         const int pitch = index == 0 ? side.yPitch : side.uvPitch;
         const int64_t rowBytes = int64_t{samples} * sampleBytesOf(layout.format);
         frame.pitches[i] = pitch;
         bytes = lines == 0 ? 0 : (lines - 1) * frame.pitches[i] + rowBytes;
-        wordBytes = bytesOf(layout.format) == 3 ? 1 : bytesOf(layout.format);
     } else {
         if (samples % plane.blockWidth != 0 || lines % plane.blockHeight != 0) {
             LOG(ERROR, "%s: %d x %d is not a whole number of blocks\n", name, side.width,
@@ -64,6 +68,7 @@ int BlitJob::checkPlane(const char* name, const JobSide& side, Frame& frame, int
     }
     frame.sizes[i] = bytes;
     frame.padding[i] = declared - bytes;
+    const int64_t wordBytes = wordBytesOf(layout);
     if (frame.pitches[i] % wordBytes != 0 || frame.offsets.planes[i] % wordBytes != 0) {
         LOG(ERROR, "%s: plane %d is not aligned to its samples\n", name, index);
         return -EINVAL;
