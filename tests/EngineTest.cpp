@@ -268,8 +268,31 @@ TEST(Engine, StraightAndByTheDefaultOutputGiveTheSame) {
     }
 }
 
-// An odd width or height, down to one, is converted like the even size with the last chroma
-// repeated, and like one with neutral chroma where the frame has none.
+// Makes an even frame of an odd one: it repeats the last chroma, and has neutral chroma where the
+// odd frame has none.
+void makeEven(Frame& odd, Frame& even) {
+    const size_t sampleBytes = odd.format == Color::P010 ? 2 : 1;
+    const auto sampleOf = [sampleBytes](Frame& frame, int x, int y) {
+        return frame.bytes() + sampleBytes * static_cast<size_t>(y * frame.width + x);
+    };
+    forEachPixel(
+        odd, [&](int x, int y) { memcpy(sampleOf(even, x, y), sampleOf(odd, x, y), sampleBytes); });
+    for (int i = 0; i < even.width * even.height / 2; ++i) {
+        const int x = i % even.width;
+        const int y = i / even.width;
+        uint8_t* sample = sampleOf(even, x, even.height + y);
+        if (odd.width < 2 || odd.height < 2) {
+            sample[sampleBytes - 1] = 128;
+        } else {
+            memcpy(sample,
+                   sampleOf(odd, std::min(x, odd.width / 2 * 2 - 2 + x % 2),
+                            odd.height + std::min(y, odd.height / 2 - 1)),
+                   sampleBytes);
+        }
+    }
+}
+
+// Sizes down to one pixel.
 TEST(Engine, OddSizesTakeTheNearestChroma) {
     for (int i = 0; i < 128; ++i) {
         const auto format = i % 2 == 0 ? Color::NV12 : Color::P010;
@@ -277,39 +300,17 @@ TEST(Engine, OddSizesTakeTheNearestChroma) {
         Frame even(format, (odd.width + 1) / 2 * 2, (odd.height + 1) / 2 * 2);
         SCOPED_TRACE(nameOf(odd));
         fillRandomly(odd);
-        const size_t sampleBytes = format == Color::P010 ? 2 : 1;
-        const auto copySample = [&](int x, int y, int fromX, int fromY) {
-            memcpy(even.bytes() + sampleBytes * static_cast<size_t>(y * even.width + x),
-                   odd.bytes() + sampleBytes * static_cast<size_t>(fromY * odd.width + fromX),
-                   sampleBytes);
-        };
-        forEachPixel(odd, [&](int x, int y) { copySample(x, y, x, y); });
-        const int chromaLines = odd.height / 2;
-        for (int x = 0; x < even.width; ++x) {
-            for (int y = 0; y < even.height / 2; ++y) {
-                if (odd.width < 2 || chromaLines == 0) {
-                    const size_t at =
-                        sampleBytes * static_cast<size_t>((even.height + y) * even.width + x);
-                    even.bytes()[at] = 0;
-                    even.bytes()[at + sampleBytes - 1] = 128;
-                } else {
-                    copySample(x, even.height + y, std::min(x, odd.width / 2 * 2 - 2 + x % 2),
-                               odd.height + std::min(y, chromaLines - 1));
-                }
-            }
-        }
+        makeEven(odd, even);
         for (const auto output : {Color::RGBA8888, format}) {
             Frame oddOut(output, odd.width, odd.height);
             Frame evenOut(output, even.width, even.height);
             ASSERT_EQ(convert(odd, 0, oddOut, 3), 0);
             ASSERT_EQ(convert(even, 0, evenOut, 3), 0);
-            const size_t bytes = output == Color::RGBA8888 ? 4 : sampleBytes;
+            const int bytes = output == Color::RGBA8888 ? 4 : output == Color::P010 ? 2 : 1;
             for (int y = 0; y < odd.height; ++y) {
-                const size_t rowBytes = bytes * static_cast<size_t>(odd.width);
-                const size_t evenRowBytes = bytes * static_cast<size_t>(even.width);
-                const auto row = static_cast<size_t>(y);
-                EXPECT_EQ(memcmp(oddOut.bytes() + row * rowBytes,
-                                 evenOut.bytes() + row * evenRowBytes, rowBytes),
+                EXPECT_EQ(memcmp(oddOut.bytes() + y * bytes * odd.width,
+                                 evenOut.bytes() + y * bytes * even.width,
+                                 static_cast<size_t>(bytes * odd.width)),
                           0)
                     << "line " << y << " of " << colorFormatInfo(output).name;
             }
