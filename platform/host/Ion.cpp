@@ -1,6 +1,6 @@
-// ION for the host: a handle stands for a descriptor of shared anonymous memory, which the device
-// owns.
-#include <ion/ion.h>
+// ION and the chip's extension of it for the host: a handle stands for a descriptor of shared
+// anonymous memory, which the device owns.
+#include <ion/ion_vex.h>
 #include <sys/eventfd.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -8,10 +8,12 @@
 #include <cerrno>
 #include <map>
 
-#include "IonBuffers.h"
 #include "SharedBuffer.h"
 
 namespace {
+
+using host::isError;
+using host::resultOf;
 
 struct Buffer {
     int device;
@@ -29,11 +31,9 @@ const Buffer* findBuffer(int device, ion_user_handle_t handle) {
     return found == buffers().end() || found->second.device != device ? nullptr : &found->second;
 }
 
-}  // namespace
-
-namespace host {
-
-int addIonBuffer(int device, int fd, ion_user_handle_t* handle) {
+// Registers the buffer of the descriptor, which the device then owns, under a new handle. Returns
+// 0. If fd is a negated errno, returns that.
+int addBuffer(int device, int fd, ion_user_handle_t* handle) {
     static ion_user_handle_t last = 0;
     if (isError(fd)) {
         return fd;
@@ -43,20 +43,23 @@ int addIonBuffer(int device, int fd, ion_user_handle_t* handle) {
     return 0;
 }
 
-int createIonBuffer(size_t size) { return createSharedBuffer("ion", size); }
+}  // namespace
 
-int openIonDevice() {
+int vx_ion_open(const char* /*client*/) {
     // The cheapest real descriptor is an eventfd. Nothing reads from it.
     const int plain = resultOf(eventfd(0, EFD_CLOEXEC));
     if (isError(plain)) {
         return plain;
     }
-    const int device = duplicateDescriptor(plain);
+    const int device = host::duplicateDescriptor(plain);
     close(plain);
     return device;
 }
 
-}  // namespace host
+int ion_alloc_mm(int fd, size_t len, size_t /*align*/, unsigned int /*flags*/,
+                 ion_user_handle_t* handle) {
+    return len == 0 ? -EINVAL : addBuffer(fd, host::createSharedBuffer("ion", len), handle);
+}
 
 int ion_close(int fd) {
     for (auto it = buffers().begin(); it != buffers().end();) {
@@ -67,11 +70,11 @@ int ion_close(int fd) {
             ++it;
         }
     }
-    return host::resultOf(close(fd));
+    return resultOf(close(fd));
 }
 
 int ion_import(int fd, int share_fd, ion_user_handle_t* handle) {
-    return host::addIonBuffer(fd, host::duplicateDescriptor(share_fd), handle);
+    return addBuffer(fd, host::duplicateDescriptor(share_fd), handle);
 }
 
 int ion_free(int fd, ion_user_handle_t handle) {
@@ -90,7 +93,7 @@ int ion_share(int fd, ion_user_handle_t handle, int* share_fd) {
         return -EINVAL;
     }
     const int shared = host::duplicateDescriptor(buffer->fd);
-    if (host::isError(shared)) {
+    if (isError(shared)) {
         return shared;
     }
     *share_fd = shared;

@@ -10,6 +10,7 @@
 #include <new>
 
 #define LOG(level, ...) __android_log_print(ANDROID_LOG_##level, "PxAsyncBlitStream", __VA_ARGS__)
+#define REFUSE(error, ...) (LOG(ERROR, __VA_ARGS__), -(error))
 
 namespace host {
 
@@ -52,26 +53,24 @@ int BlitJob::checkPlane(const char* name, const JobSide& side, Frame& frame, int
         bytes = lines == 0 ? 0 : (lines - 1) * frame.pitches[i] + rowBytes;
     } else {
         if (samples % plane.blockWidth != 0 || lines % plane.blockHeight != 0) {
-            LOG(ERROR, "%s: %d x %d is not a whole number of blocks\n", name, side.width,
-                side.height);
-            return -EINVAL;
+            return REFUSE(EINVAL, "%s: %d x %d is not a whole number of blocks\n", name, side.width,
+                          side.height);
         }
         frame.pitches[i] = blockRowBytes(plane, samples);
         bytes = lines / plane.blockHeight * frame.pitches[i];
     }
     const uint32_t declared = side.sizes[layout.sizeCount == 1 ? 0 : index];
     if (bytes > declared || frame.offsets.planes[i] + bytes > frame.buffer.size) {
-        LOG(ERROR, "%s: plane %d needs %lld bytes at %lld, has %u of a buffer of %lld\n", name,
-            index, static_cast<long long>(bytes), static_cast<long long>(frame.offsets.planes[i]),
-            declared, static_cast<long long>(frame.buffer.size));
-        return -EINVAL;
+        return REFUSE(EINVAL, "%s: plane %d needs %lld bytes at %lld, has %u of a buffer of %lld\n",
+                      name, index, static_cast<long long>(bytes),
+                      static_cast<long long>(frame.offsets.planes[i]), declared,
+                      static_cast<long long>(frame.buffer.size));
     }
     frame.sizes[i] = bytes;
     frame.padding[i] = declared - bytes;
     const int64_t wordBytes = wordBytesOf(layout);
     if (frame.pitches[i] % wordBytes != 0 || frame.offsets.planes[i] % wordBytes != 0) {
-        LOG(ERROR, "%s: plane %d is not aligned to its samples\n", name, index);
-        return -EINVAL;
+        return REFUSE(EINVAL, "%s: plane %d is not aligned to its samples\n", name, index);
     }
     return 0;
 }
@@ -80,43 +79,36 @@ int BlitJob::checkSide(const char* name, const JobSide& side, Frame& frame) {
     frame = {};
     frame.layout = findLayout(side.color);
     if (frame.layout == nullptr) {
-        LOG(ERROR, "%s: unknown color format 0x%08X\n", name, side.color);
-        return -EINVAL;
+        return REFUSE(EINVAL, "%s: unknown color format 0x%08X\n", name, side.color);
     }
     const Layout& layout = *frame.layout;
     frame.profile = findProfile(side.profile);
     if (frame.profile == nullptr) {
-        LOG(ERROR, "%s: unknown color profile %u\n", name, side.profile);
-        return -EINVAL;
+        return REFUSE(EINVAL, "%s: unknown color profile %u\n", name, side.profile);
     }
     struct stat status = {};
     if (fstat(side.fd, &status) != 0) {
-        LOG(ERROR, "%s: bad descriptor %d\n", name, side.fd);
-        return -EBADF;
+        return REFUSE(EBADF, "%s: bad descriptor %d\n", name, side.fd);
     }
     frame.buffer = {side.fd, status.st_dev, status.st_ino, status.st_size};
     // With this limit rows of working memory stay small, and every product below fits 64 bits.
     constexpr int MAX_WIDTH = 1 << 20;
     if (side.width <= 0 || side.height <= 0 || side.width > MAX_WIDTH) {
-        LOG(ERROR, "%s: bad size %d x %d\n", name, side.width, side.height);
-        return -EINVAL;
+        return REFUSE(EINVAL, "%s: bad size %d x %d\n", name, side.width, side.height);
     }
     const int64_t yPitch = int64_t{layout.yPitch} * side.width / 2;
     const int64_t uvPitch = int64_t{layout.uvPitch} * side.width / 2;
     if (side.yPitch < yPitch || side.uvPitch < uvPitch ||
         (!layout.planes[0].isLinear() && (side.yPitch != yPitch || side.uvPitch != uvPitch))) {
-        LOG(ERROR, "%s: bad pitches %d, %d\n", name, side.yPitch, side.uvPitch);
-        return -EINVAL;
+        return REFUSE(EINVAL, "%s: bad pitches %d, %d\n", name, side.yPitch, side.uvPitch);
     }
     if (side.planeCount != static_cast<uint32_t>(layout.sizeCount)) {
-        LOG(ERROR, "%s: bad plane count %u\n", name, side.planeCount);
-        return -EINVAL;
+        return REFUSE(EINVAL, "%s: bad plane count %u\n", name, side.planeCount);
     }
     const int64_t total = int64_t{side.sizes[0]} + side.sizes[1] + side.sizes[2];
     if (total > std::min<int64_t>(frame.buffer.size, INT_MAX)) {
-        LOG(ERROR, "%s: planes of %lld bytes in a buffer of %lld\n", name,
-            static_cast<long long>(total), static_cast<long long>(frame.buffer.size));
-        return -EINVAL;
+        return REFUSE(EINVAL, "%s: planes of %lld bytes in a buffer of %lld\n", name,
+                      static_cast<long long>(total), static_cast<long long>(frame.buffer.size));
     }
     frame.width = side.width;
     frame.height = side.height;
@@ -133,19 +125,17 @@ int BlitJob::checkSide(const char* name, const JobSide& side, Frame& frame) {
 // Checks what depends on both sides.
 int BlitJob::checkPair(const Frame& src, const Frame& dst) {
     if (src.width != dst.width || src.height != dst.height) {
-        LOG(ERROR, "scaling %d x %d to %d x %d is not supported\n", src.width, src.height,
-            dst.width, dst.height);
-        return -EOPNOTSUPP;
+        return REFUSE(EOPNOTSUPP, "scaling %d x %d to %d x %d is not supported\n", src.width,
+                      src.height, dst.width, dst.height);
     }
     if (src.buffer.device == dst.buffer.device && src.buffer.inode == dst.buffer.inode) {
-        LOG(ERROR, "source and destination are one buffer\n");
-        return -EINVAL;
+        return REFUSE(EINVAL, "source and destination are one buffer\n");
     }
     const Layout& from = *src.layout;
     const Layout& to = *dst.layout;
     if (!to.isLinear() || (changesColors(src, dst) && !canConvert(from.format, to.format))) {
-        LOG(ERROR, "converting 0x%08X to 0x%08X is not supported\n", from.code, to.code);
-        return -EOPNOTSUPP;
+        return REFUSE(EOPNOTSUPP, "converting 0x%08X to 0x%08X is not supported\n", from.code,
+                      to.code);
     }
     return 0;
 }
@@ -167,8 +157,7 @@ int BlitJob::run(const JobSide& src, const JobSide& dst) {
     try {
         return mapAndConvert(from, to);
     } catch (const std::bad_alloc&) {
-        LOG(ERROR, "no memory for a strip of %d pixels\n", from.width);
-        return -ENOMEM;
+        return REFUSE(ENOMEM, "no memory for a strip of %d pixels\n", from.width);
     }
 }
 
@@ -179,8 +168,7 @@ int BlitJob::mapAndConvert(Frame& src, Frame& dst) {
     dst.data = dstMapping.data();
     if (src.data == nullptr || dst.data == nullptr) {
         const int error = errno;
-        LOG(ERROR, "failed to map the buffers, %s\n", strerror(error));
-        return -error;
+        return REFUSE(error, "failed to map the buffers, %s\n", strerror(error));
     }
     warnOfCompression(src);
     convert(src, dst);
@@ -249,23 +237,16 @@ Rows BlitJob::Frame::rows(int plane, int line) const {
     return {data + offsets.planes[i] + row * pitches[i], static_cast<ptrdiff_t>(pitches[i])};
 }
 
-void BlitJob::unpackMain(const Frame& src, int top, int lines, Rows to) {
+// Unpacks rows of a plane, from this row on; of separate planes of Cb and Cr the rows of both.
+void BlitJob::unpack(const Frame& src, int index, int top, int lines, Rows to) {
     const LinearFormat format = src.layout->format;
-    const PlaneLayout& plane = src.layout->planes[0];
-    unpackPlane(plane, sampleBytesOf(format), src.rows(0, top), plane.samples(format, src.width),
-                lines, to);
-}
-
-void BlitJob::unpackChroma(const Frame& src, int top, int lines, Rows to) {
-    const LinearFormat format = src.layout->format;
-    const PlaneLayout& plane = src.layout->planes[1];
+    const PlaneLayout& plane = src.layout->planes[index];
     const int samples = plane.samples(format, src.width);
     switch (plane.component) {
         case Component::RGB:
         case Component::LUMA:
-            break;
         case Component::CBCR:
-            unpackPlane(plane, bytesOf(format), src.rows(1, top), samples, lines, to);
+            unpackPlane(plane, sampleBytesOf(format), src.rows(index, top), samples, lines, to);
             break;
         case Component::CHROMA:
             mergeChroma(src.rows(src.layout->swappedChroma ? 2 : 1, top),
@@ -281,53 +262,45 @@ void BlitJob::unpackChroma(const Frame& src, int top, int lines, Rows to) {
 
 // Where no color changes, unpacks straight into the destination.
 void BlitJob::copyStrip(const Frame& src, const Frame& dst, int top, const Strip& strip) {
-    unpackMain(src, top, strip.lines, dst.rows(0, top));
+    unpack(src, 0, top, strip.lines, dst.rows(0, top));
     if (strip.chromaLines > 0) {
         const int chromaTop = chromaLineOf(top, src.height / 2);
-        unpackChroma(src, chromaTop, strip.chromaLines, dst.rows(1, chromaTop));
+        unpack(src, 1, chromaTop, strip.chromaLines, dst.rows(1, chromaTop));
     }
 }
 
-// The strip in linear rows: those of the source, or unpacked ones.
-ConstRows BlitJob::linearMain(const Frame& src, int top, const Strip& strip) {
-    if (src.layout->planes[0].isLinear()) {
-        return src.rows(0, top);
-    }
-    const ptrdiff_t pitch = ptrdiff_t{src.width} * bytesOf(src.layout->format);
-    mMainStrip.resize(static_cast<size_t>(pitch * strip.lines));
-    const Rows unpacked = {mMainStrip.data(), pitch};
-    unpackMain(src, top, strip.lines, unpacked);
-    return unpacked;
-}
-
-ConstRows BlitJob::linearChroma(const Frame& src, int top, const Strip& strip) {
-    if (strip.chromaLines == 0) {
+// Rows of the linear format: those of the source, or rows that are unpacked to memory.
+ConstRows BlitJob::linearRows(const Frame& src, int index, int top, int lines,
+                              std::vector<uint8_t>& memory) {
+    if (lines == 0) {
         return {};
     }
-    const int chromaTop = chromaLineOf(top, src.height / 2);
-    if (src.layout->isLinear()) {
-        return src.rows(1, chromaTop);
+    const PlaneLayout& plane = src.layout->planes[index];
+    if (plane.isLinear() && plane.component != Component::CHROMA) {
+        return src.rows(index, top);
     }
     const ptrdiff_t pitch = ptrdiff_t{src.width} * bytesOf(src.layout->format);
-    mChromaStrip.resize(static_cast<size_t>(pitch * strip.chromaLines));
-    const Rows unpacked = {mChromaStrip.data(), pitch};
-    unpackChroma(src, chromaTop, strip.chromaLines, unpacked);
+    memory.resize(static_cast<size_t>(pitch * lines));
+    const Rows unpacked = {memory.data(), pitch};
+    unpack(src, index, top, lines, unpacked);
     return unpacked;
 }
 
 void BlitJob::convertStrip(const Frame& src, const Frame& dst, int top, const Strip& strip,
                            const ColorTransform& transform) {
     const LinearFormat format = src.layout->format;
-    const ConstRows main = linearMain(src, top, strip);
+    const ConstRows main = linearRows(src, 0, top, strip.lines, mMainStrip);
     const Rows out = dst.rows(0, top);
     if (!isYuv(format)) {
         convertRgbToRgba(format, strip, main, out);
         return;
     }
-    const Planes<ConstRows> in = {main, linearChroma(src, top, strip)};
+    const int chromaTop = chromaLineOf(top, src.height / 2);
+    const Planes<ConstRows> in = {main,
+                                  linearRows(src, 1, chromaTop, strip.chromaLines, mChromaStrip)};
     mTerms.resize(static_cast<size_t>(strip.width) * CHANNELS);
     if (isYuv(dst.layout->format)) {
-        const Rows chromaOut = dst.rows(1, chromaLineOf(top, dst.height / 2));
+        const Rows chromaOut = dst.rows(1, chromaTop);
         convertYuvToYuv(format, transform, strip, in, {out, chromaOut}, mTerms.data());
     } else {
         convertYuvToRgba(format, transform, strip, in, out, mTerms.data());

@@ -62,10 +62,9 @@ class BlitJob {
     void convertStrip(const Frame& src, const Frame& dst, int top, const Strip& strip,
                       const ColorTransform& transform);
     static void copyStrip(const Frame& src, const Frame& dst, int top, const Strip& strip);
-    static void unpackMain(const Frame& src, int top, int lines, Rows to);
-    static void unpackChroma(const Frame& src, int top, int lines, Rows to);
-    ConstRows linearMain(const Frame& src, int top, const Strip& strip);
-    ConstRows linearChroma(const Frame& src, int top, const Strip& strip);
+    static void unpack(const Frame& src, int index, int top, int lines, Rows to);
+    static ConstRows linearRows(const Frame& src, int index, int top, int lines,
+                                std::vector<uint8_t>& memory);
 
     std::vector<uint8_t> mMainStrip;
     std::vector<uint8_t> mChromaStrip;

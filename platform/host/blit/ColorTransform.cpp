@@ -82,8 +82,8 @@ KERNEL_INLINE int termsOf(int width) { return width / 2 + width % 2; }
 
 // Computes what each pair of a chroma row adds to output k of the transform.
 template <typename Sample>
-KERNEL_INLINE void chromaTerms(const ColorTransform& transform, int k, const uint8_t* cbcr,
-                               int width, int32_t* __restrict terms) {
+KERNEL void chromaTerms(const ColorTransform& transform, int k, const uint8_t* cbcr, int width,
+                        int32_t* __restrict terms) {
     const int32_t cb = transform.m[k][1];
     const int32_t cr = transform.m[k][2];
     const int32_t offset = transform.offset[k];
@@ -94,8 +94,8 @@ KERNEL_INLINE void chromaTerms(const ColorTransform& transform, int k, const uin
 }
 
 template <typename Sample>
-KERNEL_INLINE void lumaRow(const ColorTransform& transform, const uint8_t* luma, int width,
-                           const int32_t* __restrict terms, uint8_t* __restrict out) {
+KERNEL void lumaRow(const ColorTransform& transform, const uint8_t* luma, int width,
+                    const int32_t* __restrict terms, uint8_t* __restrict out) {
     const int32_t factor = transform.m[0][0];
     constexpr int32_t MAX = PairOf<Sample>::MAX;
     const int pairs = width / 2;
@@ -112,8 +112,8 @@ KERNEL_INLINE void lumaRow(const ColorTransform& transform, const uint8_t* luma,
 }
 
 template <typename Sample>
-KERNEL_INLINE void chromaRow(const ColorTransform& transform, const uint8_t* cbcr, int width,
-                             uint8_t* __restrict out) {
+KERNEL void chromaRow(const ColorTransform& transform, const uint8_t* cbcr, int width,
+                      uint8_t* __restrict out) {
     const int32_t cbCb = transform.m[1][1];
     const int32_t cbCr = transform.m[1][2];
     const int32_t crCb = transform.m[2][1];
@@ -139,8 +139,9 @@ KERNEL_INLINE uint32_t rgbaPixel(const ColorTransform& transform, int32_t y, int
 }
 
 template <typename Sample>
-KERNEL_INLINE void rgbaRow(const ColorTransform& transform, const uint8_t* luma, int width,
-                           const int32_t* __restrict red, uint32_t* __restrict out) {
+KERNEL void rgbaRow(const ColorTransform& transform, const uint8_t* luma, int width,
+                    const int32_t* __restrict red, uint8_t* __restrict bytes) {
+    auto* __restrict out = reinterpret_cast<uint32_t*>(bytes);
     const int32_t* green = red + termsOf(width);
     const int32_t* blue = green + termsOf(width);
     const int pairs = width / 2;
@@ -156,39 +157,6 @@ KERNEL_INLINE void rgbaRow(const ColorTransform& transform, const uint8_t* luma,
     }
 }
 
-KERNEL void terms8(const ColorTransform& transform, int k, const uint8_t* cbcr, int width,
-                   int32_t* terms) {
-    chromaTerms<uint8_t>(transform, k, cbcr, width, terms);
-}
-KERNEL void terms10(const ColorTransform& transform, int k, const uint8_t* cbcr, int width,
-                    int32_t* terms) {
-    chromaTerms<uint16_t>(transform, k, cbcr, width, terms);
-}
-KERNEL void rgbaRow8(const ColorTransform& transform, const uint8_t* luma, int width,
-                     const int32_t* terms, uint8_t* out) {
-    rgbaRow<uint8_t>(transform, luma, width, terms, reinterpret_cast<uint32_t*>(out));
-}
-KERNEL void rgbaRow10(const ColorTransform& transform, const uint8_t* luma, int width,
-                      const int32_t* terms, uint8_t* out) {
-    rgbaRow<uint16_t>(transform, luma, width, terms, reinterpret_cast<uint32_t*>(out));
-}
-KERNEL void lumaRow8(const ColorTransform& transform, const uint8_t* luma, int width,
-                     const int32_t* terms, uint8_t* out) {
-    lumaRow<uint8_t>(transform, luma, width, terms, out);
-}
-KERNEL void lumaRow10(const ColorTransform& transform, const uint8_t* luma, int width,
-                      const int32_t* terms, uint8_t* out) {
-    lumaRow<uint16_t>(transform, luma, width, terms, out);
-}
-KERNEL void chromaRow8(const ColorTransform& transform, const uint8_t* cbcr, int width,
-                       uint8_t* out) {
-    chromaRow<uint8_t>(transform, cbcr, width, out);
-}
-KERNEL void chromaRow10(const ColorTransform& transform, const uint8_t* cbcr, int width,
-                        uint8_t* out) {
-    chromaRow<uint16_t>(transform, cbcr, width, out);
-}
-
 // The loops over a row of a YUV format.
 struct RowKernels {
     void (*terms)(const ColorTransform&, int, const uint8_t*, int, int32_t*);
@@ -197,10 +165,12 @@ struct RowKernels {
     void (*chroma)(const ColorTransform&, const uint8_t*, int, uint8_t*);
 };
 
+template <typename Sample>
+constexpr RowKernels KERNELS = {chromaTerms<Sample>, rgbaRow<Sample>, lumaRow<Sample>,
+                                chromaRow<Sample>};
+
 const RowKernels& kernelsOf(LinearFormat format) {
-    static constexpr RowKernels NV12 = {terms8, rgbaRow8, lumaRow8, chromaRow8};
-    static constexpr RowKernels P010 = {terms10, rgbaRow10, lumaRow10, chromaRow10};
-    return format == LinearFormat::YUV420SP_8 ? NV12 : P010;
+    return bitsOf(format) == 8 ? KERNELS<uint8_t> : KERNELS<uint16_t>;
 }
 
 // Calls row(line) for each line of a strip. Where a chroma row begins, it first computes the chroma

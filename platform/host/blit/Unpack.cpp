@@ -32,20 +32,9 @@ KERNEL_INLINE void forEachBlockLine(const PlaneLayout& plane, int sampleBytes, C
 }
 
 template <int WIDTH>
-KERNEL_INLINE void copyBlocks(const PlaneLayout& plane, ConstRows from, int samples, int lines,
-                              Rows to) {
+KERNEL void copyBlocks(const PlaneLayout& plane, ConstRows from, int samples, int lines, Rows to) {
     forEachBlockLine(plane, 1, from, samples, lines, to, WIDTH,
                      [](const uint8_t* in, uint8_t* out) { memcpy(out, in, WIDTH); });
-}
-
-KERNEL void unpack8(const PlaneLayout& plane, ConstRows from, int samples, int lines, Rows to) {
-    if (plane.blockWidth == 8) {
-        copyBlocks<8>(plane, from, samples, lines, to);
-    } else if (plane.blockWidth == 16) {
-        copyBlocks<16>(plane, from, samples, lines, to);
-    } else {
-        copyBlocks<64>(plane, from, samples, lines, to);
-    }
 }
 
 // Unpacks the four lowest samples of BITS bits to 16-bit words that hold the highest 10 of these
@@ -62,8 +51,7 @@ KERNEL_INLINE void unpackFour(uint64_t packed, uint8_t* out) {
 }
 
 template <int BITS, int WIDTH>
-KERNEL_INLINE void unpackBits(const PlaneLayout& plane, ConstRows from, int samples, int lines,
-                              Rows to) {
+KERNEL void unpackBits(const PlaneLayout& plane, ConstRows from, int samples, int lines, Rows to) {
     constexpr int LINE_BYTES = WIDTH * BITS / 8;
     forEachBlockLine(plane, 2, from, samples, lines, to, LINE_BYTES,
                      [](const uint8_t* in, uint8_t* out) {
@@ -79,18 +67,6 @@ KERNEL_INLINE void unpackBits(const PlaneLayout& plane, ConstRows from, int samp
                      });
 }
 
-KERNEL void unpack10(const PlaneLayout& plane, ConstRows from, int samples, int lines, Rows to) {
-    unpackBits<10, 16>(plane, from, samples, lines, to);
-}
-
-KERNEL void unpack12(const PlaneLayout& plane, ConstRows from, int samples, int lines, Rows to) {
-    if (plane.blockWidth == 16) {
-        unpackBits<12, 16>(plane, from, samples, lines, to);
-    } else {
-        unpackBits<12, 8>(plane, from, samples, lines, to);
-    }
-}
-
 }  // namespace
 
 void unpackPlane(const PlaneLayout& plane, int sampleBytes, ConstRows from, int samples, int lines,
@@ -101,13 +77,23 @@ void unpackPlane(const PlaneLayout& plane, int sampleBytes, ConstRows from, int 
                               static_cast<int>(to.pitch), samples * sampleBytes, lines);
             break;
         case Packing::BLOCKS_8:
-            unpack8(plane, from, samples, lines, to);
+            if (plane.blockWidth == 8) {
+                copyBlocks<8>(plane, from, samples, lines, to);
+            } else if (plane.blockWidth == 16) {
+                copyBlocks<16>(plane, from, samples, lines, to);
+            } else {
+                copyBlocks<64>(plane, from, samples, lines, to);
+            }
             break;
         case Packing::BLOCKS_10:
-            unpack10(plane, from, samples, lines, to);
+            unpackBits<10, 16>(plane, from, samples, lines, to);
             break;
         case Packing::BLOCKS_12:
-            unpack12(plane, from, samples, lines, to);
+            if (plane.blockWidth == 16) {
+                unpackBits<12, 16>(plane, from, samples, lines, to);
+            } else {
+                unpackBits<12, 8>(plane, from, samples, lines, to);
+            }
             break;
     }
 }
