@@ -8,7 +8,7 @@
 #include <cerrno>
 #include <memory>
 
-#include "ToolRun.h"
+#include "TestFiles.h"
 #include "memory/DmabufMemory.h"
 #include "memory/IonMemory.h"
 
@@ -16,10 +16,21 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class FileUtilsTest : public ToolTest {
+class FileUtilsTest : public FolderTest {
   protected:
     FileUtilsTest() { setenv("VEX_HOST_LOG", (mFolder + "/log").c_str(), 1); }
     ~FileUtilsTest() override { setenv("VEX_HOST_LOG", "/dev/null", 1); }
+
+    // The log's entries so far without their times; the next ones start anew.
+    std::string takeLog() const {
+        std::istringstream log(readFile(mFolder + "/log"));
+        fs::remove(mFolder + "/log");
+        std::string entries;
+        for (std::string line; std::getline(log, line);) {
+            entries += line.substr(std::min<size_t>(24, line.size())) + "\n";
+        }
+        return entries;
+    }
 };
 
 TEST_F(FileUtilsTest, Paths) {

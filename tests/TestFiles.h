@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -58,3 +59,16 @@ inline std::string readFile(const std::string& path) {
     text << std::ifstream(path, std::ios::binary).rdbuf();
     return text.str();
 }
+
+// A test with a folder of its own.
+class FolderTest : public testing::Test {
+  protected:
+    FolderTest() { std::filesystem::create_directory(mFolder); }
+    ~FolderTest() override { std::filesystem::remove_all(mFolder); }
+
+    void write(const std::string& name, const std::string& text) const {
+        std::ofstream(mFolder + "/" + name, std::ios::binary) << text;
+    }
+
+    const std::string mFolder = testFolder();
+};
