@@ -13,7 +13,7 @@ import sys
 import tempfile
 
 session = pathlib.Path(sys.argv[1]).resolve()
-programs = {pathlib.Path(program).name: program for program in sys.argv[2:]}
+programs = {os.path.basename(program): os.path.abspath(program) for program in sys.argv[2:]}
 programs["VexConverter"] = os.environ.get("VEX_CONVERTER", programs["VexConverter"])
 environment = {"PATH": os.environ["PATH"], "HOME": ".", "TERM": "xterm", "LC_ALL": "C.UTF-8", "VEX_HOST_LOG": "log"}
 PROFILE = b"""PATH=$PWD/bin:$PATH PROJECT=$PWD/project DATA=$PWD/project/tests/data
