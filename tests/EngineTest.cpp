@@ -346,6 +346,9 @@ TEST(Engine, RefusesWhatItCannotDo) {
     }
     Frame frame(Color::NV12, 16, 16);
     EXPECT_EQ(convert(frame, 0, frame, 0), -1) << "one buffer";
+    Frame widest(Color::NV12, 1 << 20, 2);
+    Frame picture(Color::RGBA8888, widest.width, widest.height);
+    EXPECT_EQ(convert(widest, 0, picture, 0), 0);
 }
 
 int mappedBuffers() {

@@ -3,9 +3,11 @@
 
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <syslog.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdarg>
 #include <memory>
 
 #include "TestFiles.h"
@@ -41,7 +43,8 @@ TEST_F(FileUtilsTest, Paths) {
     fs::resize_file(mFolder + "/largest", 0x7FFFFFFFU);
     fs::create_symlink("a.yuv", mFolder + "/link");
     fs::create_symlink("nowhere", mFolder + "/broken");
-    for (auto [path, kind, size, folder] : table<S, char, int, S>("paths.txt")) {
+    for (auto [path, kind, size, folder] :
+         table<std::string, char, int, std::string>("paths.txt")) {
         for (std::string* text : {&path, &folder}) {
             *text = *text == "none" ? "" : (*text)[0] == '~' ? mFolder + text->substr(1) : *text;
         }
@@ -68,7 +71,7 @@ TEST_F(FileUtilsTest, ReadsFramesAtTheirOffsets) {
         EXPECT_EQ(buffer, expected + std::string(1000 - expected.size(), 'e'));
     }
     EXPECT_EQ(takeLog(), "");
-    const S failed = "E VexConverter-FileUtils: readFromFile: Failed to ";
+    const std::string failed = "E VexConverter-FileUtils: readFromFile: Failed to ";
     EXPECT_EQ(FileUtils::readFromFile("no\n\x1B\x7F\xC2\x9B\xC3\x9B"
                                       "file",
                                       nullptr, 1, 0, 0),
@@ -83,6 +86,19 @@ TEST_F(FileUtilsTest, ReadsFramesAtTheirOffsets) {
     unsigned char byte = 0;
     EXPECT_EQ(FileUtils::readFromFile("/proc/self/mem", &byte, 1, 0, 0), 0);
     EXPECT_EQ(takeLog(), failed + "read file: /proc/self/mem, errno: 5, Input/output error\n");
+}
+
+std::string lastSystemLogEntry;  // its priority, a space and its text
+
+// Without a file for log entries, and with standard error that is no terminal.
+TEST_F(FileUtilsTest, EntriesGoToTheSystemLog) {
+    setenv("VEX_HOST_LOG", "", 1);
+    testing::internal::CaptureStderr();
+    FileUtils::readFromFile("none", nullptr, 1, 0, 0);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(lastSystemLogEntry, std::to_string(LOG_USER | LOG_ERR) +
+                                      " VexConverter-FileUtils: readFromFile: Failed to open file: "
+                                      "none, errno: 2, No such file or directory");
 }
 
 size_t openDescriptors() {
@@ -130,3 +146,13 @@ TEST(HostMemory, BuffersInUseAreNotGivenOutAgain) {
 }
 
 }  // namespace
+
+// Takes the entries that are for the C library's function.
+extern "C" void syslog(int priority, const char* format, ...) {
+    char text[512];
+    va_list arguments;
+    va_start(arguments, format);
+    vsnprintf(text, sizeof text, format, arguments);
+    va_end(arguments);
+    lastSystemLogEntry = std::to_string(priority) + " " + text;
+}

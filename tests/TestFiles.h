@@ -33,8 +33,6 @@ inline std::vector<std::istringstream> tableRows(const std::string& name) {
     return rows;
 }
 
-using S = std::string;
-
 // The same rows, fields of these types with white space between them.
 template <typename... Fields>
 std::vector<std::tuple<Fields...>> table(const std::string& name) {

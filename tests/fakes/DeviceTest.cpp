@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <memory>
 
 #include "../TestFiles.h"
@@ -27,7 +26,7 @@ std::string joined(const Lines& lines) {
 
 constexpr int FOREIGN_FD = FIRST_FAKE_FD;  // of somebody else's buffer
 
-class DeviceTest : public testing::Test {
+class DeviceTest : public FolderTest {
   protected:
     DeviceTest() { fakePlatform = &mPlatform; }
     ~DeviceTest() override { EXPECT_TRUE(mPlatform.held.empty()) << *mPlatform.held.begin(); }
@@ -132,25 +131,22 @@ TEST_F(DeviceTest, ConvertFrameCallsInOrder) {
 }
 
 TEST_F(DeviceTest, ProfilesOfColorSpaces) {
-    std::vector<std::string> profiles = {"0"};  // from -1 on
-    for (const auto& [name, profile] : table<S, S>("spaces.txt")) {
+    std::vector<std::string> profiles = {"0"};  // of color space -1
+    for (const auto& [name, profile] : table<std::string, std::string>("spaces.txt")) {
         profiles.push_back(profile);
     }
     profiles.emplace_back("0");
     ColorConvert converter;
-    for (size_t i = 0; i < profiles.size(); ++i) {
-        SCOPED_TRACE("color space " + std::to_string(static_cast<int>(i) - 1));
-        const size_t other = profiles.size() - 1 - i;
+    for (size_t src = 0, dst = profiles.size(); dst-- > 0; ++src) {
         auto config = blockToPicture();
-        config.mSrc.mColorSpace = static_cast<int>(i) - 1;
-        config.mDst.mColorSpace = static_cast<int>(other) - 1;
+        config.mSrc.mColorSpace = static_cast<int>(src) - 1;
+        config.mDst.mColorSpace = static_cast<int>(dst) - 1;
         mPlatform.calls.clear();
         converter.convertFrame(config);
         EXPECT_EQ(mPlatform.calls.at(3),
-                  "setSrcConfig(64, 32, 2048, 1024, 13434956, " + profiles[i] + ", 0, 0, 0, 0)");
+                  "setSrcConfig(64, 32, 2048, 1024, 13434956, " + profiles[src] + ", 0, 0, 0, 0)");
         EXPECT_EQ(mPlatform.calls.at(6), "setDstConfig(0, 64, 32, 256, 0, 2105378, " +
-                                             profiles[other] +
-                                             ", 0, (0, 0, 64, 32, 0), 0, 0, 0, 0)");
+                                             profiles[dst] + ", 0, (0, 0, 64, 32, 0), 0, 0, 0, 0)");
     }
 }
 
@@ -182,13 +178,10 @@ TEST_F(DeviceTest, FailedFrameLogsOneLineLeaksNothingAndLeavesTheConverterUsable
 class ConvertFileTest : public DeviceTest {
   protected:
     ConvertFileTest() {
-        std::filesystem::create_directory(mFolder);
-        std::ofstream(mFolder + "/in.yuv") << std::string(3 * 24, 'x');  // 3 frames of NV12 4 x 4
+        write("in.yuv", std::string(3 * 24, 'x'));  // 3 frames of NV12 4 x 4
         mJob.inputFormat = mJob.outputFormat = ColorConvert::NV12;
         mJob.alignedWidth = mJob.alignedHeight = 4;
     }
-    ~ConvertFileTest() override { std::filesystem::remove_all(mFolder); }
-
     std::string convert() {
         testing::internal::CaptureStderr();
         convertFile(mFolder + "/in.yuv", mJob, mFolder, mOptions);
@@ -200,7 +193,16 @@ class ConvertFileTest : public DeviceTest {
         return std::filesystem::exists(path) ? std::filesystem::file_size(path) : 0;
     }
 
-    const std::string mFolder = testFolder();
+    int removeOutputs() const {
+        int removed = 0;
+        Lines paths;
+        FileUtils::getFilePathsInDirectory(mFolder, paths);
+        for (const std::string& path : paths) {
+            removed += path.find("_converted") != std::string::npos && remove(path.c_str()) == 0;
+        }
+        return removed;
+    }
+
     FileJob mJob;
     CommandLineOptions mOptions;
 };
@@ -215,7 +217,7 @@ TEST_F(ConvertFileTest, ReleasesConverterThenDestinationThenSource) {
               "munmap(24) close() close() ion_free() ion_close()");
 }
 
-TEST_F(ConvertFileTest, DescriptorOneIsAsGoodAsAny) {
+TEST_F(ConvertFileTest, DescriptorOneIsABuffer) {
     for (int n = 0; n < 20; ++n) {
         SCOPED_TRACE(n);
         mPlatform = FakePlatform();
@@ -228,7 +230,7 @@ TEST_F(ConvertFileTest, DescriptorOneIsAsGoodAsAny) {
     }
 }
 
-TEST_F(ConvertFileTest, BuffersOfDescriptorZeroAreNone) {
+TEST_F(ConvertFileTest, DescriptorZeroIsRefusedAsABuffer) {
     for (const int share : {2, 4}) {
         mPlatform = FakePlatform();
         mPlatform.ion = true;
@@ -254,38 +256,38 @@ TEST_F(ConvertFileTest, FailedFrameIsLeftOutAndTheOthersFollow) {
 // converted. Frames raw and as pictures, and a set of parts; both kinds of memory.
 TEST_F(ConvertFileTest, AnyFailingCallLosesNothingElse) {
     for (const char* part : {"y", "yh", "c", "ch"}) {
-        std::ofstream(mFolder + "/" + part) << std::string(4096, part[0]);
+        write(part, std::string(4096, part[0]));
     }
-    FileJob jobs[3] = {mJob, mJob, mJob};
-    jobs[1].outputFormat = ColorConvert::RGBA8888;
-    jobs[2] = {ColorConvert::CPQ, ColorConvert::NV12, 32, 32, true, mFolder + "/y", mFolder + "/yh",
-               mFolder + "/c",    mFolder + "/ch"};
-    const std::vector<std::string> outputs[3] = {
-        {"in_converted.nv12"},
-        {"in_converted_frame#1.png", "in_converted_frame#2.png", "in_converted_frame#3.png"},
-        {"in_converted.nv12"}};
-    const size_t sizes[3] = {24, 0, 1536};
-    for (int run = 0; run < 6; ++run) {
-        const int kind = run / 2;
-        mJob = jobs[kind];
-        mOptions.png = kind == 1;
+    FileJob picture = mJob;
+    picture.outputFormat = ColorConvert::RGBA8888;
+    const FileJob parts = {
+        ColorConvert::CPQ, ColorConvert::NV12, 32, 32, true, mFolder + "/y", mFolder + "/yh",
+        mFolder + "/c",    mFolder + "/ch"};
+    // Bytes of a raw frame and of all, number of outputs.
+    const std::tuple<std::string, FileJob, size_t, size_t, int> runs[] = {
+        {"raw frames", mJob, 24, 72, 1},
+        {"pictures", picture, 1, 0, 3},
+        {"parts", parts, 1536, 1536, 1}};
+    for (int i = 0; i < 6; ++i) {
+        const auto& [name, job, frameBytes, allBytes, outputs] = runs[i / 2];
+        mJob = job;
+        mOptions.png = name == "pictures";
         int calls = 0;
         for (int n = 0; n <= calls; ++n) {  // 0: none fails
-            SCOPED_TRACE("kind " + std::to_string(kind) + ", call " + std::to_string(n));
             mPlatform = FakePlatform();
-            mPlatform.ion = run % 2 == 1;
+            mPlatform.ion = i % 2 == 1;
             mPlatform.failNth = n;
             const std::string printed = convert();
             calls = n == 0 ? mPlatform.canFail() : calls;
+            SCOPED_TRACE(name + (mPlatform.ion ? ", ION" : ", DMA-BUF") +
+                         ", call that fails: " + std::to_string(n) + " " + mPlatform.failed);
             EXPECT_EQ(mPlatform.held, std::multiset<std::string>()) << printed;
             const size_t before = outputSize();
-            EXPECT_EQ(sizes[kind] == 0 ? 0 : before % sizes[kind], 0U);
+            EXPECT_EQ(before % frameBytes, 0U);
             convert();
             EXPECT_EQ(mPlatform.held, std::multiset<std::string>());
-            EXPECT_EQ(outputSize(), before + sizes[kind] * (kind == 0 ? 3 : 1));
-            for (const std::string& output : outputs[kind]) {
-                EXPECT_TRUE(std::filesystem::remove(mFolder + "/" + output)) << output;
-            }
+            EXPECT_EQ(outputSize(), before + allBytes);
+            EXPECT_EQ(removeOutputs(), outputs);
         }
         EXPECT_GT(calls, 15);
     }

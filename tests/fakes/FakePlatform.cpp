@@ -33,9 +33,9 @@ std::string rect(const PxRect& r) {
     return ", (" + list(r.left, r.top, r.width, r.height, companions) + ")";
 }
 
-// Notes the call: 0, or the status of a failure.
+// Records the call and returns 0, or the status of a failure.
 int result(const std::string& name, const std::string& arguments = "") {
-    return fakePlatform->note(name, arguments) ? 0 : fakePlatform->failStatus;
+    return fakePlatform->record(name, arguments) ? 0 : fakePlatform->failStatus;
 }
 
 int openFd() {
@@ -55,7 +55,7 @@ int openHandle() {
     return 1;
 }
 
-// Notes a call that hands something out; one that fails leaves the caller's variable alone.
+// Records a call that gives something to its caller, whose variable it leaves alone when it fails.
 int give(const std::string& name, const std::string& arguments, int (*open)(), int* out) {
     const int status = result(name, arguments);
     *out = status == 0 ? open() : *out;
@@ -84,10 +84,12 @@ unsigned char* openMapping(size_t length) {
 
 }  // namespace
 
-bool FakePlatform::note(const std::string& name, const std::string& arguments) {
+bool FakePlatform::record(const std::string& name, const std::string& arguments) {
     calls.push_back(name + "(" + arguments + ")");
     const bool chosen = isChosen(name);
-    return ++mCanFail != failNth && !chosen;
+    const bool fails = ++mCanFail == failNth || chosen;
+    failed = fails ? name : failed;
+    return !fails;
 }
 
 bool FakePlatform::isChosen(const std::string& name) {
@@ -125,7 +127,7 @@ int ion_share(int /*fd*/, ion_user_handle_t /*handle*/, int* share_fd) {
 }
 int ion_map(int /*fd*/, ion_user_handle_t /*handle*/, size_t length, int prot, int flags,
             off_t offset, unsigned char** ptr, int* map_fd) {
-    // One that fails has mapped all the same, or says that nothing was.
+    // A call that is chosen by its name maps nothing; one that fails by its number has mapped.
     const bool none = fakePlatform->failCall == "ion_map";
     *ptr = none ? static_cast<unsigned char*>(MAP_FAILED) : openMapping(length);
     return give("ion_map", list(length, prot, flags, offset), openFd, map_fd);
@@ -161,7 +163,7 @@ int DmabufHeapAlloc(BufferAllocator* /*allocator*/, const char* heap_name, size_
 
 int sync_wait(int /*fd*/, int timeout) { return result("sync_wait", list(timeout)); }
 
-// The linker sends the C library's calls here; those that aren't about the platform go on.
+// The linker sends the C library's calls here; those that don't concern the platform go on to it.
 void* __real_mmap(void* address, size_t length, int prot, int flags, int fd, off_t offset);
 int __real_munmap(void* address, size_t length);
 int __real_dup(int fd);
