@@ -141,31 +141,24 @@ void encode(const Space& s, int bits, const Rgb& c, double out[3]) {
     out[2] = 128 * unit + (c.r - luma) / (2 * (1 - s.kr)) * span;
 }
 
-// Every Y, Cb, Cr of a grid that holds the extremes: a row a Y, two columns a Cb, Cr.
-struct Grid : Frame {
-    Grid(Color::ColorFormat f, int n) : Frame(f, 2 * n * n, n), steps(n) {
-        for (int i = 0; i < width * height * 3 / 2; ++i) {
-            const int x = i % width;
-            const int value = i < width * height ? y(i / width) : x % 2 == 0 ? cb(x) : cr(x);
-            if (format == Color::P010) {
-                words()[i] = static_cast<uint16_t>(value << 6);
-            } else {
-                bytes()[i] = static_cast<uint8_t>(value);
-            }
+// Fills a frame of 2 * steps * steps x steps pixels with all combinations of Y, Cb and Cr from a
+// number of steps that holds the extremes: Y changes by lines, Cb and Cr by columns.
+void fillWithGrid(Frame& frame, int steps) {
+    const bool deep = frame.format == Color::P010;
+    for (int i = 0; i < frame.width * frame.height * 3 / 2; ++i) {
+        const int x = i % frame.width;
+        const int y = i / frame.width;
+        const int step = y < frame.height ? y : x % 2 == 0 ? x / 2 / steps : x / 2 % steps;
+        const int value = (deep ? 1023 : 255) * step / (steps - 1);
+        if (deep) {
+            frame.words()[i] = static_cast<uint16_t>(value << 6);
+        } else {
+            frame.bytes()[i] = static_cast<uint8_t>(value);
         }
     }
-    int value(int step) const { return (format == Color::P010 ? 1023 : 255) * step / (steps - 1); }
-    int y(int row) const { return value(row); }
-    int cb(int x) const { return value(x / 2 / steps); }
-    int cr(int x) const { return value(x / 2 % steps); }
-    size_t at(int x, int row) const {
-        return static_cast<size_t>(row) * static_cast<size_t>(width) + static_cast<size_t>(x);
-    }
+}
 
-    int steps;
-};
-
-// Calls f(x, row) for every pixel.
+// Calls f(x, y) for every pixel.
 template <typename F>
 void forEachPixel(const Frame& frame, F f) {
     for (int i = 0; i < frame.width * frame.height; ++i) {
@@ -176,63 +169,88 @@ void forEachPixel(const Frame& frame, F f) {
 class EngineColor : public testing::TestWithParam<Color::ColorFormat> {
   protected:
     int bits() const { return GetParam() == Color::P010 ? 10 : 8; }
+
+    // Calls f(frame) for a grid and for random frames of sizes down to one pixel.
+    template <typename F>
+    void forEachFrame(int steps, F f) const {
+        Frame grid(GetParam(), 2 * steps * steps, steps);
+        fillWithGrid(grid, steps);
+        f(grid);
+        for (int i = 0; i < 64; ++i) {
+            Frame frame(GetParam(), 1 + i % 8, 1 + i / 8 + i % 3 * 31);
+            fillRandomly(frame);
+            f(frame);
+        }
+    }
+
+    // The color of a pixel: its chroma is the nearest, or neutral where the frame has none.
+    Rgb colorOf(Frame& frame, int space, int x, int y) const {
+        const auto sample = [&frame](int column, int row) {
+            return frame.sample(static_cast<size_t>(row * frame.width + column));
+        };
+        const bool hasChroma = frame.width > 1 && frame.height > 1;
+        const int column = std::min(x / 2, frame.width / 2 - 1) * 2;
+        const int row = frame.height + std::min(y / 2, frame.height / 2 - 1);
+        const int neutral = 1 << (bits() - 1);
+        return decode(SPACES.at(static_cast<size_t>(space)), bits(), sample(x, y),
+                      hasChroma ? sample(column, row) : neutral,
+                      hasChroma ? sample(column + 1, row) : neutral);
+    }
 };
 
 TEST_P(EngineColor, EverySpaceToRgbaIsExactToTheRounding) {
-    Grid grid(GetParam(), 52);
-    Frame picture(Color::RGBA8888, grid.width, grid.height);
-    for (int space = 0; space < Color::COLOR_SPACE_COUNT; ++space) {
-        ASSERT_EQ(convert(grid, space, picture, 0), 0);
-        double worst = 0;
-        size_t unequal = 0;
-        forEachPixel(grid, [&](int x, int row) {
-            const Rgb c = decode(SPACES.at(static_cast<size_t>(space)), bits(), grid.y(row),
-                                 grid.cb(x), grid.cr(x));
-            const double exact[] = {c.r * 255, c.g * 255, c.b * 255, 255};
-            for (size_t i = 0; i < 4; ++i) {
-                const double wanted = std::clamp(exact[i], 0.0, 255.0);
-                const int got = picture.bytes()[grid.at(x, row) * 4 + i];
-                worst = std::max(worst, std::abs(got - wanted));
-                unequal += got != std::lround(wanted);
-            }
-        });
-        EXPECT_LE(worst, 1) << colorSpaceInfos[static_cast<size_t>(space)].name;
-        EXPECT_LE(static_cast<double>(unequal), 0.00075 * picture.size)
-            << colorSpaceInfos[static_cast<size_t>(space)].name;
-    }
+    forEachFrame(52, [this](Frame& frame) {
+        Frame picture(Color::RGBA8888, frame.width, frame.height);
+        for (int space = 0; space < Color::COLOR_SPACE_COUNT; ++space) {
+            ASSERT_EQ(convert(frame, space, picture, 0), 0);
+            double worst = 0;
+            int unequal = 0;
+            const uint8_t* got = picture.bytes();
+            forEachPixel(frame, [&](int x, int y) {
+                const Rgb c = colorOf(frame, space, x, y);
+                for (const double exact : {c.r * 255, c.g * 255, c.b * 255, 255.0}) {
+                    const double wanted = std::clamp(exact, 0.0, 255.0);
+                    worst = std::max(worst, std::abs(*got - wanted));
+                    unequal += *got++ != std::lround(wanted);
+                }
+            });
+            const char* name = colorSpaceInfos.at(static_cast<size_t>(space)).name;
+            EXPECT_LE(worst, 1) << nameOf(frame) << ", " << name;
+            EXPECT_LE(unequal, 4 + 0.00075 * picture.size) << nameOf(frame) << ", " << name;
+        }
+    });
 }
 
 TEST_P(EngineColor, EveryPairOfSpacesIsWithinItsBound) {
-    Grid grid(GetParam(), 18);
-    Frame changed(GetParam(), grid.width, grid.height);
-    const double top = (1 << bits()) - 1;
-    const auto count = static_cast<int>(SPACES.size());
-    for (int pair = 0; pair < count * count; ++pair) {
-        const int from = pair / count;
-        const int to = pair % count;
-        const Space& source = SPACES[static_cast<size_t>(from)];
-        const Space& target = SPACES[static_cast<size_t>(to)];
-        const std::string names = std::string(colorSpaceInfos[static_cast<size_t>(from)].name) +
-                                  " to " + colorSpaceInfos[static_cast<size_t>(to)].name;
-        ASSERT_EQ(convert(grid, from, changed, to), 0);
-        if (from == to) {
-            EXPECT_EQ(changed.firstDifferenceFrom(grid), changed.size) << names;
-            continue;
+    forEachFrame(18, [this](Frame& frame) {
+        Frame changed(GetParam(), frame.width, frame.height);
+        const double top = (1 << bits()) - 1;
+        for (int pair = 0; pair < Color::COLOR_SPACE_COUNT * Color::COLOR_SPACE_COUNT; ++pair) {
+            const int from = pair / Color::COLOR_SPACE_COUNT;
+            const int to = pair % Color::COLOR_SPACE_COUNT;
+            ASSERT_EQ(convert(frame, from, changed, to), 0);
+            double worst = 0;
+            forEachPixel(frame, [&](int x, int y) {
+                double exact[3];
+                encode(SPACES.at(static_cast<size_t>(to)), bits(), colorOf(frame, from, x, y),
+                       exact);
+                const auto check = [&](int column, int row, double wanted) {
+                    const auto index = static_cast<size_t>(row * frame.width + column);
+                    worst = std::max(worst, std::abs(changed.sample(index) -
+                                                     std::round(std::clamp(wanted, 0.0, top))));
+                };
+                check(x, y, exact[0]);
+                if (x < frame.width / 2 * 2 && y < frame.height / 2 * 2) {
+                    check(x, frame.height + y / 2, exact[1 + x % 2]);
+                }
+            });
+            EXPECT_LE(worst, from == to    ? 0
+                             : bits() == 8 ? 1
+                                           : 2)
+                << nameOf(frame) << ", " << colorSpaceInfos.at(static_cast<size_t>(from)).name
+                << " to " << colorSpaceInfos.at(static_cast<size_t>(to)).name;
         }
-        double worst = 0;
-        forEachPixel(grid, [&](int x, int row) {
-            double exact[3];
-            encode(target, bits(), decode(source, bits(), grid.y(row), grid.cb(x), grid.cr(x)),
-                   exact);
-            const auto check = [&](size_t index, double wanted) {
-                worst = std::max(worst, std::abs(changed.sample(index) -
-                                                 std::round(std::clamp(wanted, 0.0, top))));
-            };
-            check(grid.at(x, row), exact[0]);
-            check(grid.at(x, grid.height + row / 2), exact[1 + x % 2]);
-        });
-        EXPECT_LE(worst, bits() == 8 ? 1 : 2) << names;
-    }
+    });
 }
 
 INSTANTIATE_TEST_SUITE_P(All, EngineColor, testing::Values(Color::NV12, Color::P010),
@@ -282,56 +300,6 @@ TEST(Engine, StraightAndByTheDefaultOutputGiveTheSame) {
                 ASSERT_EQ(convert(src, Color::BT709_LIMIT, straight, Color::BT2020_FULL), 0);
                 ASSERT_EQ(convert(linear, Color::BT709_LIMIT, byLinear, Color::BT2020_FULL), 0);
                 EXPECT_EQ(straight.firstDifferenceFrom(byLinear), straight.size);
-            }
-        }
-    }
-}
-
-// Makes an even frame of an odd one: it repeats the last chroma, and has neutral chroma where the
-// odd frame has none.
-void makeEven(Frame& odd, Frame& even) {
-    const size_t sampleBytes = odd.format == Color::P010 ? 2 : 1;
-    const auto sampleOf = [sampleBytes](Frame& frame, int x, int y) {
-        return frame.bytes() + sampleBytes * static_cast<size_t>(y * frame.width + x);
-    };
-    forEachPixel(
-        odd, [&](int x, int y) { memcpy(sampleOf(even, x, y), sampleOf(odd, x, y), sampleBytes); });
-    for (int i = 0; i < even.width * even.height / 2; ++i) {
-        const int x = i % even.width;
-        const int y = i / even.width;
-        uint8_t* sample = sampleOf(even, x, even.height + y);
-        if (odd.width < 2 || odd.height < 2) {
-            sample[sampleBytes - 1] = 128;
-        } else {
-            memcpy(sample,
-                   sampleOf(odd, std::min(x, odd.width / 2 * 2 - 2 + x % 2),
-                            odd.height + std::min(y, odd.height / 2 - 1)),
-                   sampleBytes);
-        }
-    }
-}
-
-// Sizes down to one pixel.
-TEST(Engine, OddSizesTakeTheNearestChroma) {
-    for (int i = 0; i < 128; ++i) {
-        const auto format = i % 2 == 0 ? Color::NV12 : Color::P010;
-        Frame odd(format, 1 + i / 2 % 8, 1 + i / 16 + i % 3 * 31);
-        Frame even(format, (odd.width + 1) / 2 * 2, (odd.height + 1) / 2 * 2);
-        SCOPED_TRACE(nameOf(odd));
-        fillRandomly(odd);
-        makeEven(odd, even);
-        for (const auto output : {Color::RGBA8888, format}) {
-            Frame oddOut(output, odd.width, odd.height);
-            Frame evenOut(output, even.width, even.height);
-            ASSERT_EQ(convert(odd, 0, oddOut, 3), 0);
-            ASSERT_EQ(convert(even, 0, evenOut, 3), 0);
-            const int bytes = output == Color::RGBA8888 ? 4 : output == Color::P010 ? 2 : 1;
-            for (int y = 0; y < odd.height; ++y) {
-                EXPECT_EQ(memcmp(oddOut.bytes() + y * bytes * odd.width,
-                                 evenOut.bytes() + y * bytes * even.width,
-                                 static_cast<size_t>(bytes * odd.width)),
-                          0)
-                    << "line " << y << " of " << colorFormatInfo(output).name;
             }
         }
     }
