@@ -2,7 +2,6 @@
 #include <BufferAllocator/BufferAllocator.h>
 #include <BufferAllocator/BufferAllocatorWrapper.h>
 
-#include <cerrno>
 #include <new>
 
 #include "Settings.h"
@@ -16,5 +15,5 @@ void FreeDmabufHeapBufferAllocator(BufferAllocator* buffer_allocator) { delete b
 
 int DmabufHeapAlloc(BufferAllocator* /*buffer_allocator*/, const char* heap_name, size_t len,
                     unsigned int /*flags*/, size_t /*legacy_align*/) {
-    return len == 0 ? -EINVAL : host::createSharedBuffer(heap_name, len);
+    return host::createSharedBuffer(heap_name, len);
 }
