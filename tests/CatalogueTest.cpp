@@ -1,4 +1,4 @@
-// The catalogue, frame geometry and platform support.
+// The catalogue of formats and color spaces: names, sizes of planes and frames, boards.
 #include <stdlib.h>
 
 #include <algorithm>
@@ -29,7 +29,7 @@ TEST(Catalogue, Names) {
     }
 }
 
-// A list of boards, or all but a list.
+// True when the table's list of boards has the board: "*" is all, "!" all but those that follow.
 bool reads(std::string boards, const std::string& board) {
     const bool except = boards[0] == '!';
     boards = "," + boards.substr(except ? 1 : 0) + ",";
@@ -75,7 +75,7 @@ TEST(Catalogue, RowsOfFormats) {
     unsetenv("VEX_HOST_BOARD_PLATFORM");
 }
 
-// A new format fails here until its rows are written.
+// Names the tables in which a new format still needs a row.
 TEST(Catalogue, TablesOfTheTestsHoldEveryFormat) {
     for (const char* file : {"formats.txt", "planes.txt", "layouts.txt", "parts.txt"}) {
         std::set<std::string> names;
@@ -141,9 +141,9 @@ TEST(Geometry, FramesThatLeaveTheRangeAreRefused) {
                 << colorFormatInfo(format).name << ": " << w << " x " << h;
         }
     }
-    // The first line too many.
+    // One line more than fits.
     EXPECT_EQ(Color::getFrameSize(32768, 16384, Color::RGBA8888), -1);
-    // The ten-fold area leaves the range before the frame does.
+    // The plane rule multiplies the area by ten, which leaves the range before the frame does.
     EXPECT_GT(Color::getFrameSize(16384, 13088, Color::NV12_BLK_10BIT_V), 0);
     EXPECT_EQ(Color::getFrameSize(16384, 13120, Color::NV12_BLK_10BIT_V), -1);
 }

@@ -1,4 +1,5 @@
-// The host's blit engine: layouts, color arithmetic, and jobs that don't fit their buffers.
+// The blit engine of the host: where it reads samples, how it converts colors, which jobs it
+// refuses.
 #include <PxAsyncBlitStream.h>
 #include <fcntl.h>
 #include <sync/sync.h>
@@ -32,7 +33,7 @@ struct Frame {
     }
     uint8_t* bytes() { return memory.data(); }
     uint16_t* words() { return reinterpret_cast<uint16_t*>(memory.data()); }
-    // Sample of a plain frame, of YUV the chroma rows after the luma rows.
+    // A sample of a linear frame. The chroma rows of YUV follow the luma rows.
     int sample(size_t index) {
         return format == Color::P010 ? words()[index] >> 6 : bytes()[index];
     }
@@ -61,7 +62,7 @@ void fillRandomly(Frame& frame) {
                     [&random] { return static_cast<uint8_t>(random()); });
 }
 
-// Bits of a little-endian stream.
+// A number of bits from a little-endian stream.
 int bitsAt(const uint8_t* bytes, int64_t first, int count) {
     int value = 0;
     for (int bit = 0; bit < count; ++bit) {
@@ -80,7 +81,8 @@ TEST(Engine, EverySampleIsReadWhereItIsStored) {
         Frame linear(Color::getDefaultOutputFormat(src.format), width, height);
         ASSERT_EQ(convert(src, 0, linear, 0), 0);
         const bool isChroma = component[0] == 'c';
-        const int step = component == "cb" || component == "cr" ? 2 : 1;  // from Cb to Cb, Cr to Cr
+        const int step =
+            component == "cb" || component == "cr" ? 2 : 1;  // samples from one Cb to the next
         const int samples = component == "rgb" ? linear.size / height : width / step;
         const int unusedBits = bits - (linear.format == Color::P010 ? 10 : 8);
         int wrong = 0;
@@ -99,13 +101,13 @@ TEST(Engine, EverySampleIsReadWhereItIsStored) {
     }
 }
 
-// Colors in floating point, from the definitions.
+// A color space as its standard defines it, to compute colors in floating point.
 struct Space {
     double kr, kb;
     bool full;
 };
 
-// By ColorConvert::ColorSpace.
+// In the order of ColorConvert::ColorSpace.
 std::vector<Space> spaces() {
     std::vector<Space> all;
     for (const auto& [name, profile, kr, kb, range] :
@@ -170,7 +172,7 @@ class EngineColor : public testing::TestWithParam<Color::ColorFormat> {
   protected:
     int bits() const { return GetParam() == Color::P010 ? 10 : 8; }
 
-    // Calls f(frame) for a grid and for random frames of sizes down to one pixel.
+    // Calls f(frame) for a grid and for random frames of small sizes, even and odd.
     template <typename F>
     void forEachFrame(int steps, F f) const {
         Frame grid(GetParam(), 2 * steps * steps, steps);
@@ -183,7 +185,8 @@ class EngineColor : public testing::TestWithParam<Color::ColorFormat> {
         }
     }
 
-    // The color of a pixel: its chroma is the nearest, or neutral where the frame has none.
+    // The color of a pixel, with the nearest chroma. A frame of one line or column has no chroma:
+    // its pixels are gray.
     Rgb colorOf(Frame& frame, int space, int x, int y) const {
         const auto sample = [&frame](int column, int row) {
             return frame.sample(static_cast<size_t>(row * frame.width + column));
@@ -279,8 +282,8 @@ TEST(Engine, RgbToRgbaScalesDepthAndAlpha) {
     }
 }
 
-// A layout that the engine reads in two ways, straight to another color and to its linear format,
-// gives the same picture both ways.
+// The engine converts colors while it unpacks a layout. The result is the same when it unpacks to
+// the linear format first and converts the colors of that.
 TEST(Engine, StraightAndByTheDefaultOutputGiveTheSame) {
     for (int i = 1; i < Color::COLOR_FORMAT_COUNT; ++i) {
         const auto format = static_cast<Color::ColorFormat>(i);
@@ -328,7 +331,8 @@ int mappedBuffers() {
     return count;
 }
 
-// A source that can't be read shows whether the engine maps it anew.
+// A descriptor that can only be written shows whether the engine calls mmap for the source: that
+// call fails.
 TEST(Engine, CallsMmapOnlyWhereNobodyHasAndOnlyForTheJob) {
     for (const int side : {16, 1024, 1920}) {
         const int size = side * side * 3 / 2;
@@ -358,7 +362,7 @@ TEST(Engine, CallsMmapOnlyWhereNobodyHasAndOnlyForTheJob) {
     }
 }
 
-// Passes a job with these numbers to the engine. Its result says whether the job was done.
+// Runs a job with these sides, and returns what the engine returns: 0 when the frame is converted.
 int runJob(Color::ColorConvertBuffer (&sides)[2], unsigned jobOffset = 0, int cropped = 0) {
     auto& [src, dst] = sides;
     const auto code = [](const auto& side) {
@@ -385,8 +389,8 @@ int runJob(Color::ColorConvertBuffer (&sides)[2], unsigned jobOffset = 0, int cr
     return status;
 }
 
-// Which is also to say that the catalogue's plane sizes and pitches are those of the engine. In
-// 64 x 64 no plane of any format has padding.
+// So the catalogue's sizes and pitches are those of the engine. In 64 x 64 no plane of any format
+// has padding, where a smaller size could do.
 TEST(Engine, RefusesAJobWithAnyWrongNumber) {
     for (int i = 1; i < Color::COLOR_FORMAT_COUNT; ++i) {
         Frame src(static_cast<Color::ColorFormat>(i), 64, 64);
@@ -414,7 +418,7 @@ TEST(Engine, RefusesAJobWithAnyWrongNumber) {
             refusesChanged(side.mHeight, "height");
             refusesChanged(side.mYPitch, "pitch of luma");
             refusesChanged(side.mPlaneCount, "number of plane sizes");
-            // With headers the sizes that are declared aren't those of the samples alone.
+            // A size that includes headers may be larger than the samples need.
             for (uint32_t plane = 0; !hasHeaders && plane < side.mPlaneCount; ++plane) {
                 refusesChanged(side.mPlaneSize[plane], "plane size");
             }

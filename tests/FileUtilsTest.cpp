@@ -1,4 +1,4 @@
-// File and folder helpers, PNG output and the host's stand-ins below them.
+// Files and folders, and the host's log and device memory.
 #include "fileutils/FileUtils.h"
 
 #include <sys/mman.h>
@@ -23,7 +23,7 @@ class FileUtilsTest : public FolderTest {
     FileUtilsTest() { setenv("VEX_HOST_LOG", (mFolder + "/log").c_str(), 1); }
     ~FileUtilsTest() override { setenv("VEX_HOST_LOG", "/dev/null", 1); }
 
-    // The log's entries so far without their times; the next ones start anew.
+    // Returns the log's entries without their times, and empties the log.
     std::string takeLog() const {
         std::istringstream log(readFile(mFolder + "/log"));
         fs::remove(mFolder + "/log");
@@ -90,7 +90,7 @@ TEST_F(FileUtilsTest, ReadsFramesAtTheirOffsets) {
 
 std::string lastSystemLogEntry;  // its priority, a space and its text
 
-// Without a file for log entries, and with standard error that is no terminal.
+// Where VEX_HOST_LOG names no file and standard error is no terminal.
 TEST_F(FileUtilsTest, EntriesGoToTheSystemLog) {
     setenv("VEX_HOST_LOG", "", 1);
     testing::internal::CaptureStderr();
@@ -130,7 +130,7 @@ TEST(HostMemory, BuffersInUseAreNotGivenOutAgain) {
     auto second = std::make_unique<IonMemory>(5000, -1);
     first->data()[0] = 1;
     second->data()[0] = 2;
-    // One lives on by a descriptor, one by a mapping.
+    // A descriptor of the first buffer and a mapping of the second remain.
     const int duplicate = dup(first->getFd());
     auto* mapping =
         static_cast<uint8_t*>(mmap(nullptr, 5000, PROT_READ, MAP_SHARED, second->getFd(), 0));
@@ -147,7 +147,7 @@ TEST(HostMemory, BuffersInUseAreNotGivenOutAgain) {
 
 }  // namespace
 
-// Takes the entries that are for the C library's function.
+// Stands in for the C library's function.
 extern "C" void syslog(int priority, const char* format, ...) {
     char text[512];
     va_list arguments;

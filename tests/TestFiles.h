@@ -1,4 +1,4 @@
-// Files of the tests' own: folders to work in, tables of cases.
+// What tests share: tables of cases in tests/data, and folders to work in.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -12,7 +12,7 @@
 #include <tuple>
 #include <vector>
 
-// A folder name of the running test's own, also beside another run of the tests.
+// A path that no other test uses, nor another run of the same test.
 inline std::string testFolder() {
     const testing::TestInfo* test = testing::UnitTest::GetInstance()->current_test_info();
     std::string name = std::string(test->test_suite_name()) + "-" + test->name();
@@ -20,7 +20,7 @@ inline std::string testFolder() {
     return testing::TempDir() + "vex-" + name + "-" + std::to_string(getpid());
 }
 
-// The rows of a table in tests/data, but for its comments.
+// The rows of a table in tests/data, without its comments.
 inline std::vector<std::istringstream> tableRows(const std::string& name) {
     std::ifstream file(std::string(TEST_DATA) + "/" + name);
     std::vector<std::istringstream> rows;
@@ -33,7 +33,7 @@ inline std::vector<std::istringstream> tableRows(const std::string& name) {
     return rows;
 }
 
-// The same rows, fields of these types with white space between them.
+// The same rows as tuples. White space separates the fields.
 template <typename... Fields>
 std::vector<std::tuple<Fields...>> table(const std::string& name) {
     std::vector<std::tuple<Fields...>> rows;
@@ -44,7 +44,7 @@ std::vector<std::tuple<Fields...>> table(const std::string& name) {
     return rows;
 }
 
-// The place of the first byte that differs, or size.
+// The index of the first byte that differs, or size when none does.
 inline size_t firstDifference(const void* some, const void* others, size_t size) {
     const auto* bytes = static_cast<const unsigned char*>(some);
     const auto* end = bytes + size;

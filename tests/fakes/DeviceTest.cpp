@@ -1,4 +1,5 @@
-// Device buffers, the blit job and a file's conversion, against a platform that fails on demand.
+// Device buffers, the blit job and the conversion of a file, with device libraries that fail when a
+// test wants it.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -24,7 +25,7 @@ std::string joined(const Lines& lines) {
     return all;
 }
 
-constexpr int FOREIGN_FD = FIRST_FAKE_FD;  // of somebody else's buffer
+constexpr int FOREIGN_FD = FIRST_FAKE_FD;  // of a buffer that the tool imports
 
 class DeviceTest : public FolderTest {
   protected:
@@ -87,7 +88,7 @@ TEST_F(DeviceTest, BufferCallsAndArguments) {
     for (const auto& [ion, importFd, calls] : cases) {
         mPlatform = FakePlatform();
         mPlatform.lowest = importFd == FOREIGN_FD ? 1 : 0;
-        mPlatform.held = {"fd " + std::to_string(importFd)};  // which stays its owner's
+        mPlatform.held = {"fd " + std::to_string(importFd)};  // its owner closes it
         {
             const auto buffer = make(ion, 64, importFd);
             EXPECT_NE(buffer->getFd(), FOREIGN_FD);
@@ -252,8 +253,8 @@ TEST_F(ConvertFileTest, FailedFrameIsLeftOutAndTheOthersFollow) {
     EXPECT_EQ(outputSize(), 2U * 24);
 }
 
-// Whatever call fails: nothing stays held, what is written is whole frames, and the next file is
-// converted. Frames raw and as pictures, and a set of parts; both kinds of memory.
+// Whatever call fails, the tool releases all resources, writes whole frames only, and converts the
+// next file.
 TEST_F(ConvertFileTest, AnyFailingCallLosesNothingElse) {
     for (const char* part : {"y", "yh", "c", "ch"}) {
         write(part, std::string(4096, part[0]));
@@ -263,7 +264,7 @@ TEST_F(ConvertFileTest, AnyFailingCallLosesNothingElse) {
     const FileJob parts = {
         ColorConvert::CPQ, ColorConvert::NV12, 32, 32, true, mFolder + "/y", mFolder + "/yh",
         mFolder + "/c",    mFolder + "/ch"};
-    // Bytes of a raw frame and of all, number of outputs.
+    // Name, job, bytes of a raw frame, bytes of all raw frames, number of output files.
     const std::tuple<std::string, FileJob, size_t, size_t, int> runs[] = {
         {"raw frames", mJob, 24, 72, 1},
         {"pictures", picture, 1, 0, 3},
@@ -273,7 +274,7 @@ TEST_F(ConvertFileTest, AnyFailingCallLosesNothingElse) {
         mJob = job;
         mOptions.png = name == "pictures";
         int calls = 0;
-        for (int n = 0; n <= calls; ++n) {  // 0: none fails
+        for (int n = 0; n <= calls; ++n) {  // n = 0: no call fails
             mPlatform = FakePlatform();
             mPlatform.ion = i % 2 == 1;
             mPlatform.failNth = n;
