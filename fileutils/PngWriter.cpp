@@ -1,7 +1,7 @@
-// PNG output: the picture library's implementation, with the hooks that it documents and one for
-// the result of its writes. With VEX_ISAL its slow loops are ISA-L's or wide vectors; without, it
-// is as it comes.
-#undef NDEBUG  // where its own growing arrays get no memory, only its assertion stops it
+// PNG output: the implementation of the picture library, stb_image_write. With VEX_ISAL, the hooks
+// that the library documents replace its allocations and its slow loops. Without, it is as it
+// comes.
+#undef NDEBUG  // The library's growing arrays check malloc only with assert.
 #include <android/log.h>
 
 #include <climits>
@@ -18,7 +18,7 @@
 #include <sys/mman.h>
 
 #include <array>
-#include <memory>
+#include <new>
 
 namespace {
 
@@ -30,14 +30,14 @@ unsigned char* compressFrame(unsigned char* data, int size, int* compressedSize)
 
 #define STBIW_MALLOC(size) takeBlock(size)
 #define STBIW_FREE(block) releaseBlock(block)
-#define STBIW_REALLOC(block, size) nullptr  // only the library's own compressor would call it
+#define STBIW_REALLOC(block, size) nullptr  // Only the library's own compressor calls it.
 // Compression is nine tenths of the library's time.
 #define STBIW_ZLIB_COMPRESS(data, size, compressedSize, quality) \
     compressFrame(data, size, compressedSize)
-// The library's checksum goes a byte at a time, which then shows.
+// The library computes the checksum a byte at a time, a large part of the time that remains.
 #define STBIW_CRC32(bytes, size) crc32_gzip_refl(0, bytes, static_cast<uint64_t>(size))
-// The filter loops are the rest: flattened into their caller and compiled for wider vectors too. A
-// resolver runs before a sanitizer is ready, so such builds have no clones.
+// The filters take most of the rest, so they are inlined into their caller and compiled for wider
+// vectors too. Clones are chosen before AddressSanitizer is ready, so its builds have none.
 #if defined(__x86_64__) && !defined(__clang__) && !defined(__SANITIZE_ADDRESS__)
 #define STBIWDEF static __attribute__((flatten, target_clones("arch=x86-64-v4", "avx2", "default")))
 #endif
@@ -45,17 +45,17 @@ unsigned char* compressFrame(unsigned char* data, int size, int* compressedSize)
 
 namespace {
 
-bool writtenInFull = false;  // the file that was closed last
+bool writtenInFull = false;  // The picture that was closed last is whole.
 
-int closePicture(FILE* file) {
+void closePicture(FILE* file) {
     const bool failed = ferror(file) != 0;
     writtenInFull = fclose(file) == 0 && !failed;
-    return 0;
 }
 
 }  // namespace
 
-// The library ignores the results of fwrite and fclose, so it closes the file through this check.
+// The library ignores the results of fwrite and fclose. Closing the file by this function shows
+// whether they failed, whatever kind of file it is.
 #define fclose closePicture
 #define STB_IMAGE_WRITE_STATIC
 #define STB_IMAGE_WRITE_IMPLEMENTATION
@@ -66,35 +66,41 @@ namespace {
 
 #ifdef VEX_ISAL
 
-constexpr int64_t AROUND = 63;  // bytes of zlib's header and checksum, and of the picture's chunks
-constexpr int64_t MOST_COMPRESSED = INT_MAX;
+constexpr int64_t OVERHEAD = 63;  // bytes of zlib's header and checksum, and of the PNG's chunks
+constexpr int64_t MAX_COMPRESSED = INT_MAX;
 
-// More than compression gives, which stores what doesn't get smaller in blocks with short headers.
-int64_t boundOf(int64_t filtered) { return filtered + filtered / 128 + AROUND; }
+// More than compression gives: data that doesn't shrink is stored in blocks with short headers.
+int64_t boundOf(int64_t filtered) { return filtered + filtered / 128 + OVERHEAD; }
 
-struct FreeMemory {
-    void operator()(unsigned char* memory) const { free(memory); }  // NOLINT(*-no-malloc)
-};
-
-// The library holds at most two blocks at a time: the filtered bytes and a row or the stream, then
-// the stream and the picture. Both are kept for the next picture, because the page faults of new
-// memory take a sixth of a picture's time.
-std::unique_ptr<unsigned char, FreeMemory> blocks;
-size_t blockSize = 0;
+// One mapping holds ISA-L's state, which is too large for small stacks, and after it the library's
+// blocks. There are never more than two of those: the filtered bytes and a row or the stream, then
+// the stream and the picture. The mapping is kept for the next picture, because the page faults of
+// new memory take a sixth of a picture's time.
+constexpr size_t alignedSize(size_t size) { return (size + 63) / 64 * 64; }
+constexpr size_t STATE_SIZE = alignedSize(sizeof(isal_zstream));
+unsigned char* mapping = nullptr;
+size_t blockSize = 0;  // 0: nothing is mapped
 std::array<bool, 2> blockTaken = {};
 
-// False when there is no memory for the blocks. They are replaced where they are too small, or more
-// than twice as large as the picture needs.
+// Makes the mapping as large as the picture needs; false when there is no memory for it. A mapping
+// with more than twice the memory that the picture needs is replaced by a smaller one.
 bool reserveMemory(int64_t filtered) {
-    const auto needed = static_cast<size_t>(boundOf(filtered));
+    // ISA-L's choice of matches depends on bits 16 to 47 of the state's address. The hint makes the
+    // address, and so the picture's bytes, the same in every process where it is free.
+    constexpr uintptr_t HINT = 0x10'0000'0000;
+    const size_t needed = alignedSize(static_cast<size_t>(boundOf(filtered)));
     if (blockSize < needed || blockSize / 2 > needed) {
-        blocks.reset();  // so that the old and the new ones are never there at once
-        blocks.reset(
-            static_cast<unsigned char*>(malloc(2 * needed)));  // NOLINT(*-no-malloc): doesn't throw
-        blockSize = blocks == nullptr ? 0 : needed;
+        if (blockSize != 0) {
+            munmap(mapping, STATE_SIZE + 2 * blockSize);
+        }
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): the address is a number
+        void* const mapped = mmap(reinterpret_cast<void*>(HINT), STATE_SIZE + 2 * needed,
+                                  PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        mapping = static_cast<unsigned char*>(mapped);
+        blockSize = mapped == MAP_FAILED ? 0 : needed;
     }
     blockTaken = {};
-    return blocks != nullptr;
+    return blockSize != 0;
 }
 
 void* takeBlock(size_t size) {
@@ -103,69 +109,55 @@ void* takeBlock(size_t size) {
         return nullptr;
     }
     blockTaken[index] = true;
-    return blocks.get() + index * blockSize;
+    return mapping + STATE_SIZE + index * blockSize;
 }
 
-void releaseBlock(const void* block) { blockTaken[block == blocks.get() ? 0 : 1] = false; }
+void releaseBlock(const void* block) { blockTaken[block == mapping + STATE_SIZE ? 0 : 1] = false; }
 
-// The compressor's state, null when there is no memory for it. ISA-L's hash table starts with bits
-// 16 to 47 of the state's address, so they decide which matches it finds. At one address in every
-// process the same picture always gives the same bytes; where that address is taken, any will do.
-isal_zstream* compressorState() {
-    constexpr uintptr_t ADDRESS = 0x10'0000'0000;
-    static void* state = MAP_FAILED;
-    if (state == MAP_FAILED) {
-        // NOLINTNEXTLINE(performance-no-int-to-ptr): the address is a number
-        state = mmap(reinterpret_cast<void*>(ADDRESS), sizeof(isal_zstream), PROT_READ | PROT_WRITE,
-                     MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    }
-    return state == MAP_FAILED ? nullptr : static_cast<isal_zstream*>(state);
-}
-
-// A zlib stream of the data in memory that the library frees; null when there is none.
+// Returns a zlib stream of the data, in a block that the library releases, or null.
 unsigned char* compressFrame(unsigned char* data, int size, int* compressedSize) {
     // Level 0 saves a tenth of the time and makes files a quarter larger. 2 makes the same files
     // more slowly; 3 takes up to 2.6 times as long for a fiftieth less.
     constexpr int LEVEL = 1;
     const auto bound = static_cast<uint32_t>(boundOf(size));
-    isal_zstream* const state = compressorState();
-    void* const stream = takeBlock(bound);
-    if (state == nullptr || stream == nullptr) {
+    auto* const stream = static_cast<unsigned char*>(takeBlock(bound));
+    if (stream == nullptr) {
         return nullptr;
     }
-    memset(state, 0, sizeof *state);
+    auto* const state = new (mapping) isal_zstream{};
     isal_deflate_stateless_init(state);
     state->level = LEVEL;
     state->gzip_flag = IGZIP_ZLIB;
     state->next_in = data;
     state->avail_in = static_cast<uint32_t>(size);
-    state->next_out = static_cast<unsigned char*>(stream);
+    state->next_out = stream;
     state->avail_out = bound;
     const int status = isal_deflate_stateless(state);
     *compressedSize = static_cast<int>(state->total_out);
-    return status == COMP_OK ? static_cast<unsigned char*>(stream) : nullptr;
+    return status == COMP_OK ? stream : nullptr;
 }
 
 #else
 
-// The compressor's codes take at most 9 bits a byte, in an array that it doubles in int.
-constexpr int64_t MOST_COMPRESSED = INT64_C(3) << 29;
+// The compressor writes at most 9 bits a byte, into an array whose size, an int, it doubles.
+constexpr int64_t MAX_COMPRESSED = INT64_C(3) << 29;
 
 int64_t boundOf(int64_t filtered) { return filtered / 8 * 9 + 64; }
 
-// True when the memory is there that the library is about to ask for: the filtered bytes, the array
-// as it is doubled, old and new, and the compressor's hash table.
+// True when there is memory for all that the library allocates: the filtered bytes, the array
+// before and after it is doubled, and the compressor's hash table.
 bool reserveMemory(int64_t filtered) {
     const auto needed = static_cast<size_t>(4 * boundOf(filtered) + (4 << 20));
-    void* volatile memory = malloc(needed);  // NOLINT(*-no-malloc): doesn't throw, and is freed
+    void* volatile memory = malloc(needed);  // NOLINT(*-no-malloc): doesn't throw
     free(memory);                            // NOLINT(*-no-malloc)
     return memory != nullptr;
 }
 
 #endif
 
-// True when the encoder can count the picture's bytes, and has the memory for them: the sum of a
-// row's filtered bytes, up to 128 each, and of all rows, with a byte each for their filter.
+// True when the encoder has memory for the picture and no count of it overflows int: the sum of a
+// row's filtered bytes, each at most 128, and the size of all rows, which start with a byte for the
+// filter.
 bool fitsEncoder(int width, int height, int components) {
     if (width <= 0 || height <= 0 || components < 1 || components > 4) {
         return false;
@@ -175,7 +167,7 @@ bool fitsEncoder(int width, int height, int components) {
         return false;
     }
     const int64_t filtered = (row + 1) * height;
-    return boundOf(filtered) <= MOST_COMPRESSED && reserveMemory(filtered);
+    return boundOf(filtered) <= MAX_COMPRESSED && reserveMemory(filtered);
 }
 
 }  // namespace

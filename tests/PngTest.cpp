@@ -1,10 +1,9 @@
-// PNG output, with ISA-L and as the library comes: limits, memory that runs short. What the
-// pictures hold is pictures.py's.
+// PNG output, with ISA-L and as the library comes: limits, memory, files that can't be written.
+// pictures.py tests what the pictures hold.
 #include <android/log.h>
-#include <sys/resource.h>
+#include <sys/mman.h>
 
 #include <climits>
-#include <csignal>
 #include <cstdarg>
 #include <filesystem>
 #include <random>
@@ -15,9 +14,9 @@
 namespace {
 
 std::string logged;
-size_t largestAllocation = 0;   // that the writer asked for
-size_t mostAllowed = 1U << 30;  // of an allocation
-size_t untilFailure = 0;        // of an allocation, whatever its size; 0 for none
+size_t largestAllocation = 0;     // that the writer asked for
+size_t maxAllocation = 1U << 30;  // larger ones fail
+size_t mapped = 0;                // bytes
 
 }  // namespace
 
@@ -34,46 +33,60 @@ int __android_log_print(int /*prio*/, const char* tag, const char* fmt, ...) {
 }
 
 // The linker sends the writer's allocations here.
-void* __real_malloc(size_t size);
-void* __wrap_malloc(size_t size) {
+bool isAllowed(size_t size) {
     largestAllocation = std::max(largestAllocation, size);
-    return size > mostAllowed || --untilFailure == 0 ? nullptr : __real_malloc(size);
+    return size <= maxAllocation;
+}
+
+void* __real_malloc(size_t size);
+void* __wrap_malloc(size_t size) { return isAllowed(size) ? __real_malloc(size) : nullptr; }
+
+void* __real_mmap(void* hint, size_t size, int access, int flags, int fd, off_t offset);
+void* __wrap_mmap(void* hint, size_t size, int access, int flags, int fd, off_t offset) {
+    if (!isAllowed(size)) {
+        return MAP_FAILED;
+    }
+    mapped += size;
+    return __real_mmap(hint, size, access, flags, fd, offset);
+}
+
+int __real_munmap(void* memory, size_t size);
+int __wrap_munmap(void* memory, size_t size) {
+    mapped -= size;
+    return __real_munmap(memory, size);
 }
 
 }  // extern "C"
 
 namespace {
 
+const bool FAST = std::string(VARIANT) == "fast";
+constexpr int SIDE = 64;
+const std::vector<unsigned char> NOISE = [] {
+    std::vector<unsigned char> noise(size_t{SIDE} * SIDE * 4);
+    std::generate(noise.begin(), noise.end(),
+                  [random = std::mt19937()]() mutable { return random() & 0xFF; });
+    return noise;
+}();
+
 class PngTest : public testing::Test {
   protected:
     ~PngTest() override { remove(mPath.c_str()); }
 
-    int write(int width, int height, const unsigned char* pixels) {
+    int write(int width, int height, const unsigned char* pixels = NOISE.data()) {
         logged.clear();
         largestAllocation = 0;
         const int result = FileUtils::writeToPNG(mPath, width, height, pixels, 4);
-        EXPECT_EQ(logged, result == 1 ? "" : failureOf(width, height));
+        const std::string size = std::to_string(width) + " x " + std::to_string(height);
+        EXPECT_EQ(logged, result == 1
+                              ? ""
+                              : "VexConverter-FileUtils: writeToPNG: Failed to write file: " +
+                                    mPath + ", " + size + "\n");
         return result;
-    }
-
-    std::string failureOf(int width, int height) const {
-        return "VexConverter-FileUtils: writeToPNG: Failed to write file: " + mPath + ", " +
-               std::to_string(width) + " x " + std::to_string(height) + "\n";
     }
 
     std::string mPath = testFolder() + VARIANT ".png";
 };
-
-constexpr int SIDE = 64;
-const bool FAST = std::string(VARIANT) == "fast";
-
-std::vector<unsigned char> noise() {
-    std::mt19937 random(3);
-    std::vector<unsigned char> pixels(size_t{SIDE} * SIDE * 4);
-    std::generate(pixels.begin(), pixels.end(),
-                  [&] { return static_cast<unsigned char>(random()); });
-    return pixels;
-}
 
 // All filtered bytes and what comes on top must count in int; the encoder starts with memory for
 // them, which no line below gets here.
@@ -94,33 +107,35 @@ TEST_F(PngTest, RefusesOnlyWhatTheEncoderCannotCount) {
     EXPECT_EQ(FileUtils::writeToPNG(mPath, INT_MAX / 128, 1, longest.data(), 1), 1);
 }
 
-// With ISA-L one allocation after the other fails, but for the fifth and last, which was tried just
-// before. As it comes, the library looks for all it needs first; none gets more than so many bytes.
 TEST_F(PngTest, MemoryMayRunShort) {
-    const std::vector<unsigned char> pixels = noise();
-    for (size_t n = 1; n < 100 && !std::filesystem::exists(mPath); ++n) {
-        (FAST ? untilFailure : mostAllowed) = FAST ? n % 5 : n << 16;
-        const int result = write(SIDE, SIDE, pixels.data());
-        EXPECT_EQ(result, n > (FAST ? 4 : 65) ? 1 : 0) << n;
-        EXPECT_EQ(result == 1, std::filesystem::exists(mPath)) << n;
+    maxAllocation = 0;
+    EXPECT_EQ(write(SIDE, SIDE), 0);
+    maxAllocation = largestAllocation - 1;
+    EXPECT_EQ(write(SIDE, SIDE), 0);
+    EXPECT_FALSE(std::filesystem::exists(mPath));
+    maxAllocation = largestAllocation;
+    EXPECT_EQ(write(SIDE, SIDE), 1);
+    maxAllocation = 1U << 30;
+}
+
+// With ISA-L, memory is kept for the next picture as long as that needs half of it or more.
+TEST_F(PngTest, MemoryIsKeptForPicturesOfSimilarSize) {
+    std::vector<size_t> kept;
+    for (const int height : {SIDE, SIDE * 5 / 8, SIDE, SIDE / 4, SIDE}) {
+        EXPECT_EQ(write(SIDE, height), 1);
+        kept.push_back(mapped);
     }
-    mostAllowed = 1U << 30;
+    EXPECT_EQ(kept, (std::vector<size_t>{kept[0], kept[0], kept[0], kept[3], kept[0]}));
+    EXPECT_EQ(kept[3] < kept[0], FAST);
 }
 
 TEST_F(PngTest, FilesThatCannotBeWrittenInFullAreFailures) {
-    const std::vector<unsigned char> pixels = noise();
-    EXPECT_EQ(write(SIDE, SIDE, pixels.data()), 1);
-    EXPECT_EQ(largestAllocation, FAST ? 16639U : 4268576U);
-    signal(SIGXFSZ, SIG_IGN);
-    rlimit limit = {};
-    getrlimit(RLIMIT_FSIZE, &limit);
-    const rlimit small = {100, limit.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &small);
-    EXPECT_EQ(write(SIDE, SIDE, pixels.data()), 0);
-    setrlimit(RLIMIT_FSIZE, &limit);
-    EXPECT_EQ(FileUtils::writeToPNG("/dev/null", SIDE, SIDE, pixels.data(), 4), 1);
-    mPath = "/missing/out.png";
-    EXPECT_EQ(write(SIDE, SIDE, pixels.data()), 0);
+    for (const auto& [file, result] :
+         {std::pair("/dev/null", 1), std::pair("/dev/full", 0), std::pair("/missing/out.png", 0)}) {
+        remove(mPath.c_str());
+        std::filesystem::create_symlink(file, mPath);
+        EXPECT_EQ(write(SIDE, SIDE) + write(1, 1), 2 * result) << file;
+    }
 }
 
 }  // namespace
