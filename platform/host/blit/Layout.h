@@ -75,6 +75,7 @@ struct PlaneLayout {
         return 0;
     }
     constexpr bool isLinear() const { return packing == Packing::LINEAR; }
+    constexpr bool isRowsOf(Component of) const { return isLinear() && component == of; }
 };
 
 constexpr int MAX_PLANES = 3;
@@ -109,12 +110,9 @@ struct Layout {
     // True where a frame is stored exactly as in the linear format: one plane of RGB, or luma and
     // Cb, Cr pairs of half its height. Only such layouts can be destinations.
     constexpr bool isLinear() const {
-        const bool first = planes[0].isLinear();
-        if (!isYuv(format)) {
-            return first && planeCount == 1 && planes[0].component == Component::RGB;
-        }
-        return first && planeCount == 2 && planes[0].component == Component::LUMA &&
-               planes[1].isLinear() && planes[1].component == Component::CBCR;
+        return isYuv(format)
+                   ? planes[0].isRowsOf(Component::LUMA) && planes[1].isRowsOf(Component::CBCR)
+                   : planes[0].isRowsOf(Component::RGB);
     }
 };
 
