@@ -39,7 +39,8 @@ struct Frame {
     }
 
     int firstDifferenceFrom(Frame& other) {
-        return static_cast<int>(firstDifference(bytes(), other.bytes(), static_cast<size_t>(size)));
+        return static_cast<int>(std::mismatch(bytes(), bytes() + size, other.bytes()).first -
+                                bytes());
     }
 
     Color::ColorFormat format;

@@ -44,14 +44,6 @@ std::vector<std::tuple<Fields...>> table(const std::string& name) {
     return rows;
 }
 
-// The index of the first byte that differs, or size when none does.
-inline size_t firstDifference(const void* some, const void* others, size_t size) {
-    const auto* bytes = static_cast<const unsigned char*>(some);
-    const auto* end = bytes + size;
-    const auto* found = std::mismatch(bytes, end, static_cast<const unsigned char*>(others)).first;
-    return static_cast<size_t>(found - bytes);
-}
-
 inline std::string readFile(const std::string& path) {
     std::ostringstream text;
     text << std::ifstream(path, std::ios::binary).rdbuf();

@@ -33,20 +33,14 @@ for width, height in (1, 1), (1, 1088), (3, 5), (1919, 1079), (1920, 1088), (163
             assert picture.tobytes() == frame, (program, width, height)
         assert os.path.getsize(folder / "dump_converted.png") < 1.1 * len(zlib.compress(frame, 1)) + 100, (program, width)
 
-# A card in each color space, read in that space and in the others, as picture and as YUV.
+# The test pattern in each color space, read in that space and in the others, as picture and as YUV.
 spaces = [line.split()[0] for line in run(tool, "--list-colorspaces").stderr.splitlines()[2:]]
 bars = [(255, 255, 255), (255, 255, 0), (0, 255, 255), (0, 255, 0), (255, 0, 255), (255, 0, 0), (0, 0, 255), (0, 0, 0)]
 grays = [(32 * i + 16,) * 3 for i in range(8)]
-cards = {}
-for space in spaces:
-    made = run(make_dump, "-f", "NV12", "-w", 128, "-h", 64, "--colorspace", space, "-o", folder / space)
-    cards[space] = pathlib.Path(made.stdout.strip())
 
 
-def converted(source, target, *options):
-    """The card of a space after conversion to another one, or to a picture; the output's path."""
-    run(tool, cards[source], "-o", folder, *options)
-    return folder / (cards[source].stem + ("_converted.png" if "--png" in options else "_converted.nv12"))
+def worst(some, others):
+    return max(abs(a - b) for a, b in zip(some, others))
 
 
 def samples(path):
@@ -56,18 +50,17 @@ def samples(path):
     return [frame[128 * 28 + 16 * i + 8] for i in range(8)] + [frame[at + c] for at in pairs for c in (0, 1)]
 
 
-def worst(some, others):
-    return max(abs(a - b) for a, b in zip(some, others))
-
-
-for source in spaces:
+dumps = {space: pathlib.Path(run(make_dump, "-f", "NV12", "-w", 128, "-h", 64, "--colorspace", space, "-o",
+                                 folder / space).stdout.strip()) for space in spaces}
+for source, dump in dumps.items():
     for other in spaces:
-        with Image.open(converted(source, other, "--png", "--input-colorspace", other)) as picture:
-            places = [(16 * i + 8, line) for line in (28, 40) for i in range(8)]
-            seen = [sample for place in places for sample in picture.getpixel(place)[:3]]
+        output = folder / (dump.stem + "_converted")
+        run(tool, dump, "-o", folder, "--png", "--input-colorspace", other)
+        with Image.open(output.with_suffix(".png")) as picture:
+            seen = [sample for line in (28, 40) for i in range(8) for sample in picture.getpixel((16 * i + 8, line))[:3]]
         wrong = worst(seen, [sample for color in bars + grays for sample in color])
         assert (wrong <= 3) == (source == other), f"a picture of {source}, --input-colorspace {other}: {wrong} off"
-        output = converted(source, other, "--input-colorspace", source, "--output-colorspace", other)
-        wrong = worst(samples(output), samples(cards[other]))
-        output.unlink()
+        run(tool, dump, "-o", folder, "--input-colorspace", source, "--output-colorspace", other)
+        wrong = worst(samples(output.with_suffix(".nv12")), samples(dumps[other]))
+        output.with_suffix(".nv12").unlink()
         assert wrong <= 2, f"{source}, --output-colorspace {other}: {wrong} off"
