@@ -34,9 +34,7 @@ struct Frame {
     uint8_t* bytes() { return memory.data(); }
     uint16_t* words() { return reinterpret_cast<uint16_t*>(memory.data()); }
     // A sample of a linear frame. The chroma rows of YUV follow the luma rows.
-    int sample(size_t index) {
-        return format == Color::P010 ? words()[index] >> 6 : bytes()[index];
-    }
+    int sample(int index) { return format == Color::P010 ? words()[index] >> 6 : bytes()[index]; }
 
     int firstDifferenceFrom(Frame& other) {
         return static_cast<int>(std::mismatch(bytes(), bytes() + size, other.bytes()).first -
@@ -72,6 +70,41 @@ int bitsAt(const uint8_t* bytes, int64_t first, int count) {
     return value;
 }
 
+// A plane of a format as the table of layouts has it.
+struct StoredPlane {
+    std::string component;
+    int bits, blockWidth, blockHeight, blockBytes, start;
+
+    bool isChroma() const { return component[0] == 'c'; }
+    // Samples of a linear row from one of the plane's to the next.
+    int step() const { return component == "cb" || component == "cr" ? 2 : 1; }
+
+    // The value that the frame stores for sample x of row y, of so many in a row.
+    int at(Frame& frame, int x, int y, int samples) const {
+        const int block = y / blockHeight * (samples / blockWidth) + x / blockWidth;
+        const int sample = y % blockHeight * blockWidth + x % blockWidth;
+        return bitsAt(frame.bytes(), (start + block * blockBytes) * 8LL + sample * bits, bits);
+    }
+};
+
+// Number of samples of the plane that the linear frame has with another value.
+int countWrongSamples(const StoredPlane& plane, Frame& src, Frame& linear) {
+    const int samples =
+        plane.component == "rgb" ? linear.size / src.height : src.width / plane.step();
+    const int firstRow = plane.isChroma() ? src.height : 0;
+    const int rows = plane.isChroma() ? src.height / 2 : src.height;
+    const int unusedBits = plane.bits - (linear.format == Color::P010 ? 10 : 8);
+    int wrong = 0;
+    for (int i = 0; i < samples * rows; ++i) {
+        const int x = i % samples;
+        const int y = i / samples;
+        const int index = ((firstRow + y) * samples + x) * plane.step();
+        wrong += linear.sample(index + (plane.component == "cr" ? 1 : 0)) !=
+                 plane.at(src, x, y, samples) >> unusedBits;
+    }
+    return wrong;
+}
+
 TEST(Engine, EverySampleIsReadWhereItIsStored) {
     for (const auto& [name, width, height, component, bits, blockWidth, blockHeight, blockBytes,
                       start] :
@@ -81,24 +114,8 @@ TEST(Engine, EverySampleIsReadWhereItIsStored) {
         fillRandomly(src);
         Frame linear(Color::getDefaultOutputFormat(src.format), width, height);
         ASSERT_EQ(convert(src, 0, linear, 0), 0);
-        const bool isChroma = component[0] == 'c';
-        const int step =
-            component == "cb" || component == "cr" ? 2 : 1;  // samples from one Cb to the next
-        const int samples = component == "rgb" ? linear.size / height : width / step;
-        const int unusedBits = bits - (linear.format == Color::P010 ? 10 : 8);
-        int wrong = 0;
-        for (int i = 0; i < samples * (isChroma ? height / 2 : height); ++i) {
-            const int x = i % samples;
-            const int y = i / samples;
-            const int block = y / blockHeight * (samples / blockWidth) + x / blockWidth;
-            const int sample = y % blockHeight * blockWidth + x % blockWidth;
-            const int stored =
-                bitsAt(src.bytes(), (start + block * blockBytes) * 8LL + sample * bits, bits);
-            const int index = ((isChroma ? height : 0) + y) * samples * step + x * step;
-            wrong += linear.sample(static_cast<size_t>(index + (component == "cr" ? 1 : 0))) !=
-                     stored >> unusedBits;
-        }
-        EXPECT_EQ(wrong, 0) << "samples";
+        const StoredPlane plane = {component, bits, blockWidth, blockHeight, blockBytes, start};
+        EXPECT_EQ(countWrongSamples(plane, src, linear), 0) << "samples";
     }
 }
 
@@ -190,7 +207,7 @@ class EngineColor : public testing::TestWithParam<Color::ColorFormat> {
     // its pixels are gray.
     Rgb colorOf(Frame& frame, int space, int x, int y) const {
         const auto sample = [&frame](int column, int row) {
-            return frame.sample(static_cast<size_t>(row * frame.width + column));
+            return frame.sample(row * frame.width + column);
         };
         const bool hasChroma = frame.width > 1 && frame.height > 1;
         const int column = std::min(x / 2, frame.width / 2 - 1) * 2;
@@ -239,9 +256,9 @@ TEST_P(EngineColor, EveryPairOfSpacesIsWithinItsBound) {
                 encode(SPACES.at(static_cast<size_t>(to)), bits(), colorOf(frame, from, x, y),
                        exact);
                 const auto check = [&](int column, int row, double wanted) {
-                    const auto index = static_cast<size_t>(row * frame.width + column);
-                    worst = std::max(worst, std::abs(changed.sample(index) -
-                                                     std::round(std::clamp(wanted, 0.0, top))));
+                    const int sample = changed.sample(row * frame.width + column);
+                    worst = std::max(worst,
+                                     std::abs(sample - std::round(std::clamp(wanted, 0.0, top))));
                 };
                 check(x, y, exact[0]);
                 if (x < frame.width / 2 * 2 && y < frame.height / 2 * 2) {
@@ -399,9 +416,8 @@ TEST(Engine, RefusesAJobWithAnyWrongNumber) {
         const bool hasHeaders =
             Color::isSeparate(src.format) || nameOf(src).find("AFBC") != std::string::npos;
         Color::ColorConvertBuffer sides[] = {src.side(0), linear.side(0)};
-        for (auto& side : sides) {
-            colorFormatInfo(side.mFormat).calculate(side);
-        }
+        colorFormatInfo(src.format).calculate(sides[0]);
+        colorFormatInfo(linear.format).calculate(sides[1]);
         EXPECT_EQ(runJob(sides), 0) << nameOf(src);
         EXPECT_NE(runJob(sides, 1), 0) << nameOf(src) << ", of another job";
         EXPECT_NE(runJob(sides, 0, 1), 0) << nameOf(src) << ", cropped";

@@ -148,6 +148,7 @@ TEST(HostMemory, BuffersInUseAreNotGivenOutAgain) {
 }  // namespace
 
 // Stands in for the C library's function.
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): that has reserved names
 extern "C" void syslog(int priority, const char* format, ...) {
     char text[512];
     va_list arguments;
