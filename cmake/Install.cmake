@@ -1,7 +1,7 @@
 # What is installed, and the Debian package of it.
 include(GNUInstallDirs)
 
-install(TARGETS VexConverter make-dump)
+install(TARGETS VexConverter make-dump probe-dump)
 
 # Manual pages and changelogs are installed compressed.
 function(install_compressed source name folder)
