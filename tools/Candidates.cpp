@@ -37,7 +37,7 @@ constexpr FrameSize SIZES[] = {
     {4032, 3024}, {4160, 3120}, {4608, 3456}};
 
 constexpr size_t MAX_CANDIDATES = 5;
-constexpr double PICTURE = 0.2;  // at most, the score of what nothing else can explain so well
+constexpr double PICTURE = 0.2;  // at most, the score of a reading that is certainly right
 constexpr double NOISE = 0.85;   // at least, the score of noise
 
 // Rows of V, U and Y of YV12 start at multiples of 16 bytes. Where those of YUV420P do too, the two
@@ -110,6 +110,26 @@ double handicap(const Reading& reading, int64_t fileSize) {
            (missing > 0 ? 1.5 + missing : 1);
 }
 
+// Adds the readings that are no noise, and returns the best score.
+double addCandidates(const std::string& path, int64_t fileSize, int64_t span,
+                     const std::vector<Reading>& readings, Search& search) {
+    double best = 1;
+    for (const Reading& reading : readings) {
+        const auto [format, named, aligned, frameSize] = reading;
+        const double score =
+            scoreFrames(path, span, format, aligned.width, aligned.height).value_or(1);
+        best = std::min(best, score);
+        if (score <= NOISE) {
+            const bool both = format == Color::YV12 && isLikeYuv420p(aligned.width);
+            search.candidates.push_back({format, both ? Color::YUV420P : Color::UNKNOWN,
+                                         named.width, named.height, fileSize / frameSize,
+                                         fileSize % frameSize != 0,
+                                         score * handicap(reading, fileSize)});
+        }
+    }
+    return best;
+}
+
 // The text as one word of a shell command.
 std::string quote(const std::string& text) {
     std::string quoted = "'";
@@ -125,33 +145,20 @@ Search rankCandidates(const std::string& path, const CommandLineOptions& known, 
                       int namedHeight) {
     std::error_code error;
     const auto fileSize = static_cast<int64_t>(std::filesystem::file_size(path, error));
-    const auto readings = findReadings(fileSize, known, {namedWidth, namedHeight});
-    int largest = 0;
-    for (const Reading& reading : readings) {
-        largest = std::max(largest, reading.frameSize);
-    }
+    auto readings = findReadings(fileSize, known, {namedWidth, namedHeight});
+    const auto largest = std::max_element(
+        readings.begin(), readings.end(),
+        [](const Reading& a, const Reading& b) { return a.frameSize < b.frameSize; });
+    const int64_t span =
+        largest == readings.end() ? 0 : std::min<int64_t>(fileSize, largest->frameSize);
+    const auto firstCutOff = std::stable_partition(
+        readings.begin(), readings.end(),
+        [fileSize](const Reading& reading) { return fileSize % reading.frameSize == 0; });
     Search search = {{}, !readings.empty()};
-    double best = 1;
-    for (const bool cutOff : {false, true}) {
-        if (cutOff && best <= PICTURE) {
-            break;
-        }
-        for (const Reading& reading : readings) {
-            const auto [format, named, aligned, frameSize] = reading;
-            if ((fileSize % frameSize != 0) != cutOff) {
-                continue;
-            }
-            const double score = scoreFrames(path, std::min<int64_t>(fileSize, largest), format,
-                                             aligned.width, aligned.height)
-                                     .value_or(1);
-            best = std::min(best, score);
-            if (score <= NOISE) {
-                const bool both = format == Color::YV12 && isLikeYuv420p(aligned.width);
-                search.candidates.push_back({format, both ? Color::YUV420P : Color::UNKNOWN,
-                                             named.width, named.height, fileSize / frameSize,
-                                             cutOff, score * handicap(reading, fileSize)});
-            }
-        }
+    const double best =
+        addCandidates(path, fileSize, span, {readings.begin(), firstCutOff}, search);
+    if (best > PICTURE) {
+        addCandidates(path, fileSize, span, {firstCutOff, readings.end()}, search);
     }
     std::stable_sort(search.candidates.begin(), search.candidates.end(),
                      [](const Candidate& a, const Candidate& b) { return a.score < b.score; });

@@ -238,26 +238,27 @@ void check(DumpCheck& dump, const std::string& outputFolder) {
 
 // Says which raw outputs are there already, or are written for two dumps.
 void checkOutputs(std::vector<DumpCheck>& dumps, const std::string& outputFolder) {
-    std::map<std::string, std::vector<DumpCheck*>> writers;
-    for (DumpCheck& dump : dumps) {
+    std::map<std::string, std::vector<const DumpCheck*>> writers;
+    for (const DumpCheck& dump : dumps) {
         if (!dump.outputs.empty()) {
             writers[dump.outputs.front()].push_back(&dump);
         }
     }
-    for (const auto& [output, sources] : writers) {
-        const bool exists = FileUtils::isFile(outputFolder + "/" + output);
-        for (DumpCheck* dump : sources) {
-            if (exists) {
-                dump->problems.push_back("The output " + output +
-                                         " exists already, and raw frames would be appended to "
-                                         "it: remove it, or give another folder with -o.");
-            }
-            if (sources.size() > 1) {
-                const DumpCheck* other = sources[dump == sources[0] ? 1 : 0];
-                dump->problems.push_back("The output " + output + " would be written for " +
-                                         other->path +
-                                         " too: give each an output folder of its own.");
-            }
+    for (DumpCheck& dump : dumps) {
+        if (dump.outputs.empty()) {
+            continue;
+        }
+        const std::string& output = dump.outputs.front();
+        if (FileUtils::isFile(outputFolder + "/" + output)) {
+            dump.problems.push_back("The output " + output +
+                                    " exists already, and raw frames would be appended to it: "
+                                    "remove it, or give another folder with -o.");
+        }
+        const auto& sources = writers[output];
+        if (sources.size() > 1) {
+            const DumpCheck* other = sources[&dump == sources[0] ? 1 : 0];
+            dump.problems.push_back("The output " + output + " would be written for " +
+                                    other->path + " too: give each an output folder of its own.");
         }
     }
 }

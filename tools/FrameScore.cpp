@@ -123,30 +123,30 @@ struct Component {
     }
 };
 
+// Alpha is the same in all pixels of nearly every dump, so its changes count more than those of
+// colors.
+constexpr int ALPHA_WEIGHT = 4;
+
 std::vector<Component> componentsOf(host::LinearFormat format, int width, int lines,
                                     const unsigned char* bytes) {
-    constexpr int ALPHA = 3;
-    constexpr int ALPHA_WEIGHT = 4;  // In nearly all dumps it is the same in all pixels.
     std::vector<Component> all;
     const int size = host::bytesOf(format);
-    if (format == host::LinearFormat::RGB10_A2) {
-        for (int i = 0; i <= ALPHA; ++i) {
-            all.push_back({bytes, size, 10 * i, i == ALPHA ? 3 : 0x3FF, width, 1, width, lines,
-                           i == ALPHA ? ALPHA_WEIGHT : 1});
-        }
-    } else if (!isYuv(format)) {
-        for (int i = 0; i < size; ++i) {
-            all.push_back({bytes + i, 1, 0, 0xFF, width * size, size, width, lines,
-                           i == ALPHA ? ALPHA_WEIGHT : 1});
-        }
-    } else {
+    if (isYuv(format)) {
         const int shift = size == 2 ? 6 : 0;
-        all.push_back({bytes, size, shift, 0x3FF, width, 1, width, lines, 1});
         const unsigned char* chroma = bytes + int64_t{width} * lines * size;
-        for (int i = 0; i < 2; ++i) {
-            all.push_back(
-                {chroma + i * size, size, shift, 0x3FF, width, 2, width / 2, lines / 2, 1});
+        all.push_back({bytes, size, shift, 0x3FF, width, 1, width, lines, 1});
+        all.push_back({chroma, size, shift, 0x3FF, width, 2, width / 2, lines / 2, 1});
+        all.push_back({chroma + size, size, shift, 0x3FF, width, 2, width / 2, lines / 2, 1});
+    } else if (format == host::LinearFormat::RGB10_A2) {
+        for (int i = 0; i < 3; ++i) {
+            all.push_back({bytes, size, 10 * i, 0x3FF, width, 1, width, lines, 1});
         }
+        all.push_back({bytes, size, 30, 3, width, 1, width, lines, ALPHA_WEIGHT});
+    } else {
+        for (int i = 0; i < size; ++i) {
+            all.push_back({bytes + i, 1, 0, 0xFF, width * size, size, width, lines, 1});
+        }
+        all.back().weight = size == 4 ? ALPHA_WEIGHT : 1;
     }
     return all;
 }
@@ -188,7 +188,7 @@ double costOf(const Component& plane, int bandLines, int blockWidth, int blockHe
         plane.copyRow(y, row);
         int64_t edges = 0;
         int64_t edgeCount = 0;
-        for (size_t x = static_cast<size_t>(blockWidth); blockWidth > 0 && x < row.size();
+        for (auto x = static_cast<size_t>(blockWidth); blockWidth > 0 && x < row.size();
              x += static_cast<size_t>(blockWidth)) {
             edges += cost(row[x - 1], row[x]);
             ++edgeCount;
@@ -221,8 +221,8 @@ double costOfBytes(const unsigned char* bytes, int64_t size) {
                     costOfDifference(static_cast<int>(a - b));
         }
     }
-    const double sum = static_cast<double>((size + STEP - 1) / STEP);
-    return cost / (sum * sum);
+    const int64_t sampled = (size + STEP - 1) / STEP;
+    return cost / static_cast<double>(sampled * sampled);
 }
 
 // Bits of words of P010 that are no part of a sample, and 0 in every dump.
