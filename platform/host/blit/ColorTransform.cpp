@@ -24,7 +24,7 @@ ColorTransform fixedPoint(const Affine& affine) {
     return transform;
 }
 
-KERNEL_INLINE int32_t finish(int32_t sum, int32_t max) {
+KERNEL_INLINE int32_t shiftAndClamp(int32_t sum, int32_t max) {
     const int32_t value = sum >> ColorTransform::SHIFT;
     const int32_t low = value < 0 ? 0 : value;
     return low > max ? max : low;
@@ -101,12 +101,13 @@ KERNEL void lumaRow(const ColorTransform& transform, const uint8_t* luma, int wi
     const int pairs = width / 2;
     for (int i = 0; i < pairs; ++i) {
         const uint32_t pair = loadPair<Sample>(luma, i);
-        storePair<Sample>(finish(factor * PairOf<Sample>::first(pair) + terms[i], MAX),
-                          finish(factor * PairOf<Sample>::second(pair) + terms[i], MAX), out, i);
+        storePair<Sample>(shiftAndClamp(factor * PairOf<Sample>::first(pair) + terms[i], MAX),
+                          shiftAndClamp(factor * PairOf<Sample>::second(pair) + terms[i], MAX), out,
+                          i);
     }
     if (width % 2 != 0) {
         const auto last = static_cast<Sample>(PairOf<Sample>::join(
-            finish(factor * loadHalf<Sample>(luma, pairs) + terms[pairs], MAX), 0));
+            shiftAndClamp(factor * loadHalf<Sample>(luma, pairs) + terms[pairs], MAX), 0));
         memcpy(out + 2 * sizeof last * static_cast<size_t>(pairs), &last, sizeof last);
     }
 }
@@ -125,16 +126,16 @@ KERNEL void chromaRow(const ColorTransform& transform, const uint8_t* cbcr, int 
         const uint32_t pair = loadPair<Sample>(cbcr, i);
         const int32_t cb = PairOf<Sample>::first(pair);
         const int32_t cr = PairOf<Sample>::second(pair);
-        storePair<Sample>(finish(cbCb * cb + cbCr * cr + cbOffset, MAX),
-                          finish(crCb * cb + crCr * cr + crOffset, MAX), out, i);
+        storePair<Sample>(shiftAndClamp(cbCb * cb + cbCr * cr + cbOffset, MAX),
+                          shiftAndClamp(crCb * cb + crCr * cr + crOffset, MAX), out, i);
     }
 }
 
 KERNEL_INLINE uint32_t rgbaPixel(const ColorTransform& transform, int32_t y, int32_t redTerm,
                                  int32_t greenTerm, int32_t blueTerm) {
-    const int32_t r = finish(transform.m[0][0] * y + redTerm, 255);
-    const int32_t g = finish(transform.m[1][0] * y + greenTerm, 255);
-    const int32_t b = finish(transform.m[2][0] * y + blueTerm, 255);
+    const int32_t r = shiftAndClamp(transform.m[0][0] * y + redTerm, 255);
+    const int32_t g = shiftAndClamp(transform.m[1][0] * y + greenTerm, 255);
+    const int32_t b = shiftAndClamp(transform.m[2][0] * y + blueTerm, 255);
     return static_cast<uint32_t>(r | g << 8 | b << 16) | 0xFF000000U;
 }
 
@@ -227,17 +228,17 @@ ColorTransform transformToYuv(const Profile& from, const Profile& to, int bits) 
 }
 
 void convertYuvToRgba(LinearFormat from, const ColorTransform& transform, const Strip& strip,
-                      const Planes<ConstRows>& in, Rows out, int32_t* scratch) {
-    forEachLine(from, transform, strip, in.chroma, CHANNELS, scratch, [&](int line) {
-        kernelsOf(from).rgba(transform, in.main.data + line * in.main.pitch, strip.width, scratch,
+                      const Planes<ConstRows>& in, Rows out, int32_t* terms) {
+    forEachLine(from, transform, strip, in.chroma, CHANNELS, terms, [&](int line) {
+        kernelsOf(from).rgba(transform, in.main.data + line * in.main.pitch, strip.width, terms,
                              out.data + line * out.pitch);
     });
 }
 
 void convertYuvToYuv(LinearFormat format, const ColorTransform& transform, const Strip& strip,
-                     const Planes<ConstRows>& in, const Planes<Rows>& out, int32_t* scratch) {
-    forEachLine(format, transform, strip, in.chroma, 1, scratch, [&](int line) {
-        kernelsOf(format).luma(transform, in.main.data + line * in.main.pitch, strip.width, scratch,
+                     const Planes<ConstRows>& in, const Planes<Rows>& out, int32_t* terms) {
+    forEachLine(format, transform, strip, in.chroma, 1, terms, [&](int line) {
+        kernelsOf(format).luma(transform, in.main.data + line * in.main.pitch, strip.width, terms,
                                out.main.data + line * out.main.pitch);
     });
     const int odd = strip.width % 2 * bytesOf(format);

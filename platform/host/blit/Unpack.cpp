@@ -11,12 +11,12 @@ namespace host {
 
 namespace {
 
-// Calls line(from, to) for each line of each whole block.
+// Calls line(from, to) for each line of each block.
 template <typename Line>
 KERNEL_INLINE void forEachBlockLine(const PlaneLayout& plane, int sampleBytes, ConstRows from,
                                     int samples, int lines, Rows to, int lineBytes, Line line) {
     const int blocksAcross = samples / plane.blockWidth;
-    for (int top = 0; top + plane.blockHeight <= lines; top += plane.blockHeight) {
+    for (int top = 0; top < lines; top += plane.blockHeight) {
         const uint8_t* block = from.data + plane.blockOffset;
         uint8_t* out = to.data;
         for (int i = 0; i < blocksAcross; ++i) {
@@ -37,9 +37,9 @@ KERNEL void copyBlocks(const PlaneLayout& plane, ConstRows from, int samples, in
                      [](const uint8_t* in, uint8_t* out) { memcpy(out, in, WIDTH); });
 }
 
-// Unpacks the four lowest samples of BITS bits to 16-bit words that hold the highest 10 of these
-// bits at the top. It separates two pairs of samples, then two samples of each pair, which is
-// several times as fast as sample by sample.
+// Unpacks the four lowest samples of BITS bits to 16-bit words, whose highest 10 bits are the
+// highest 10 of the sample. It first separates two pairs of samples, then the two samples of each
+// pair, which is several times as fast as sample by sample.
 template <int BITS>
 KERNEL_INLINE void unpackFour(uint64_t packed, uint8_t* out) {
     constexpr uint64_t LOW_PAIR = (UINT64_C(1) << 2 * BITS) - 1;
@@ -57,12 +57,12 @@ KERNEL void unpackBits(const PlaneLayout& plane, ConstRows from, int samples, in
                      [](const uint8_t* in, uint8_t* out) {
                          for (int i = 0; i < WIDTH / 4; ++i) {
                              uint64_t packed = 0;
-                             // The last words are loaded from where they don't reach beyond the
-                             // line.
-                             const int at = i * BITS / 2;
-                             const int start = std::min(at, LINE_BYTES - 8);
+                             // The last samples are loaded with those before them, so that the
+                             // word doesn't reach beyond the line.
+                             const int first = i * BITS / 2;
+                             const int start = std::min(first, LINE_BYTES - 8);
                              memcpy(&packed, in + start, sizeof packed);
-                             unpackFour<BITS>(packed >> (at - start) * 8, out + i * 8);
+                             unpackFour<BITS>(packed >> (first - start) * 8, out + i * 8);
                          }
                      });
 }

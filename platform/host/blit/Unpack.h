@@ -22,10 +22,8 @@ struct ConstRows {
         : data(rows.data), pitch(rows.pitch) {}
 };
 
-// Unpacks rows of a plane. samples: per row, whole blocks in a plane of blocks. lines: rows to
-// unpack; of a last block row that they don't fill nothing is written. from: the first row, or the
-// block row that starts with it; its pitch is that of rows or of block rows. sampleBytes: of a
-// sample in to.
+// Unpacks rows of a plane. samples: in each row. lines: the number of rows. In a plane of blocks
+// both are a whole number of blocks, and from has rows of blocks. sampleBytes: of a sample in to.
 void unpackPlane(const PlaneLayout& plane, int sampleBytes, ConstRows from, int samples, int lines,
                  Rows to);
 
