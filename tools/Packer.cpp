@@ -86,10 +86,10 @@ std::vector<uint8_t> packFrame(const LinearFrame& frame, const host::Layout& lay
         static_cast<size_t>(ColorConvert::getFrameSize(width, height, format)));
     for (size_t i = 0; i < static_cast<size_t>(layout.planeCount); ++i) {
         const PlaneLayout& plane = layout.planes[i];
-        const Target target = {plane, dump.data() + planes[i], plane.samples(frame.format, width),
-                               i == 0 ? geometry.mYPitch : geometry.mUVPitch,
-                               sampleBytesOf(frame.format)};
-        for (int y = 0; y < plane.lines(height); ++y) {
+        const Target target = {
+            plane, dump.data() + planes[i], plane.samplesPerRow(frame.format, width),
+            i == 0 ? geometry.mYPitch : geometry.mUVPitch, sampleBytesOf(frame.format)};
+        for (int y = 0; y < plane.rows(height); ++y) {
             for (int x = 0; x < target.samples; ++x) {
                 put(target, x, y, valueAt(frame, plane.component, x, y));
             }

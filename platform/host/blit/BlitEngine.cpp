@@ -30,8 +30,8 @@ int64_t alignmentOf(const Layout& layout) {
 }
 
 // The chroma row that covers a line. The last one also covers the line that an odd height leaves.
-int chromaLineOf(int line, int chromaLines) {
-    return std::max(0, std::min(line / 2, chromaLines - 1));
+int chromaRowOf(int line, int chromaRows) {
+    return std::max(0, std::min(line / 2, chromaRows - 1));
 }
 
 }  // namespace
@@ -41,20 +41,20 @@ int BlitEngine::checkPlane(const char* name, const JobSide& side, Frame& frame, 
     const auto i = static_cast<size_t>(index);
     const Layout& layout = *frame.layout;
     const PlaneLayout& plane = layout.planes[index];
-    const int samples = plane.samples(layout.format, side.width);
-    const int lines = plane.lines(side.height);
+    const int samples = plane.samplesPerRow(layout.format, side.width);
+    const int rows = plane.rows(side.height);
     int64_t bytes = 0;
     if (plane.isLinear()) {
         const int64_t rowBytes = int64_t{samples} * sampleBytesOf(layout.format);
         frame.pitches[i] = index == 0 ? side.yPitch : side.uvPitch;
-        bytes = lines == 0 ? 0 : (lines - 1) * frame.pitches[i] + rowBytes;
+        bytes = rows == 0 ? 0 : (rows - 1) * frame.pitches[i] + rowBytes;
     } else {
-        if (samples % plane.blockWidth != 0 || lines % plane.blockHeight != 0) {
+        if (samples % plane.blockWidth != 0 || rows % plane.blockHeight != 0) {
             return REFUSE(EINVAL, "%s: %d x %d is not a whole number of blocks\n", name, side.width,
                           side.height);
         }
         frame.pitches[i] = int64_t{samples} / plane.blockWidth * plane.blockBytes;
-        bytes = lines / plane.blockHeight * frame.pitches[i];
+        bytes = rows / plane.blockHeight * frame.pitches[i];
     }
     const uint32_t declared = side.sizes[layout.sizeCount == 1 ? 0 : index];
     if (bytes > declared || frame.offsets.planes[i] + bytes > frame.buffer.size) {
@@ -138,6 +138,7 @@ int BlitEngine::checkPair(const Frame& src, const Frame& dst) {
     return 0;
 }
 
+// True when the job computes samples, false when it only moves them.
 bool BlitEngine::changesColors(const Frame& src, const Frame& dst) {
     const LinearFormat format = src.layout->format;
     return format != dst.layout->format || (isYuv(format) && src.profile != dst.profile);
@@ -213,13 +214,12 @@ void BlitEngine::convert(const Frame& src, const Frame& dst) {
                         ? transformToYuv(*src.profile, *dst.profile, bitsOf(format))
                         : transformToRgb(*src.profile, bitsOf(format));
     }
-    const int chromaLines = isYuv(format) ? src.height / 2 : 0;
+    const int chromaRows = isYuv(format) ? src.height / 2 : 0;
     for (int top = 0; top < src.height; top += STRIP_LINES) {
         Strip strip = {src.width, std::min(STRIP_LINES, src.height - top), 0};
-        if (chromaLines > 0) {
+        if (chromaRows > 0) {
             const int bottom = top + strip.lines - 1;
-            strip.chromaLines =
-                chromaLineOf(bottom, chromaLines) - chromaLineOf(top, chromaLines) + 1;
+            strip.chromaRows = chromaRowOf(bottom, chromaRows) - chromaRowOf(top, chromaRows) + 1;
         }
         if (changesColor) {
             convertStrip(src, dst, top, strip, transform);
@@ -237,42 +237,42 @@ Rows BlitEngine::Frame::rows(int plane, int row) const {
 
 // Unpacks rows of a plane of the linear format, beginning with row top. index: the plane of the
 // layout that holds them; of separate planes of Cb and Cr, which are merged, the first one.
-void BlitEngine::unpack(const Frame& src, int index, int top, int lines, Rows to) {
+void BlitEngine::unpack(const Frame& src, int index, int top, int rowCount, Rows to) {
     const LinearFormat format = src.layout->format;
     const PlaneLayout& plane = src.layout->planes[index];
-    const int samples = plane.samples(format, src.width);
+    const int samples = plane.samplesPerRow(format, src.width);
     switch (plane.component) {
         case Component::RGB:
         case Component::LUMA:
         case Component::CBCR:
-            unpackPlane(plane, sampleBytesOf(format), src.rows(index, top), samples, lines, to);
+            unpackPlane(plane, sampleBytesOf(format), src.rows(index, top), samples, rowCount, to);
             break;
         case Component::CB:
         case Component::CR:
             mergeChroma(src.rows(src.layout->cbPlane(), top), src.rows(src.layout->crPlane(), top),
-                        samples, lines, to);
+                        samples, rowCount, to);
             // The pairs of an odd width leave the last byte of the row; it gets the neutral value.
-            for (int line = 0; src.width % 2 != 0 && line < lines; ++line) {
-                to.data[line * to.pitch + src.width - 1] = 128;
+            for (int row = 0; src.width % 2 != 0 && row < rowCount; ++row) {
+                to.data[row * to.pitch + src.width - 1] = 128;
             }
             break;
     }
 }
 
-// Where no color changes, unpacks straight into the destination.
+// Unpacks straight into the destination.
 void BlitEngine::copyStrip(const Frame& src, const Frame& dst, int top, const Strip& strip) {
     unpack(src, 0, top, strip.lines, dst.rows(0, top));
-    if (strip.chromaLines > 0) {
-        const int chromaTop = chromaLineOf(top, src.height / 2);
-        unpack(src, 1, chromaTop, strip.chromaLines, dst.rows(1, chromaTop));
+    if (strip.chromaRows > 0) {
+        const int chromaTop = chromaRowOf(top, src.height / 2);
+        unpack(src, 1, chromaTop, strip.chromaRows, dst.rows(1, chromaTop));
     }
 }
 
 // Returns rows of a plane of the linear format: the source's own where they are stored so, else
 // rows that it unpacks to memory.
-ConstRows BlitEngine::linearRows(const Frame& src, int index, int top, int lines,
+ConstRows BlitEngine::linearRows(const Frame& src, int index, int top, int rowCount,
                                  std::vector<uint8_t>& memory) {
-    if (lines == 0) {
+    if (rowCount == 0) {
         return {};
     }
     const PlaneLayout& plane = src.layout->planes[index];
@@ -280,9 +280,9 @@ ConstRows BlitEngine::linearRows(const Frame& src, int index, int top, int lines
         return src.rows(index, top);
     }
     const ptrdiff_t pitch = ptrdiff_t{src.width} * bytesOf(src.layout->format);
-    memory.resize(static_cast<size_t>(pitch * lines));
+    memory.resize(static_cast<size_t>(pitch * rowCount));
     const Rows unpacked = {memory.data(), pitch};
-    unpack(src, index, top, lines, unpacked);
+    unpack(src, index, top, rowCount, unpacked);
     return unpacked;
 }
 
@@ -295,9 +295,9 @@ void BlitEngine::convertStrip(const Frame& src, const Frame& dst, int top, const
         convertRgbToRgba(format, strip, main, out);
         return;
     }
-    const int chromaTop = chromaLineOf(top, src.height / 2);
+    const int chromaTop = chromaRowOf(top, src.height / 2);
     const Planes<ConstRows> in = {main,
-                                  linearRows(src, 1, chromaTop, strip.chromaLines, mChromaStrip)};
+                                  linearRows(src, 1, chromaTop, strip.chromaRows, mChromaStrip)};
     mChromaTerms.resize(static_cast<size_t>(strip.width) * CHANNELS);
     if (isYuv(dst.layout->format)) {
         const Rows chromaOut = dst.rows(1, chromaTop);

@@ -1,5 +1,7 @@
-// The blit engine. A job converts a frame: the engine checks the configuration of both sides, maps
-// their buffers and converts the frame strip by strip.
+// The blit engine. A job converts one frame. The engine checks both sides of the job against their
+// buffers, maps the buffers, and then works through the frame in strips. It unpacks each strip to
+// the linear format of the source: straight into the destination if no sample changes its value,
+// else into working memory, from where a color transform takes it to the destination.
 #pragma once
 
 #include <cstdint>
@@ -63,13 +65,13 @@ class BlitEngine {
     void convertStrip(const Frame& src, const Frame& dst, int top, const Strip& strip,
                       const ColorTransform& transform);
     static void copyStrip(const Frame& src, const Frame& dst, int top, const Strip& strip);
-    static void unpack(const Frame& src, int index, int top, int lines, Rows to);
-    static ConstRows linearRows(const Frame& src, int index, int top, int lines,
+    static void unpack(const Frame& src, int index, int top, int rowCount, Rows to);
+    static ConstRows linearRows(const Frame& src, int index, int top, int rowCount,
                                 std::vector<uint8_t>& memory);
 
-    std::vector<uint8_t> mMainStrip;
-    std::vector<uint8_t> mChromaStrip;
-    std::vector<int32_t> mChromaTerms;
+    std::vector<uint8_t> mMainStrip;    // unpacked rows of pixels or luma
+    std::vector<uint8_t> mChromaStrip;  // unpacked rows of Cb, Cr pairs
+    std::vector<int32_t> mChromaTerms;  // working memory of the color transform
     bool mWarnedOfCompression = false;
 };
 

@@ -181,18 +181,18 @@ void forEachLine(LinearFormat format, const ColorTransform& transform, const Str
                  ConstRows chroma, int outputs, int32_t* terms, Row row) {
     const int32_t middle = 1 << (bitsOf(format) - 1);
     const int count = termsOf(strip.width);
-    const bool gray = strip.chromaLines == 0 || strip.width < 2;
+    const bool gray = strip.chromaRows == 0 || strip.width < 2;
     for (int k = 0; gray && k < outputs; ++k) {
         std::fill_n(terms + k * count, count,
                     (transform.m[k][1] + transform.m[k][2]) * middle + transform.offset[k]);
     }
     for (int line = 0; line < strip.lines; ++line) {
         if (!gray && line % 2 == 0) {
-            const int chromaLine = std::min(line / 2, strip.chromaLines - 1);
+            const uint8_t* cbcr =
+                chroma.data + std::min(line / 2, strip.chromaRows - 1) * chroma.pitch;
             for (int k = 0; k < outputs; ++k) {
                 int32_t* rowTerms = terms + k * count;
-                kernelsOf(format).terms(transform, k, chroma.data + chromaLine * chroma.pitch,
-                                        strip.width, rowTerms);
+                kernelsOf(format).terms(transform, k, cbcr, strip.width, rowTerms);
                 // With an odd width the last pair covers the last column too.
                 rowTerms[count - 1] = rowTerms[strip.width / 2 - 1];
             }
@@ -243,9 +243,9 @@ void convertYuvToYuv(LinearFormat format, const ColorTransform& transform, const
     });
     const int odd = strip.width % 2 * bytesOf(format);
     const int paired = strip.width / 2 * 2 * bytesOf(format);
-    for (int line = 0; line < strip.chromaLines; ++line) {
-        const uint8_t* from = in.chroma.data + line * in.chroma.pitch;
-        uint8_t* to = out.chroma.data + line * out.chroma.pitch;
+    for (int row = 0; row < strip.chromaRows; ++row) {
+        const uint8_t* from = in.chroma.data + row * in.chroma.pitch;
+        uint8_t* to = out.chroma.data + row * out.chroma.pitch;
         kernelsOf(format).chroma(transform, from, strip.width, to);
         std::copy_n(from + paired, odd, to + paired);
     }

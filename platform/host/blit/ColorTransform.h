@@ -29,7 +29,7 @@ ColorTransform transformToYuv(const Profile& from, const Profile& to, int bits);
 struct Strip {
     int width;
     int lines;
-    int chromaLines;  // 0 for a frame without chroma rows
+    int chromaRows;  // 0 for a frame without chroma rows
 };
 // The rows of a strip: those of pixels or luma, and those of Cb, Cr pairs.
 template <typename R>

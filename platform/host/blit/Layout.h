@@ -52,7 +52,7 @@ struct PlaneLayout {
     int blockOffset = 0;  // bytes from the start of a block to the samples of this plane
 
     // Samples in a row of a frame that is width pixels wide.
-    int samples(LinearFormat format, int width) const {
+    int samplesPerRow(LinearFormat format, int width) const {
         switch (component) {
             case Component::RGB:
                 return width * bytesOf(format);
@@ -66,7 +66,7 @@ struct PlaneLayout {
         return 0;
     }
     // Rows of the plane in a frame of height lines.
-    int lines(int height) const {
+    int rows(int height) const {
         switch (component) {
             case Component::RGB:
             case Component::LUMA:

@@ -14,9 +14,9 @@ namespace {
 // Calls line(from, to) for each line of each block.
 template <typename Line>
 KERNEL_INLINE void forEachBlockLine(const PlaneLayout& plane, int sampleBytes, ConstRows from,
-                                    int samples, int lines, Rows to, int lineBytes, Line line) {
+                                    int samples, int rowCount, Rows to, int lineBytes, Line line) {
     const int blocksAcross = samples / plane.blockWidth;
-    for (int top = 0; top < lines; top += plane.blockHeight) {
+    for (int top = 0; top < rowCount; top += plane.blockHeight) {
         const uint8_t* block = from.data + plane.blockOffset;
         uint8_t* out = to.data;
         for (int i = 0; i < blocksAcross; ++i) {
@@ -32,8 +32,9 @@ KERNEL_INLINE void forEachBlockLine(const PlaneLayout& plane, int sampleBytes, C
 }
 
 template <int WIDTH>
-KERNEL void copyBlocks(const PlaneLayout& plane, ConstRows from, int samples, int lines, Rows to) {
-    forEachBlockLine(plane, 1, from, samples, lines, to, WIDTH,
+KERNEL void copyBlocks(const PlaneLayout& plane, ConstRows from, int samples, int rowCount,
+                       Rows to) {
+    forEachBlockLine(plane, 1, from, samples, rowCount, to, WIDTH,
                      [](const uint8_t* in, uint8_t* out) { memcpy(out, in, WIDTH); });
 }
 
@@ -51,9 +52,10 @@ KERNEL_INLINE void unpackFour(uint64_t packed, uint8_t* out) {
 }
 
 template <int BITS, int WIDTH>
-KERNEL void unpackBits(const PlaneLayout& plane, ConstRows from, int samples, int lines, Rows to) {
+KERNEL void unpackBits(const PlaneLayout& plane, ConstRows from, int samples, int rowCount,
+                       Rows to) {
     constexpr int LINE_BYTES = WIDTH * BITS / 8;
-    forEachBlockLine(plane, 2, from, samples, lines, to, LINE_BYTES,
+    forEachBlockLine(plane, 2, from, samples, rowCount, to, LINE_BYTES,
                      [](const uint8_t* in, uint8_t* out) {
                          for (int i = 0; i < WIDTH / 4; ++i) {
                              uint64_t packed = 0;
@@ -69,38 +71,38 @@ KERNEL void unpackBits(const PlaneLayout& plane, ConstRows from, int samples, in
 
 }  // namespace
 
-void unpackPlane(const PlaneLayout& plane, int sampleBytes, ConstRows from, int samples, int lines,
-                 Rows to) {
+void unpackPlane(const PlaneLayout& plane, int sampleBytes, ConstRows from, int samples,
+                 int rowCount, Rows to) {
     switch (plane.packing) {
         case Packing::LINEAR:
             libyuv::CopyPlane(from.data, static_cast<int>(from.pitch), to.data,
-                              static_cast<int>(to.pitch), samples * sampleBytes, lines);
+                              static_cast<int>(to.pitch), samples * sampleBytes, rowCount);
             break;
         case Packing::BLOCKS_8:
             if (plane.blockWidth == 8) {
-                copyBlocks<8>(plane, from, samples, lines, to);
+                copyBlocks<8>(plane, from, samples, rowCount, to);
             } else if (plane.blockWidth == 16) {
-                copyBlocks<16>(plane, from, samples, lines, to);
+                copyBlocks<16>(plane, from, samples, rowCount, to);
             } else {
-                copyBlocks<64>(plane, from, samples, lines, to);
+                copyBlocks<64>(plane, from, samples, rowCount, to);
             }
             break;
         case Packing::BLOCKS_10:
-            unpackBits<10, 16>(plane, from, samples, lines, to);
+            unpackBits<10, 16>(plane, from, samples, rowCount, to);
             break;
         case Packing::BLOCKS_12:
             if (plane.blockWidth == 16) {
-                unpackBits<12, 16>(plane, from, samples, lines, to);
+                unpackBits<12, 16>(plane, from, samples, rowCount, to);
             } else {
-                unpackBits<12, 8>(plane, from, samples, lines, to);
+                unpackBits<12, 8>(plane, from, samples, rowCount, to);
             }
             break;
     }
 }
 
-void mergeChroma(ConstRows cb, ConstRows cr, int pairs, int lines, Rows to) {
+void mergeChroma(ConstRows cb, ConstRows cr, int pairs, int rowCount, Rows to) {
     libyuv::MergeUVPlane(cb.data, static_cast<int>(cb.pitch), cr.data, static_cast<int>(cr.pitch),
-                         to.data, static_cast<int>(to.pitch), pairs, lines);
+                         to.data, static_cast<int>(to.pitch), pairs, rowCount);
 }
 
 }  // namespace host

@@ -22,12 +22,12 @@ struct ConstRows {
         : data(rows.data), pitch(rows.pitch) {}
 };
 
-// Unpacks rows of a plane. samples: in each row. lines: the number of rows. In a plane of blocks
-// both are a whole number of blocks, and from has rows of blocks. sampleBytes: of a sample in to.
-void unpackPlane(const PlaneLayout& plane, int sampleBytes, ConstRows from, int samples, int lines,
-                 Rows to);
+// Unpacks rows of a plane. samples: of each row. In a plane of blocks, samples and rowCount are a
+// whole number of blocks, and from holds rows of blocks. sampleBytes: bytes of a sample in to.
+void unpackPlane(const PlaneLayout& plane, int sampleBytes, ConstRows from, int samples,
+                 int rowCount, Rows to);
 
 // Interleaves a plane of Cb bytes and one of Cr bytes.
-void mergeChroma(ConstRows cb, ConstRows cr, int pairs, int lines, Rows to);
+void mergeChroma(ConstRows cb, ConstRows cr, int pairs, int rowCount, Rows to);
 
 }  // namespace host
