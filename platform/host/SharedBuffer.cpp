@@ -8,9 +8,7 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <csignal>
-#include <cstdint>
 #include <cstring>
 #include <string>
 

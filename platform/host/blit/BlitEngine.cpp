@@ -16,10 +16,12 @@ namespace host {
 
 namespace {
 
-// True for the conversions that compute samples: from any other format to RGBA32, and between two
-// color spaces in one YUV format.
+// True for the conversions that compute samples: to RGBA32, and between two color spaces in one YUV
+// format.
 bool canComputeSamples(LinearFormat from, LinearFormat to) {
-    return to == LinearFormat::RGBA32 ? from != to : from == to && isYuv(from);
+    const bool toRgba =
+        isYuv(from) || from == LinearFormat::RGB24 || from == LinearFormat::RGB10_A2;
+    return to == LinearFormat::RGBA32 ? toRgba : from == to && isYuv(from);
 }
 
 // The alignment, in bytes, of rows and pitches: the kernels access rows as words of a pixel or a
@@ -300,8 +302,8 @@ void BlitEngine::convertStrip(const Frame& src, const Frame& dst, int top, const
                                   linearRows(src, 1, chromaTop, strip.chromaRows, mChromaStrip)};
     mChromaTerms.resize(static_cast<size_t>(strip.width) * CHANNELS);
     if (isYuv(dst.layout->format)) {
-        const Rows chromaOut = dst.rows(1, chromaTop);
-        convertYuvToYuv(format, transform, strip, in, {out, chromaOut}, mChromaTerms.data());
+        convertYuvToYuv(format, transform, strip, in, {out, dst.rows(1, chromaTop)},
+                        mChromaTerms.data());
     } else {
         convertYuvToRgba(format, transform, strip, in, out, mChromaTerms.data());
     }
