@@ -12,12 +12,11 @@
 
 namespace {
 
-using host::isError;
 using host::resultOf;
 
 // Stores the descriptor for the caller and returns 0. Returns an error without storing it.
 int give(int descriptor, int* to) {
-    if (isError(descriptor)) {
+    if (host::isError(descriptor)) {
         return descriptor;
     }
     *to = descriptor;
