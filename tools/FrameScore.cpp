@@ -27,13 +27,14 @@ int maxBandsOf(const FrameGeometry& frame) { return frame.layout.planes[0].isLin
 
 // Bytes of this many lines of the frame in a plane: of rows, or of rows of blocks.
 int64_t bytesOf(const FrameGeometry& frame, size_t plane, int lines) {
-    const host::PlaneLayout& rows = frame.layout.planes[plane];
-    const int64_t count = rows.lines(lines);
-    if (rows.isLinear()) {
-        return count * (plane == 0 ? frame.buffer.mYPitch : frame.buffer.mUVPitch);
+    const host::PlaneLayout& layout = frame.layout.planes[plane];
+    const int64_t rows = layout.rows(lines);
+    if (layout.isLinear()) {
+        return rows * (plane == 0 ? frame.buffer.mYPitch : frame.buffer.mUVPitch);
     }
-    const int64_t blocks = rows.samples(frame.layout.format, frame.buffer.mWidth) / rows.blockWidth;
-    return count / rows.blockHeight * blocks * rows.blockBytes;
+    const int64_t blocks =
+        layout.samplesPerRow(frame.layout.format, frame.buffer.mWidth) / layout.blockWidth;
+    return rows / layout.blockHeight * blocks * layout.blockBytes;
 }
 
 // Number of bands of a plane, from the top, that the file holds.
@@ -176,7 +177,7 @@ class NeighborCost {
     Sum mSums[2];  // inside blocks, at their edges
 };
 
-// The mean cost of a sample. Blocks of a linear format have no width and height.
+// The mean cost of a sample. Blocks of a linear format have no width.
 double costOf(const Component& plane, int bandLines, int blockWidth, int blockHeight) {
     NeighborCost inLines;
     NeighborCost inColumns;
@@ -201,7 +202,7 @@ double costOf(const Component& plane, int bandLines, int blockWidth, int blockHe
             plane.copyRow(y + 1, next);
             inColumns.add(std::inner_product(row.begin(), row.end(), next.begin(), INT64_C(0),
                                              std::plus<>(), cost),
-                          plane.width, blockHeight > 0 && (y + 1) % blockHeight == 0);
+                          plane.width, blockWidth > 0 && (y + 1) % blockHeight == 0);
         }
     }
     return (inLines.mean() + inColumns.mean()) / 2;
