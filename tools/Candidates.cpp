@@ -38,7 +38,6 @@ constexpr FrameSize SIZES[] = {
 
 constexpr size_t MAX_CANDIDATES = 5;
 constexpr double PICTURE = 0.2;  // at most, the score of a reading that is certainly right
-constexpr double NOISE = 0.85;   // at least, the score of noise
 
 // Rows of V, U and Y of YV12 start at multiples of 16 bytes. Where those of YUV420P do too, the two
 // formats differ in the order of U and V alone.
@@ -50,6 +49,7 @@ struct Reading {
     FrameSize named;
     FrameSize aligned;
     int frameSize;  // bytes
+    FrameScore score = {};
 };
 
 bool isReadByBoard(Color::ColorFormat format) {
@@ -110,25 +110,38 @@ double handicap(const Reading& reading, int64_t fileSize) {
            (missing > 0 ? 1.5 + missing : 1);
 }
 
-// Adds the readings that are no noise, and returns the best score.
-double addCandidates(const std::string& path, int64_t fileSize, int64_t span,
-                     const std::vector<Reading>& readings, Search& search) {
-    double best = 1;
-    for (const Reading& reading : readings) {
-        const auto [format, named, aligned, frameSize] = reading;
-        const double score =
-            scoreFrames(path, span, format, aligned.width, aligned.height).value_or(1);
-        best = std::min(best, score);
-        if (score <= NOISE) {
-            const bool both = format == Color::YV12 && isLikeYuv420p(aligned.width);
-            search.candidates.push_back({format, both ? Color::YUV420P : Color::UNKNOWN,
-                                         named.width, named.height, fileSize / frameSize,
-                                         fileSize % frameSize != 0,
-                                         score * handicap(reading, fileSize)});
-        }
+using Readings = std::vector<Reading>;
+
+// Scores readings of the first span bytes of a file and returns the best, the best first, without
+// those that say nothing.
+class Ranking {
+  public:
+    Ranking(const std::string& path, int64_t fileSize, int64_t span)
+        : mPath(path), mFileSize(fileSize), mSpan(span) {}
+
+    Readings best(Readings readings, ScoredLines scored) const {
+        const auto saysNothing = [&](Reading& reading) {
+            const auto score = scoreFrames(mPath, mSpan, scored, reading.format,
+                                           reading.aligned.width, reading.aligned.height);
+            reading.score = score.value_or(FrameScore());
+            return !score;
+        };
+        readings.erase(std::remove_if(readings.begin(), readings.end(), saysNothing),
+                       readings.end());
+        const auto rank = [this](const Reading& reading) {
+            return reading.score.score * handicap(reading, mFileSize);
+        };
+        std::stable_sort(readings.begin(), readings.end(),
+                         [&](const Reading& a, const Reading& b) { return rank(a) < rank(b); });
+        readings.resize(std::min(readings.size(), MAX_CANDIDATES));
+        return readings;
     }
-    return best;
-}
+
+  private:
+    const std::string& mPath;
+    const int64_t mFileSize;
+    const int64_t mSpan;
+};
 
 // The text as one word of a shell command.
 std::string quote(const std::string& text) {
@@ -145,24 +158,40 @@ Search rankCandidates(const std::string& path, const CommandLineOptions& known, 
                       int namedHeight) {
     std::error_code error;
     const auto fileSize = static_cast<int64_t>(std::filesystem::file_size(path, error));
-    auto readings = findReadings(fileSize, known, {namedWidth, namedHeight});
-    const auto largest = std::max_element(
-        readings.begin(), readings.end(),
-        [](const Reading& a, const Reading& b) { return a.frameSize < b.frameSize; });
-    const int64_t span =
-        largest == readings.end() ? 0 : std::min<int64_t>(fileSize, largest->frameSize);
-    const auto firstCutOff = std::stable_partition(
-        readings.begin(), readings.end(),
-        [fileSize](const Reading& reading) { return fileSize % reading.frameSize == 0; });
-    Search search = {{}, !readings.empty()};
-    const double best =
-        addCandidates(path, fileSize, span, {readings.begin(), firstCutOff}, search);
-    if (best > PICTURE) {
-        addCandidates(path, fileSize, span, {firstCutOff, readings.end()}, search);
+    Readings whole = findReadings(fileSize, known, {namedWidth, namedHeight});
+    if (whole.empty()) {
+        return {{}, false};
     }
-    std::stable_sort(search.candidates.begin(), search.candidates.end(),
-                     [](const Candidate& a, const Candidate& b) { return a.score < b.score; });
-    search.candidates.resize(std::min(search.candidates.size(), MAX_CANDIDATES));
+    const auto largest = std::max_element(
+        whole.begin(), whole.end(),
+        [](const Reading& a, const Reading& b) { return a.frameSize < b.frameSize; });
+    const Ranking ranking(path, fileSize, std::min<int64_t>(fileSize, largest->frameSize));
+    Readings cutOff;
+    const auto isCutOff = [fileSize](const Reading& reading) {
+        return fileSize % reading.frameSize != 0;
+    };
+    std::copy_if(whole.begin(), whole.end(), std::back_inserter(cutOff), isCutOff);
+    whole.erase(std::remove_if(whole.begin(), whole.end(), isCutOff), whole.end());
+
+    // Few lines are enough to find the best five of each; many decide between them.
+    Readings best = ranking.best(std::move(whole), ScoredLines::FEW);
+    if (best.empty() || best.front().score.score > PICTURE) {
+        const Readings more = ranking.best(std::move(cutOff), ScoredLines::FEW);
+        best.insert(best.end(), more.begin(), more.end());
+    }
+    best = ranking.best(std::move(best), ScoredLines::MANY);
+    Search search = {{}, true};
+    for (const Reading& reading : best) {
+        if (best.front().score.isNoise) {
+            break;
+        }
+        const bool both = reading.format == Color::YV12 && isLikeYuv420p(reading.aligned.width);
+        if (!reading.score.isNoise) {
+            search.candidates.push_back({reading.format, both ? Color::YUV420P : Color::UNKNOWN,
+                                         reading.named.width, reading.named.height,
+                                         fileSize / reading.frameSize, isCutOff(reading)});
+        }
+    }
     return search;
 }
 

@@ -15,7 +15,6 @@ struct Candidate {
     int height;                       // lines, before alignment
     int64_t frames;                   // whole frames in the file
     bool cutOff;                      // the file ends within a frame
-    double score;                     // see FrameScore.h
 };
 
 struct Search {

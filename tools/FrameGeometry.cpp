@@ -7,7 +7,8 @@
 #include "fileutils/FileUtils.h"
 
 FrameGeometry::FrameGeometry(ColorConvert::ColorFormat format, int width, int height)
-    : layout(*host::findLayout(colorFormatInfo(format).pxColor)) {
+    : size(ColorConvert::getFrameSize(width, height, format)),
+      layout(*host::findLayout(colorFormatInfo(format).pxColor)) {
     buffer.mFormat = format;
     buffer.mWidth = width;
     buffer.mHeight = height;

@@ -14,6 +14,7 @@ struct FrameGeometry {
     // compressed then.
     bool isCompressed(const std::string& path) const;
 
+    const int size;  // bytes
     const host::Layout& layout;
     ColorConvert::ColorConvertBuffer buffer;  // sizes and pitches of the planes
     host::Offsets offsets;

@@ -17,13 +17,21 @@ namespace {
 
 using Color = ColorConvert;
 
+constexpr double NOISE = 0.85;  // at least, the cost of neighbors as a share of that of any samples
+
 // Lines of a band: at least two rows of blocks, or a few rows.
 int bandLinesOf(const FrameGeometry& frame) {
-    return std::min(frame.buffer.mHeight, frame.layout.planes[0].isLinear() ? 8 : 64);
+    return std::min(frame.buffer.mHeight, frame.layout.planes[0].isLinear() ? 16 : 64);
 }
 
 // Bands to score, at most.
-int maxBandsOf(const FrameGeometry& frame) { return frame.layout.planes[0].isLinear() ? 24 : 6; }
+int64_t maxBandsOf(const FrameGeometry& frame, ScoredLines scored) {
+    constexpr int64_t FEW_LINES = 256;
+    constexpr int64_t MANY_SAMPLES = 4 << 20;  // of luma, or pixels
+    const int64_t lines =
+        scored == ScoredLines::FEW ? FEW_LINES : MANY_SAMPLES / frame.buffer.mWidth;
+    return std::max<int64_t>(2, lines / bandLinesOf(frame));
+}
 
 // Bytes of this many lines of the frame in a plane: of rows, or of rows of blocks.
 int64_t bytesOf(const FrameGeometry& frame, size_t plane, int lines) {
@@ -37,40 +45,44 @@ int64_t bytesOf(const FrameGeometry& frame, size_t plane, int lines) {
     return rows / layout.blockHeight * blocks * layout.blockBytes;
 }
 
-// Number of bands of a plane, from the top, that the file holds.
-int heldBands(const FrameGeometry& frame, size_t plane, int64_t span, int bandLines) {
+// The bands of a plane that the first span bytes of a file hold.
+struct HeldBands {
+    int64_t perFrame;
+    int64_t frames;
+    int64_t all() const { return perFrame * frames; }
+};
+
+HeldBands heldBands(const FrameGeometry& frame, size_t plane, int64_t span, int bandLines) {
     const int64_t bytes = std::max<int64_t>(1, bytesOf(frame, plane, bandLines));
     const int64_t held = std::max<int64_t>(0, span - frame.offsets.planes[plane]) / bytes;
-    return static_cast<int>(std::min<int64_t>(held, frame.buffer.mHeight / bandLines));
+    return {std::min<int64_t>(held, frame.buffer.mHeight / bandLines),
+            std::max<int64_t>(1, span / frame.size)};
 }
 
-// Number of bands to score, 0 where the file holds less than a third of a plane.
-int countBands(const FrameGeometry& frame, int64_t span, int bandLines) {
-    int count = maxBandsOf(frame);
+// Number of bands to score, at most count; 0 where the file holds less than a third of a plane.
+int countBands(const FrameGeometry& frame, int64_t span, int bandLines, int64_t count) {
     for (size_t i = 0; i < static_cast<size_t>(frame.layout.planeCount); ++i) {
-        const int held = heldBands(frame, i, span, bandLines);
-        count = held * 3 < frame.buffer.mHeight / bandLines ? 0 : std::min(count, held);
+        const HeldBands held = heldBands(frame, i, span, bandLines);
+        const bool enough = held.perFrame * 3 >= frame.buffer.mHeight / bandLines;
+        count = enough ? std::min(count, held.all()) : 0;
     }
-    return count < 2 ? count : count / 2 * 2;  // heights of Lumo are multiples of two bands
+    // Heights of Lumo are multiples of two bands.
+    return static_cast<int>(count < 2 ? count : count / 2 * 2);
 }
 
-// Fills a frame of few lines with bands of the frames that begin within span bytes of the file. The
-// bands are spread over these frames and, in each plane, over what the file holds of it.
+// Fills a frame of few lines with bands that are spread, in each plane, over all that are held.
 void readBands(const std::string& path, const FrameGeometry& frame, const FrameGeometry& low,
                int64_t span, int bandLines, unsigned char* to) {
-    const int bands = low.buffer.mHeight / bandLines;
-    const int frameSize =
-        Color::getFrameSize(frame.buffer.mWidth, frame.buffer.mHeight, frame.buffer.mFormat);
-    const int64_t frames = std::max<int64_t>(1, span / frameSize);
+    const int64_t bands = low.buffer.mHeight / bandLines;
     for (size_t i = 0; i < static_cast<size_t>(frame.layout.planeCount); ++i) {
         const int64_t bytes = bytesOf(frame, i, bandLines);
-        const int held = heldBands(frame, i, span, bandLines);
-        for (int band = 0; band < bands; ++band) {
-            const int64_t start = band * frames / bands * frameSize + frame.offsets.planes[i];
-            const int64_t from = (2 * band + 1) * held / (2 * bands);
+        const HeldBands held = heldBands(frame, i, span, bandLines);
+        for (int64_t band = 0; band < bands; ++band) {
+            const int64_t from = (2 * band + 1) * held.all() / (2 * bands);
+            const int64_t offset = from / held.perFrame * frame.size + frame.offsets.planes[i] +
+                                   from % held.perFrame * bytes;
             FileUtils::readFromFile(path, to + low.offsets.planes[i] + band * bytes,
-                                    static_cast<int>(bytes), static_cast<int>(start + from * bytes),
-                                    1);
+                                    static_cast<int>(bytes), static_cast<int>(offset), 1);
         }
     }
 }
@@ -177,13 +189,23 @@ class NeighborCost {
     Sum mSums[2];  // inside blocks, at their edges
 };
 
-// The mean cost of a sample. Blocks of a linear format have no width.
-double costOf(const Component& plane, int bandLines, int blockWidth, int blockHeight) {
+struct Cost {
+    double near;  // mean of the differences of neighbors
+    double far;   // mean of the differences of samples in distant lines and columns
+};
+
+// The costs of a component. Blocks of a linear format have no width.
+Cost costOf(const Component& plane, int bandLines, int blockWidth, int blockHeight) {
     NeighborCost inLines;
     NeighborCost inColumns;
+    NeighborCost distant;
     std::vector<int> row(static_cast<size_t>(plane.width));
-    std::vector<int> next(row.size());
+    std::vector<int> other(row.size());
     const auto cost = [](int a, int b) { return costOfDifference(a - b); };
+    const auto costBetween = [&] {
+        return std::inner_product(row.begin(), row.end(), other.begin(), INT64_C(0), std::plus<>(),
+                                  cost);
+    };
     // Every second line is enough. These include the last ones of rows of blocks.
     for (int y = 1; y < plane.lines; y += 2) {
         plane.copyRow(y, row);
@@ -199,13 +221,14 @@ double costOf(const Component& plane, int bandLines, int blockWidth, int blockHe
         inLines.add(edges, edgeCount, true);
         inLines.add(all - edges, plane.width - 1 - edgeCount, false);
         if ((y + 1) % bandLines != 0) {
-            plane.copyRow(y + 1, next);
-            inColumns.add(std::inner_product(row.begin(), row.end(), next.begin(), INT64_C(0),
-                                             std::plus<>(), cost),
-                          plane.width, blockWidth > 0 && (y + 1) % blockHeight == 0);
+            plane.copyRow(y + 1, other);
+            inColumns.add(costBetween(), plane.width, blockWidth > 0 && (y + 1) % blockHeight == 0);
         }
+        plane.copyRow((y + plane.lines / 2) % plane.lines, other);
+        std::rotate(other.begin(), other.begin() + plane.width * 3 / 8, other.end());
+        distant.add(costBetween(), plane.width, false);
     }
-    return (inLines.mean() + inColumns.mean()) / 2;
+    return {(inLines.mean() + inColumns.mean()) / 2, distant.mean()};
 }
 
 // The mean cost of the difference of any two bytes.
@@ -237,11 +260,11 @@ double costOfUnusedBits(const unsigned char* words, int64_t size) {
 
 }  // namespace
 
-std::optional<double> scoreFrames(const std::string& path, int64_t span, Color::ColorFormat format,
-                                  int width, int height) {
+std::optional<FrameScore> scoreFrames(const std::string& path, int64_t span, ScoredLines scored,
+                                      Color::ColorFormat format, int width, int height) {
     const FrameGeometry frame(format, width, height);
     const int bandLines = bandLinesOf(frame);
-    const int lines = countBands(frame, span, bandLines) * bandLines;
+    const int lines = countBands(frame, span, bandLines, maxBandsOf(frame, scored)) * bandLines;
     const int size = Color::getFrameSize(width, lines, format);
     if (lines == 0 || size <= 0 || frame.isCompressed(path)) {
         return {};
@@ -261,13 +284,17 @@ std::optional<double> scoreFrames(const std::string& path, int64_t span, Color::
         return {};
     }
     double cost = format == Color::P010 ? costOfUnusedBits(src.data(), size) : 0;
+    bool isNoise = false;
     const host::LinearFormat linear = frame.layout.format;
-    for (const Component& plane : componentsOf(linear, width, lines, dst.data())) {
+    const auto components = componentsOf(linear, width, lines, dst.data());
+    for (const Component& plane : components) {
         const host::PlaneLayout& stored = frame.layout.planes[plane.lines < lines ? 1 : 0];
         const int perSample = plane.step * plane.sampleBytes / sampleBytesOf(linear);
-        cost += costOf(plane, plane.lines * bandLines / lines, stored.blockWidth / perSample,
-                       stored.blockHeight) *
-                plane.weight * plane.width * plane.lines;
+        const auto [near, far] = costOf(plane, plane.lines * bandLines / lines,
+                                        stored.blockWidth / perSample, stored.blockHeight);
+        isNoise = isNoise || (&plane == &components.front() && near > NOISE * far);
+        cost += near * plane.weight * plane.width * plane.lines;
     }
-    return std::min(1.0, cost / bytesCost);
+    const double score = cost / bytesCost;
+    return FrameScore{score, isNoise || score > NOISE};
 }

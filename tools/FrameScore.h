@@ -7,10 +7,13 @@
 
 #include "color/ColorConvert.h"
 
-// The cost of a frame's samples as a share of the cost of its bytes: near 0 in a picture, near 1 in
-// noise. No value where the frame says nothing: its bytes have one value, its blocks are
-// compressed, or the file does not hold enough of it.
-//
+struct FrameScore {
+    double score;  // the cost of the samples as a share of the cost of the bytes; 0 is best
+    bool isNoise;  // neighbors in luma, or in the first color, are no more alike than any samples
+};
+
+enum class ScoredLines { FEW, MANY };
+
 // The cost of samples is the mean number of bits, a byte of the dump, of the differences of
 // neighbors in lines and columns. Neighbors in a picture are alike. With a wrong width lines are
 // torn, blocks that are read as lines break after every few samples, and chroma planes that are
@@ -18,9 +21,10 @@
 // the format that explains the bytes with the fewest bits has the lowest score, as in an encoder
 // that chooses a predictor by the size of its residuals.
 //
-// It is computed from a few bands of lines, which the tool's own engine converts to the linear
-// format. They are spread over the first span bytes of the file, which it holds, so that readings
-// with small and with large frames look at the same part of it. width (pixels) and height (lines)
-// are aligned.
-std::optional<double> scoreFrames(const std::string& path, int64_t span,
-                                  ColorConvert::ColorFormat format, int width, int height);
+// It is computed from bands of lines, which the tool's own engine converts to the linear format.
+// They are spread over the first span bytes of the file, which it holds, so that readings with
+// small and with large frames look at the same part of it. width (pixels) and height (lines) are
+// aligned. No value where the bytes have one value, the blocks are compressed, or the file does not
+// hold enough of a frame.
+std::optional<FrameScore> scoreFrames(const std::string& path, int64_t span, ScoredLines scored,
+                                      ColorConvert::ColorFormat format, int width, int height);
