@@ -22,17 +22,18 @@ namespace {
 constexpr const char* USAGE =
     "Usage: make-dump -f FORMAT -w WIDTH -h HEIGHT [-o FOLDER] [-n FRAMES]\n"
     "                 [-i FILE [-r FORMAT]] [--colorspace COLORSPACE]\n"
-    "Writes a test card as a dump and prints the names of its files.\n"
-    "  -f, --format FORMAT        color format of the dump, as VexConverter lists them\n"
+    "Writes a test pattern as a dump and prints the names of its files.\n"
+    "  -f, --format FORMAT        color format of the dump, as VexConverter lists it\n"
     "  -w, --width WIDTH          pixels\n"
-    "  -h, --height HEIGHT        lines; the dump is padded to the format's alignment\n"
-    "  -o, --output FOLDER        where the dump goes (the working folder); it is made\n"
-    "  -n, --frames FRAMES        number of frames (1; with -i all that the file holds)\n"
-    "  -i, --input FILE           raw frames of WIDTH x HEIGHT to write instead of the card\n"
-    "  -r, --raw-format FORMAT    of that file: NV12, YUV420P, YV12, P010 or an RGB format\n"
-    "                             (the format that the dump converts to)\n"
-    "      --colorspace SPACE     of YUV made from another format, or into one (BT601_LIMIT)\n"
-    "      --whole                CPQ and Lumo: whole frames in one file, no files of parts\n"
+    "  -h, --height HEIGHT        lines; the dump is padded to its format's alignment\n"
+    "  -o, --output FOLDER        where the dump goes (the working folder); is made\n"
+    "  -n, --frames FRAMES        number of frames (1; with -i all of the file's)\n"
+    "  -i, --input FILE           raw frames of that size instead of the pattern\n"
+    "  -r, --raw-format FORMAT    format of that file: RGB888, RGBA8888, RGBA1010102,\n"
+    "                             NV12, P010, YV12 or YUV420P (the format that the\n"
+    "                             dump converts to)\n"
+    "      --colorspace SPACE     of YUV made from RGB or into RGB (BT601_LIMIT)\n"
+    "      --whole                CPQ and Lumo: whole frames in one file, no parts\n"
     "      --help                 show this text\n";
 
 struct Options {
