@@ -40,13 +40,11 @@ def formats_are_listed():
     assert [row[0] for row in rows] == names, "the formats in docs/formats.md"
     assert [[row[0], row[1], row[4], row[5]] for row in rows] == expected
     formulas = {}
-    for line in re.search(r"## The size of a frame.*?## ", text("docs/formats.md"), re.S)[0].splitlines():
-        if line.startswith("    "):
-            cells = re.split(" {2,}", line[4:])
-            formats = cells[0] or formats
-            for name in formats.split(", "):
-                formulas[name, cells[1] if len(cells) > 2 else ""] = cells[-1].replace("/", "//")
-    parts = {"Y.dat": "luma body", "Y.len": "luma header", "C.dat": "chroma body", "C.len": "chroma header"}
+    for line in re.findall("^    (.*)", text("docs/formats.md").split("## The size of a frame")[1].split("##")[0], re.M):
+        names, *part, formula = re.split(" {2,}", line)
+        formats = names or formats
+        formulas.update({(name, *part): formula.replace("/", "//") for name in formats.split(", ")})
+    parts = {"Y.dat": ["luma body"], "Y.len": ["luma header"], "C.dat": ["chroma body"], "C.len": ["chroma header"]}
     with tempfile.TemporaryDirectory() as folder:
         for row in rows:
             made = run(make_dump, "-f", row[0], "-w", "1920", "-h", "1080", "--whole", "-o", folder)
@@ -54,7 +52,7 @@ def formats_are_listed():
             assert size == int(row[2]), f"docs/formats.md: a frame of {row[0]} has {size} bytes"
             width, height = (up(size, int(step)) for size, step in zip((1000, 500), row[1].split(" × ")))
             for name in run(make_dump, "-f", row[0], "-w", "1000", "-h", "500", "-o", folder).stdout.splitlines():
-                formula = formulas.pop((row[0], parts.get(name[-5:], "")))
+                formula = formulas.pop((row[0], *parts.get(name[-5:], [])))
                 size = eval(formula, {"up": up, "W": width, "H": height, "A": width * height})
                 assert size == pathlib.Path(name).stat().st_size, f"docs/formats.md: {name} is not {formula}"
     assert not formulas, f"docs/formats.md: no such file: {formulas}"
