@@ -50,8 +50,8 @@ def formats_are_listed():
             made = run(make_dump, "-f", row[0], "-w", "1920", "-h", "1080", "--whole", "-o", folder)
             size = pathlib.Path(made.stdout.strip()).stat().st_size
             assert size == int(row[2]), f"docs/formats.md: a frame of {row[0]} has {size} bytes"
-            width, height = (up(size, int(step)) for size, step in zip((1000, 500), row[1].split(" × ")))
-            for name in run(make_dump, "-f", row[0], "-w", "1000", "-h", "500", "-o", folder).stdout.splitlines():
+            width, height = (up(size, int(step)) for size, step in zip((72, 72), row[1].split(" × ")))
+            for name in run(make_dump, "-f", row[0], "-w", "72", "-h", "72", "-o", folder).stdout.splitlines():
                 formula = formulas.pop((row[0], *parts.get(name[-5:], [])))
                 size = eval(formula, {"up": up, "W": width, "H": height, "A": width * height})
                 assert size == pathlib.Path(name).stat().st_size, f"docs/formats.md: {name} is not {formula}"
