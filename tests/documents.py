@@ -81,6 +81,7 @@ def documents_promise_something_and_fit_the_terminal():
     code = run(make_dump, "--help").stdout.splitlines()
     for path in [root / "README.md", root / "CONTRIBUTING.md", *(root / "docs").glob("*.md")]:
         assert path.read_text().splitlines()[2].startswith("After this page you can "), path
+        assert "](../" not in path.read_text(), f"{path} links what is not installed with it"
         code += re.findall(r"^    .*", path.read_text(), re.M)
         code += "\n".join(re.findall(r"```(?!mermaid).*?```", path.read_text(), re.S)).splitlines()
     wide = [line for line in code if len(line) > 80]
