@@ -1,5 +1,5 @@
-# The device's headers and libraries: named by two lists of folders, all looked for at once, so that
-# a missing one ends the configuration with its name.
+# The device's headers and libraries, in two lists of folders. All are looked for now, so that a
+# missing one ends the configuration with its name.
 set(VEX_DEVICE_INCLUDE_DIRS "" CACHE STRING "folders of the device's headers")
 set(VEX_DEVICE_LIBRARY_DIRS "" CACHE STRING "folders of the device's libraries")
 
@@ -23,5 +23,5 @@ foreach(library log cutils dmabufheap ion ion_vex sync pxframework)
     endif()
     target_link_libraries(vex_platform INTERFACE ${VEX_LIBRARY_${library}})
 endforeach()
-# Libraries that those need in turn are the device's to find.
+# The device itself finds the libraries that these need in turn.
 target_link_options(vex_platform INTERFACE LINKER:--allow-shlib-undefined)

@@ -1,5 +1,5 @@
-# The device's C library says in stdlib.h how the program was called. Where a C library doesn't, a
-# header of ours does, put before the source that asks.
+# The device's C library declares getprogname() in stdlib.h. For a C library that doesn't have it, the
+# source that calls it is compiled with ProgramName.h, and the target gets ProgramName.cpp.
 include(CheckSymbolExists)
 set(CMAKE_REQUIRED_DEFINITIONS -D_GNU_SOURCE)
 check_symbol_exists(getprogname stdlib.h VEX_LIBC_HAS_GETPROGNAME)

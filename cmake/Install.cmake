@@ -1,7 +1,7 @@
 # What is installed, and the Debian package of it.
 include(GNUInstallDirs)
 
-install(TARGETS VexConverter make-dump)
+install(TARGETS VexConverter make-dump probe-dump)
 
 # Manual pages and changelogs are installed compressed.
 function(install_compressed source name folder)
@@ -33,7 +33,7 @@ install(FILES config/default-rules.json config/format-rules.schema.json
 set(folder ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
 install(FILES packaging/completions/VexConverter.bash DESTINATION ${folder} RENAME VexConverter)
 install(FILES packaging/completions/VexConverter.bash DESTINATION ${folder} RENAME make-dump)
-# Debian's zsh looks in another folder for what packages bring than for what the machine's owner does.
+# Debian's zsh has one folder for completions of packages, another for those of an administrator.
 set(folder site-functions)
 if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
     set(folder vendor-completions)

@@ -15,7 +15,7 @@ struct PlatformSupport {
     const char* const* boards;  // ends with a null pointer
 };
 
-// One part file of a separate frame: bytes, and where they go in the assembled frame.
+// One part file of a separate frame: its size and its offset in the assembled frame, in bytes.
 struct FramePart {
     Size size;
     Size offset;
@@ -27,8 +27,8 @@ struct ColorFormatInfo {
     ColorConvert::ColorFormat value;
     uint32_t pxColor;  // the blit library's code
     const char* name;
-    // Plane rule: fills plane sizes, pitches and plane count from width and height. Where a size
-    // leaves the signed 32-bit range all of them are 0.
+    // Plane rule: computes plane sizes, pitches and plane count from width and height. If a size
+    // leaves the signed 32-bit range, the plane count is 0 and the others are undefined.
     void (*calculate)(ColorConvert::ColorConvertBuffer&);
     int32_t widthAlignment;   // pixels
     int32_t heightAlignment;  // lines

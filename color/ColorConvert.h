@@ -57,8 +57,8 @@ class ColorConvert {
         uint32_t mPlaneSize[3] = {};  // bytes; 0 for a plane that the format does not have
         int32_t mYPitch = 0;          // bytes per row of plane 0
         int32_t mUVPitch = 0;         // bytes per row of the chroma planes; 0 for RGB and Lumo
-        uint32_t mPlaneCount =
-            0;  // 0 when a size is out of range; the other fields are undefined then
+        // 0 when a size is out of range; the pitches and plane sizes are then undefined.
+        uint32_t mPlaneCount = 0;
     };
 
     struct ColorConvertConfig {

@@ -1,4 +1,5 @@
-// A format rule: decodes the name of a dump file into the size and format of its frames.
+// A format rule: decodes the name of a dump file into the size and format of its frames. Rules are
+// loaded from JSON by FileUtils::parseConfigFile in fileutils/ConfigLoader.cpp.
 #pragma once
 
 #include <cstdint>
@@ -22,7 +23,7 @@ class FormatConfig {
         std::string cHeader;
     };
 
-    // The pattern is neither compiled nor checked here.
+    // Neither compiles nor checks the pattern.
     FormatConfig(std::string ruleName, std::string ruleDescription, std::string rulePattern,
                  int32_t widthGroup, int32_t heightGroup, int32_t colorFormatGroup,
                  int32_t separateGroup, int32_t initialWidth, int32_t initialHeight,
@@ -45,12 +46,13 @@ class FormatConfig {
 
     std::string name;
     std::string description;
-    std::string pattern;            // ECMAScript
-    bool separate = false;          // result
-    int32_t widthIndex;             // capture groups count from 1; any other number means none
-    int32_t heightIndex;            //
-    int32_t colorFormatIndex;       //
-    int32_t separateStringIndex;    // the group that differs between the four files of a set
+    std::string pattern;    // ECMAScript
+    bool separate = false;  // result
+    // Numbers of capture groups, which count from 1. A number that no group has means none.
+    int32_t widthIndex;
+    int32_t heightIndex;
+    int32_t colorFormatIndex;
+    int32_t separateStringIndex;    // of the text that differs between the four files of a set
     int32_t defaultWidth;           // pixels
     int32_t defaultHeight;          // lines
     int32_t defaultWidthAlignment;  // pixels
@@ -69,7 +71,7 @@ class FormatConfig {
     std::string cHeaderFile;
 };
 
-// The rules in use, in the order in which they are tried; empty until loaded.
+// The rules in use, in the order in which they are tried; empty until they are loaded.
 extern std::vector<FormatConfig> formatConfigs;
 
 // A copy of the first rule in use that decodes the path, with what it found.

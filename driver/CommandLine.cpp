@@ -16,8 +16,8 @@ enum LongOnly { PNG, INPUT_COLORSPACE, OUTPUT_COLORSPACE, LIST_COLORSPACES = 4, 
 constexpr option LONG_OPTIONS[] = {
     {"input", required_argument, nullptr, 'i'},
     {"output", required_argument, nullptr, 'o'},
-    {"out", required_argument, nullptr,
-     'o'},  // without it, --out could also mean --output-colorspace
+    // Without this entry, --out could also mean --output-colorspace.
+    {"out", required_argument, nullptr, 'o'},
     {"width", required_argument, nullptr, 'w'},
     {"height", required_argument, nullptr, 'h'},
     {"format", required_argument, nullptr, 'f'},

@@ -47,7 +47,7 @@ class Conversion {
         : mPath(path),
           mJob(job),
           mOptions(options),
-          mOutputStem(outputFolder + baseNameOf(path) + "_converted"),
+          mOutputFolder(outputFolder),
           mSrcSize(frameSize(job.inputFormat)),
           mDstSize(frameSize(job.outputFormat)) {}
 
@@ -67,7 +67,7 @@ class Conversion {
         mConverter = std::make_shared<ColorConvert>();
         if (mJob.separate) {
             convertSeparate();
-        } else if (fileSize > mSrcSize) {
+        } else if (hasNumberedFrames(fileSize, mSrcSize)) {
             convertFrames(mSrcSize == 0 ? 0 : fileSize / mSrcSize);
         } else if (mapBuffers()) {
             readFrame(mSrc->data(), mSrcSize, mPath, 0);
@@ -113,7 +113,7 @@ class Conversion {
 
     void convertSingle() {
         if (convert()) {
-            write(mOutputStem + (mOptions.png ? ".png" : rawExtension()));
+            write(0);
         }
     }
 
@@ -126,8 +126,7 @@ class Conversion {
             fprintf(stderr, "\r\033[kProcess: frame #%d of %d", i + 1, frames);
             readFrame(mSrc->data(), mSrcSize, mPath, i);
             if (convert()) {
-                write(mOutputStem +
-                      (mOptions.png ? "_frame#" + std::to_string(i + 1) + ".png" : rawExtension()));
+                write(i + 1);
             }
         }
         fprintf(stderr, "\n");
@@ -149,11 +148,9 @@ class Conversion {
         return {format, space, mJob.alignedWidth, mJob.alignedHeight, memory.getFd()};
     }
 
-    std::string rawExtension() const {
-        return "." + ColorConvert::getExtensionName(mJob.outputFormat);
-    }
-
-    void write(const std::string& name) {
+    void write(int frame) {
+        const std::string name =
+            getOutputPath(mPath, mJob.outputFormat, mOutputFolder, mOptions.png, frame);
         if (mOptions.png) {
             FileUtils::writeToPNG(name, mJob.alignedWidth, mJob.alignedHeight, mDst->data(), 4);
         } else {
@@ -164,7 +161,7 @@ class Conversion {
     const std::string& mPath;
     const FileJob& mJob;
     const CommandLineOptions& mOptions;
-    const std::string mOutputStem;
+    const std::string& mOutputFolder;
     const int mSrcSize;  // bytes of a frame; negative when out of range
     const int mDstSize;
     // Released in reverse order: converter, destination, source.
@@ -174,6 +171,15 @@ class Conversion {
 };
 
 }  // namespace
+
+std::string getOutputPath(const std::string& path, ColorConvert::ColorFormat outputFormat,
+                          const std::string& outputFolder, bool png, int frame) {
+    const std::string stem = outputFolder + baseNameOf(path) + "_converted";
+    if (!png) {
+        return stem + "." + ColorConvert::getExtensionName(outputFormat);
+    }
+    return stem + (frame == 0 ? "" : "_frame#" + std::to_string(frame)) + ".png";
+}
 
 void convertFile(const std::string& path, const FileJob& job, const std::string& outputFolder,
                  const CommandLineOptions& options) {

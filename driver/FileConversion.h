@@ -1,6 +1,7 @@
 // Carries out a FileJob: reads one dump file, converts its frames and writes the output files.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "driver/CommandLine.h"
@@ -10,3 +11,12 @@
 // outputFolder: raw to one file (appended), as PNG to one file per frame.
 void convertFile(const std::string& path, const FileJob& job, const std::string& outputFolder,
                  const CommandLineOptions& options);
+
+// True when convertFile takes a file of that many bytes for several frames of frameSize bytes,
+// which have numbers in the names of pictures. Otherwise the file is one frame.
+inline bool hasNumberedFrames(int64_t fileSize, int frameSize) { return fileSize > frameSize; }
+
+// The file to which convertFile writes a frame of the dump: the number of the frame, from 1 on, or
+// 0 for the frame of a file without numbered frames. All raw frames go to one file.
+std::string getOutputPath(const std::string& path, ColorConvert::ColorFormat outputFormat,
+                          const std::string& outputFolder, bool png, int frame);

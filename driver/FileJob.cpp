@@ -3,7 +3,6 @@
 #include <cstdio>
 #include <optional>
 
-#include "config/FormatConfig.h"
 #include "fileutils/FileUtils.h"
 
 namespace {
@@ -42,19 +41,6 @@ bool checkMatch(const FormatConfig& match, ColorConvert::ColorFormat format) {
         usable = false;
     }
     return usable;
-}
-
-bool align(const FormatConfig& match, FileJob& job) {
-    const int64_t width = ColorConvert::roundUp(match.width, match.widthAlignment);
-    const int64_t height = ColorConvert::roundUp(match.height, match.heightAlignment);
-    job.alignedWidth = static_cast<int32_t>(width);
-    job.alignedHeight = static_cast<int32_t>(height);
-    if (job.alignedWidth != width || job.alignedHeight != height) {
-        fprintf(stderr, "Error: match size %d x %d can't be aligned to %d x %d\n", match.width,
-                match.height, match.widthAlignment, match.heightAlignment);
-        return false;
-    }
-    return true;
 }
 
 }  // namespace
@@ -96,6 +82,21 @@ bool getFileJobFromCmdline(const CommandLineOptions& options, FileJob& job) {
     return true;
 }
 
+bool getFileJobFromMatch(const FormatConfig& match, bool png, FileJob& job) {
+    const int64_t width = ColorConvert::roundUp(match.width, match.widthAlignment);
+    const int64_t height = ColorConvert::roundUp(match.height, match.heightAlignment);
+    job.alignedWidth = static_cast<int32_t>(width);
+    job.alignedHeight = static_cast<int32_t>(height);
+    job.inputFormat = ColorConvert::getColorFormatFromStr(match.colorFormat);
+    job.outputFormat = outputFormatFor(job.inputFormat, png);
+    job.separate = match.separate;
+    job.yBodyFile = match.yBodyFile;
+    job.yHeaderFile = match.yHeaderFile;
+    job.cBodyFile = match.cBodyFile;
+    job.cHeaderFile = match.cHeaderFile;
+    return job.alignedWidth == width && job.alignedHeight == height;
+}
+
 ConfigResult getFileJobFromConfig(const std::string& path, const CommandLineOptions& options,
                                   bool firstFile, SeparateFiles& convertedSeparateFiles,
                                   FileJob& job) {
@@ -110,18 +111,15 @@ ConfigResult getFileJobFromConfig(const std::string& path, const CommandLineOpti
         fprintf(stderr, "Error: failed to match: %s\n", path.c_str());
         return ConfigResult::FAILED;
     }
-    const ColorConvert::ColorFormat format =
-        ColorConvert::getColorFormatFromStr(match->colorFormat);
-    if (!checkMatch(*match, format) || !align(*match, job)) {
+    const bool aligned = getFileJobFromMatch(*match, options.png, job);
+    if (!checkMatch(*match, job.inputFormat)) {
         return ConfigResult::FAILED;
     }
-    job.inputFormat = format;
-    job.outputFormat = outputFormatFor(format, options.png);
-    job.separate = match->separate;
-    job.yBodyFile = match->yBodyFile;
-    job.yHeaderFile = match->yHeaderFile;
-    job.cBodyFile = match->cBodyFile;
-    job.cHeaderFile = match->cHeaderFile;
+    if (!aligned) {
+        fprintf(stderr, "Error: match size %d x %d can't be aligned to %d x %d\n", match->width,
+                match->height, match->widthAlignment, match->heightAlignment);
+        return ConfigResult::FAILED;
+    }
     if (job.separate) {
         if (convertedSeparateFiles.count(path) > 0) {
             return ConfigResult::ALREADY_CONVERTED;

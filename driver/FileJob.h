@@ -7,6 +7,7 @@
 #include <unordered_set>
 
 #include "color/ColorConvert.h"
+#include "config/FormatConfig.h"
 #include "driver/CommandLine.h"
 
 struct FileJob {
@@ -26,6 +27,10 @@ bool isConfigurationMode(const CommandLineOptions& options);
 
 // Fills a new job from the options. Returns false after printing a line for each check that fails.
 bool getFileJobFromCmdline(const CommandLineOptions& options, FileJob& job);
+
+// Fills a new job from a rule that matches the file's name. Returns false when the aligned size is
+// out of range; prints nothing and checks nothing else.
+bool getFileJobFromMatch(const FormatConfig& match, bool png, FileJob& job);
 
 enum class ConfigResult { JOB, FAILED, ALREADY_CONVERTED };
 

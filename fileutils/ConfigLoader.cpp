@@ -176,8 +176,7 @@ int readText(const std::string& path, Text& text) {
         LOGE("parseConfigFile: Failed to fseek SEEK_SET: %s\n", path.c_str());
         return -1;
     }
-    // malloc doesn't throw when there is no such memory: a folder, for example, reports a huge
-    // size.
+    // malloc doesn't throw when memory runs short: a folder, for example, reports a huge size.
     const auto size = static_cast<size_t>(fileSize);
     text.reset(static_cast<char*>(malloc(size + 1)));  // NOLINT(*-no-malloc)
     const size_t readSize = text == nullptr ? 0 : fread(text.get(), 1, size, file.get());

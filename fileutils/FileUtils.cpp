@@ -34,7 +34,7 @@ bool hasType(const std::string& path, mode_t type) {
 // the caller's memory. Null and errno, logged, when that fails.
 File openForFrames(const std::string& path, const char* mode, const char* operation) {
     struct stat status = {};
-    // A FIFO without a writer, for example, would be waited for.
+    // To open a FIFO that nobody writes to, for example, would wait for a writer.
     const bool irregular =
         *mode == 'r' && stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
     File file(irregular ? nullptr : fopen(path.c_str(), mode));

@@ -10,7 +10,9 @@
 #include <cmath>
 #include <cstring>
 #include <fstream>
+#include <map>
 #include <random>
+#include <set>
 
 #include "TestFiles.h"
 #include "color/Catalogue.h"
@@ -106,6 +108,7 @@ int countWrongSamples(const StoredPlane& plane, Frame& src, Frame& linear) {
 }
 
 TEST(Engine, EverySampleIsReadWhereItIsStored) {
+    std::map<std::string, std::set<std::string>> components;
     for (const auto& [name, width, height, component, bits, blockWidth, blockHeight, blockBytes,
                       start] :
          table<std::string, int, int, std::string, int, int, int, int, int>("layouts.txt")) {
@@ -116,6 +119,11 @@ TEST(Engine, EverySampleIsReadWhereItIsStored) {
         ASSERT_EQ(convert(src, 0, linear, 0), 0);
         const StoredPlane plane = {component, bits, blockWidth, blockHeight, blockBytes, start};
         EXPECT_EQ(countWrongSamples(plane, src, linear), 0) << "samples";
+        components[name].insert(component);
+    }
+    const std::set<std::set<std::string>> all = {{"rgb"}, {"luma", "cbcr"}, {"luma", "cb", "cr"}};
+    for (const auto& [name, found] : components) {
+        EXPECT_EQ(all.count(found), 1U) << name << " lacks a plane in tests/data/layouts.txt";
     }
 }
 

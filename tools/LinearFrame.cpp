@@ -173,16 +173,18 @@ int LinearFrame::chroma(int x, int y) const {
 LinearFrame linearFrameOf(std::vector<uint8_t> raw, const host::Layout& layout,
                           const ColorConvert::ColorConvertBuffer& geometry) {
     LinearFrame frame(layout.format, geometry.mWidth, geometry.mHeight);
-    if (layout.isLinear()) {
+    if (layout.isUnpacked()) {
         frame.bytes = std::move(raw);
         return frame;
     }
     const size_t luma = geometry.mPlaneSize[0];
-    const host::Rows first = {raw.data() + luma, geometry.mUVPitch};
-    const host::Rows second = {first.data + geometry.mPlaneSize[1], geometry.mUVPitch};
     std::copy_n(raw.begin(), luma, frame.bytes.begin());
-    host::mergeChroma(layout.swappedChroma ? second : first, layout.swappedChroma ? first : second,
-                      frame.width / 2, frame.height / 2, {frame.bytes.data() + luma, frame.width});
+    const auto rows = [&](int plane) {
+        const size_t start = plane == 1 ? luma : luma + geometry.mPlaneSize[1];
+        return host::Rows{raw.data() + start, geometry.mUVPitch};
+    };
+    host::mergeChroma(rows(layout.cbPlane()), rows(layout.crPlane()), frame.width / 2,
+                      frame.height / 2, {frame.bytes.data() + luma, frame.width});
     return frame;
 }
 

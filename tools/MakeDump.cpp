@@ -164,8 +164,7 @@ class FrameSource {
                              ? ColorConvert::getDefaultOutputFormat(options.format)
                              : options.rawFormat;
         mRawLayout = &layoutOf(raw);
-        const bool planar = mRawLayout->planes[1].component == host::Component::CHROMA;
-        if (!mRawLayout->isLinear() && !planar) {
+        if (!mRawLayout->isUnpacked() && !mRawLayout->isPlanar()) {
             fail(
                 "raw frames must be in a linear format: NV12, YUV420P, YV12, P010 or an RGB "
                 "format");
@@ -173,9 +172,10 @@ class FrameSource {
         mRaw.mWidth = options.width;
         mRaw.mHeight = options.height;
         colorFormatInfo(raw).calculate(mRaw);
-        mRawSize = planar ? static_cast<size_t>(
-                                ColorConvert::getFrameSize(options.width, options.height, raw))
-                          : LinearFrame::sizeOf(mRawLayout->format, options.width, options.height);
+        mRawSize = mRawLayout->isPlanar()
+                       ? static_cast<size_t>(
+                             ColorConvert::getFrameSize(options.width, options.height, raw))
+                       : LinearFrame::sizeOf(mRawLayout->format, options.width, options.height);
         mFrames = options.frames == 0 ? 1 : options.frames;
         if (!options.rawFile.empty()) {
             countRawFrames();
@@ -231,20 +231,18 @@ class FrameSource {
     int mFrames = 0;
 };
 
-// Creates the file anew, or fails.
-void writeNew(const std::string& path, const uint8_t* bytes, int size) {
-    remove(path.c_str());
+// Appends to the file, or ends the program.
+void append(const std::string& path, const uint8_t* bytes, int size) {
     if (FileUtils::writeToFile(path, bytes, size) != size) {
         fail("can't write " + path);
     }
-    printf("%s\n", path.c_str());
 }
 
-void append(const std::string& path, const std::vector<uint8_t>& bytes) {
-    const int size = static_cast<int>(bytes.size());
-    if (FileUtils::writeToFile(path, bytes.data(), size) != size) {
-        fail("can't write " + path);
-    }
+// Writes a new file, which replaces an old one, and prints its name.
+void writeNew(const std::string& path, const uint8_t* bytes, int size) {
+    remove(path.c_str());
+    append(path, bytes, size);
+    printf("%s\n", path.c_str());
 }
 
 // Says what was written, and how to convert it where no built-in rule decodes its name.
@@ -268,9 +266,9 @@ void reportFrames(const Options& options, int frames, bool decoded) {
 void writeDump(const Options& options) {
     const auto [width, height] =
         ColorConvert::getDefaultAlignedSize(options.width, options.height, options.format);
-    const auto plain = ColorConvert::getDefaultOutputFormat(options.format);
+    const auto output = ColorConvert::getDefaultOutputFormat(options.format);
     if (ColorConvert::getFrameSize(width, height, options.format) < 0 ||
-        ColorConvert::getFrameSize(width, height, plain) < 0 ||
+        ColorConvert::getFrameSize(width, height, output) < 0 ||
         ColorConvert::getFrameSize(width, height, ColorConvert::RGBA8888) < 0) {
         fail("a frame is 2 GiB or more");
     }
@@ -289,10 +287,9 @@ void writeDump(const Options& options) {
         for (size_t part = 0; part < parts.size(); ++part) {
             writeNew(name.files[part], dump.data() + parts[part].second, parts[part].first);
         }
-        if (parts.empty() && i == 0) {
-            writeNew(name.files[0], dump.data(), static_cast<int>(dump.size()));
-        } else if (parts.empty()) {
-            append(name.files[0], dump);
+        if (parts.empty()) {
+            const auto write = i == 0 ? writeNew : append;
+            write(name.files[0], dump.data(), static_cast<int>(dump.size()));
         }
     }
     reportFrames(options, source.frames(), decoded);

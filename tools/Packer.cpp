@@ -55,17 +55,19 @@ void put(const Target& target, int x, int y, int value) {
            static_cast<unsigned>(value) << shift);
 }
 
-// Sample x of row y of a plane.
-int valueAt(const LinearFrame& frame, const host::Layout& layout, size_t plane, int x, int y) {
-    switch (layout.planes[plane].component) {
+// Sample x of row y of a plane with that component.
+int valueAt(const LinearFrame& frame, Component component, int x, int y) {
+    switch (component) {
         case Component::RGB:
             return frame.rgbByte(x, y);
         case Component::LUMA:
             return frame.luma(x, y);
         case Component::CBCR:
             return frame.chroma(x, y);
-        case Component::CHROMA:
-            return frame.chroma(x * 2 + ((plane == 2) != layout.swappedChroma ? 1 : 0), y);
+        case Component::CB:
+            return frame.chroma(x * 2, y);
+        case Component::CR:
+            return frame.chroma(x * 2 + 1, y);
     }
     return 0;
 }
@@ -84,12 +86,12 @@ std::vector<uint8_t> packFrame(const LinearFrame& frame, const host::Layout& lay
         static_cast<size_t>(ColorConvert::getFrameSize(width, height, format)));
     for (size_t i = 0; i < static_cast<size_t>(layout.planeCount); ++i) {
         const PlaneLayout& plane = layout.planes[i];
-        const Target target = {plane, dump.data() + planes[i], plane.samples(frame.format, width),
-                               i == 0 ? geometry.mYPitch : geometry.mUVPitch,
-                               sampleBytesOf(frame.format)};
-        for (int y = 0; y < plane.lines(height); ++y) {
+        const Target target = {
+            plane, dump.data() + planes[i], plane.samplesPerRow(frame.format, width),
+            i == 0 ? geometry.mYPitch : geometry.mUVPitch, sampleBytesOf(frame.format)};
+        for (int y = 0; y < plane.rows(height); ++y) {
             for (int x = 0; x < target.samples; ++x) {
-                put(target, x, y, valueAt(frame, layout, i, x, y));
+                put(target, x, y, valueAt(frame, plane.component, x, y));
             }
         }
     }

@@ -7,16 +7,16 @@
 
 #include <cerrno>
 
+#include "Descriptors.h"
 #include "SharedBuffer.h"
 
 namespace {
 
-using host::isError;
 using host::resultOf;
 
-// Gives the descriptor to the caller and returns 0, or returns the negated errno that it is.
+// Stores the descriptor for the caller and returns 0. Returns an error without storing it.
 int give(int descriptor, int* to) {
-    if (isError(descriptor)) {
+    if (host::isError(descriptor)) {
         return descriptor;
     }
     *to = descriptor;
@@ -26,13 +26,7 @@ int give(int descriptor, int* to) {
 }  // namespace
 
 int vx_ion_open(const char* /*client*/) {
-    const int plain = resultOf(eventfd(0, EFD_CLOEXEC));
-    if (isError(plain)) {
-        return plain;
-    }
-    const int device = host::duplicateDescriptor(plain);
-    close(plain);
-    return device;
+    return host::moveDescriptor(resultOf(eventfd(0, EFD_CLOEXEC)));
 }
 
 int ion_close(int fd) { return resultOf(close(fd)); }

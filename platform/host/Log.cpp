@@ -32,8 +32,8 @@ const Priority& priorityOf(int priority) {
     return FROM_VERBOSE[(known ? priority : ANDROID_LOG_ERROR) - ANDROID_LOG_VERBOSE];
 }
 
-// Number of bytes of the control character that the text begins with, 0 if it doesn't. In UTF-8 the
-// controls from U+0080 on have two bytes.
+// Number of bytes of the control character at the start of the text, 0 if there is none. In UTF-8
+// the control characters from U+0080 on have two bytes.
 int controlBytes(const char* text) {
     const auto* bytes = reinterpret_cast<const unsigned char*>(text);
     if (bytes[0] == 0xC2 && bytes[1] >= 0x80 && bytes[1] < 0xA0) {
@@ -42,14 +42,14 @@ int controlBytes(const char* text) {
     return bytes[0] < ' ' || bytes[0] == 0x7F ? 1 : 0;
 }
 
-// Makes one line of the text: its last newline goes, and control characters (of a file name, say)
-// are written as \n or \x1B, so that they neither split the entry nor reach a terminal.
+// Makes one line of the text. It drops the last newline and writes control characters, which a file
+// name may have, as \n or \x1B, so that they neither split the entry nor reach a terminal.
 void putOneLine(const char* text, char* line, size_t size) {
-    constexpr size_t LONGEST = 8;  // what one character becomes
+    constexpr size_t MAX_ESCAPED = 8;  // bytes that one character may become
     const char* end = text + strlen(text);
     end -= end != text && end[-1] == '\n' ? 1 : 0;
     size_t at = 0;
-    while (text != end && at + LONGEST < size) {
+    while (text != end && at + MAX_ESCAPED < size) {
         int controls = controlBytes(text);
         if (*text == '\n') {
             line[at++] = '\\';
@@ -60,7 +60,7 @@ void putOneLine(const char* text, char* line, size_t size) {
         } else {
             for (; controls > 0; --controls, ++text) {
                 at += static_cast<size_t>(
-                    snprintf(line + at, LONGEST, "\\x%02X", static_cast<unsigned char>(*text)));
+                    snprintf(line + at, MAX_ESCAPED, "\\x%02X", static_cast<unsigned char>(*text)));
             }
         }
     }
@@ -108,7 +108,7 @@ bool appendToFile(const char* path, const char* line) {
     return complete;
 }
 
-// ISO 8601, milliseconds.
+// The local time in ISO 8601 with milliseconds.
 void putLocalTime(char* text, size_t size) {
     timeval now = {};
     gettimeofday(&now, nullptr);

@@ -8,12 +8,11 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <csignal>
-#include <cstdint>
 #include <cstring>
 #include <string>
 
+#include "Descriptors.h"
 #include "libc/Mappings.h"
 
 namespace {
@@ -37,8 +36,9 @@ void useHugePages(int file, size_t size) {
     }
 }
 
-// Opens the file once more. The system grants a lease on a file only if nobody else has opened it,
-// and it doesn't count memfd_create as opening.
+// Opens the file once more, for the buffer's owner. While the owner has it open the system grants
+// no lease, by which the pool below knows that the buffer is in use; memfd_create doesn't count as
+// opening.
 int reopen(int file) {
     const std::string path = "/proc/self/fd/" + std::to_string(file);
     const int opened = resultOf(open(path.c_str(), O_RDWR | O_CLOEXEC));
@@ -46,11 +46,8 @@ int reopen(int file) {
         __android_log_print(ANDROID_LOG_ERROR, "SharedBuffer",
                             "failed to open %s, %s; buffers of the host need /proc\n", path.c_str(),
                             strerror(-opened));
-        return opened;
     }
-    const int moved = host::duplicateDescriptor(opened);  // not the number of a standard stream
-    close(opened);
-    return moved;
+    return host::moveDescriptor(opened);
 }
 
 // A zeroed file of exactly size bytes, or a negated errno.
@@ -69,9 +66,10 @@ int createFile(const char* name, size_t size) {
     return result;
 }
 
-// Keeps the files of the latest buffers, as many as a conversion uses, for the next buffers of the
-// same size: the system needs several times as long for new memory. A file in the pool is idle when
-// nobody has it open or mapped, which the system tells by granting a lease to write.
+// Keeps the files of the latest buffers, as many as a conversion uses, and hands them out again for
+// buffers of the same size, with the bytes that they hold: the system needs several times as long
+// for new memory. A file in the pool is idle when nobody has it open or mapped; only then does the
+// system grant a lease to write it.
 class BufferPool {
   public:
     static constexpr int NONE = -1;
@@ -113,11 +111,6 @@ class BufferPool {
 }  // namespace
 
 namespace host {
-
-int duplicateDescriptor(int fd) {
-    // Never a standard stream's number, even when the caller closed that stream.
-    return resultOf(fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
-}
 
 int createSharedBuffer(const char* name, size_t size) {
     static BufferPool pool;

@@ -24,7 +24,7 @@ ColorTransform fixedPoint(const Affine& affine) {
     return transform;
 }
 
-KERNEL_INLINE int32_t finish(int32_t sum, int32_t max) {
+KERNEL_INLINE int32_t shiftAndClamp(int32_t sum, int32_t max) {
     const int32_t value = sum >> ColorTransform::SHIFT;
     const int32_t low = value < 0 ? 0 : value;
     return low > max ? max : low;
@@ -101,12 +101,13 @@ KERNEL void lumaRow(const ColorTransform& transform, const uint8_t* luma, int wi
     const int pairs = width / 2;
     for (int i = 0; i < pairs; ++i) {
         const uint32_t pair = loadPair<Sample>(luma, i);
-        storePair<Sample>(finish(factor * PairOf<Sample>::first(pair) + terms[i], MAX),
-                          finish(factor * PairOf<Sample>::second(pair) + terms[i], MAX), out, i);
+        storePair<Sample>(shiftAndClamp(factor * PairOf<Sample>::first(pair) + terms[i], MAX),
+                          shiftAndClamp(factor * PairOf<Sample>::second(pair) + terms[i], MAX), out,
+                          i);
     }
     if (width % 2 != 0) {
         const auto last = static_cast<Sample>(PairOf<Sample>::join(
-            finish(factor * loadHalf<Sample>(luma, pairs) + terms[pairs], MAX), 0));
+            shiftAndClamp(factor * loadHalf<Sample>(luma, pairs) + terms[pairs], MAX), 0));
         memcpy(out + 2 * sizeof last * static_cast<size_t>(pairs), &last, sizeof last);
     }
 }
@@ -125,16 +126,16 @@ KERNEL void chromaRow(const ColorTransform& transform, const uint8_t* cbcr, int 
         const uint32_t pair = loadPair<Sample>(cbcr, i);
         const int32_t cb = PairOf<Sample>::first(pair);
         const int32_t cr = PairOf<Sample>::second(pair);
-        storePair<Sample>(finish(cbCb * cb + cbCr * cr + cbOffset, MAX),
-                          finish(crCb * cb + crCr * cr + crOffset, MAX), out, i);
+        storePair<Sample>(shiftAndClamp(cbCb * cb + cbCr * cr + cbOffset, MAX),
+                          shiftAndClamp(crCb * cb + crCr * cr + crOffset, MAX), out, i);
     }
 }
 
 KERNEL_INLINE uint32_t rgbaPixel(const ColorTransform& transform, int32_t y, int32_t redTerm,
                                  int32_t greenTerm, int32_t blueTerm) {
-    const int32_t r = finish(transform.m[0][0] * y + redTerm, 255);
-    const int32_t g = finish(transform.m[1][0] * y + greenTerm, 255);
-    const int32_t b = finish(transform.m[2][0] * y + blueTerm, 255);
+    const int32_t r = shiftAndClamp(transform.m[0][0] * y + redTerm, 255);
+    const int32_t g = shiftAndClamp(transform.m[1][0] * y + greenTerm, 255);
+    const int32_t b = shiftAndClamp(transform.m[2][0] * y + blueTerm, 255);
     return static_cast<uint32_t>(r | g << 8 | b << 16) | 0xFF000000U;
 }
 
@@ -180,18 +181,18 @@ void forEachLine(LinearFormat format, const ColorTransform& transform, const Str
                  ConstRows chroma, int outputs, int32_t* terms, Row row) {
     const int32_t middle = 1 << (bitsOf(format) - 1);
     const int count = termsOf(strip.width);
-    const bool gray = strip.chromaLines == 0 || strip.width < 2;
+    const bool gray = strip.chromaRows == 0 || strip.width < 2;
     for (int k = 0; gray && k < outputs; ++k) {
         std::fill_n(terms + k * count, count,
                     (transform.m[k][1] + transform.m[k][2]) * middle + transform.offset[k]);
     }
     for (int line = 0; line < strip.lines; ++line) {
         if (!gray && line % 2 == 0) {
-            const int chromaLine = std::min(line / 2, strip.chromaLines - 1);
+            const uint8_t* cbcr =
+                chroma.data + std::min(line / 2, strip.chromaRows - 1) * chroma.pitch;
             for (int k = 0; k < outputs; ++k) {
                 int32_t* rowTerms = terms + k * count;
-                kernelsOf(format).terms(transform, k, chroma.data + chromaLine * chroma.pitch,
-                                        strip.width, rowTerms);
+                kernelsOf(format).terms(transform, k, cbcr, strip.width, rowTerms);
                 // With an odd width the last pair covers the last column too.
                 rowTerms[count - 1] = rowTerms[strip.width / 2 - 1];
             }
@@ -227,24 +228,24 @@ ColorTransform transformToYuv(const Profile& from, const Profile& to, int bits) 
 }
 
 void convertYuvToRgba(LinearFormat from, const ColorTransform& transform, const Strip& strip,
-                      const Planes<ConstRows>& in, Rows out, int32_t* scratch) {
-    forEachLine(from, transform, strip, in.chroma, CHANNELS, scratch, [&](int line) {
-        kernelsOf(from).rgba(transform, in.main.data + line * in.main.pitch, strip.width, scratch,
+                      const Planes<ConstRows>& in, Rows out, int32_t* terms) {
+    forEachLine(from, transform, strip, in.chroma, CHANNELS, terms, [&](int line) {
+        kernelsOf(from).rgba(transform, in.main.data + line * in.main.pitch, strip.width, terms,
                              out.data + line * out.pitch);
     });
 }
 
 void convertYuvToYuv(LinearFormat format, const ColorTransform& transform, const Strip& strip,
-                     const Planes<ConstRows>& in, const Planes<Rows>& out, int32_t* scratch) {
-    forEachLine(format, transform, strip, in.chroma, 1, scratch, [&](int line) {
-        kernelsOf(format).luma(transform, in.main.data + line * in.main.pitch, strip.width, scratch,
+                     const Planes<ConstRows>& in, const Planes<Rows>& out, int32_t* terms) {
+    forEachLine(format, transform, strip, in.chroma, 1, terms, [&](int line) {
+        kernelsOf(format).luma(transform, in.main.data + line * in.main.pitch, strip.width, terms,
                                out.main.data + line * out.main.pitch);
     });
     const int odd = strip.width % 2 * bytesOf(format);
     const int paired = strip.width / 2 * 2 * bytesOf(format);
-    for (int line = 0; line < strip.chromaLines; ++line) {
-        const uint8_t* from = in.chroma.data + line * in.chroma.pitch;
-        uint8_t* to = out.chroma.data + line * out.chroma.pitch;
+    for (int row = 0; row < strip.chromaRows; ++row) {
+        const uint8_t* from = in.chroma.data + row * in.chroma.pitch;
+        uint8_t* to = out.chroma.data + row * out.chroma.pitch;
         kernelsOf(format).chroma(transform, from, strip.width, to);
         std::copy_n(from + paired, odd, to + paired);
     }

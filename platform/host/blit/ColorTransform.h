@@ -1,5 +1,5 @@
-// The color arithmetic: one affine transform in fixed point for each pair of color spaces and
-// depths, and the conversions between linear formats that need arithmetic.
+// The color arithmetic: an affine transform in fixed point from one color space to another, and the
+// conversions of linear formats that compute samples.
 #pragma once
 
 #include <cstdint>
@@ -10,39 +10,40 @@
 
 namespace host {
 
-// out[k] = (m[k][0] * y + m[k][1] * cb + m[k][2] * cr + offset[k]) >> SHIFT, clamped to the
-// range of the output's samples. Samples are integers of the source's and the output's depth.
+// out[k] = (m[k][0] * y + m[k][1] * cb + m[k][2] * cr + offset[k]) >> SHIFT, clamped to the values
+// that a sample of the output's depth can have.
 struct ColorTransform {
-    static constexpr int SHIFT = 20;  // with it, sums of 10-bit samples stay below 2^31
+    static constexpr int SHIFT = 20;  // it keeps sums of 10-bit samples below 2^31
     int32_t m[CHANNELS][CHANNELS];
-    int32_t offset[CHANNELS];  // includes the half that rounds
+    int32_t offset[CHANNELS];  // includes one half, which makes the shift round
 };
 
-// From samples of a profile and depth to full-range 8-bit RGB.
+// From Y, Cb, Cr samples of a profile and depth (bits) to 8-bit RGB.
 ColorTransform transformToRgb(const Profile& profile, int bits);
-// From one profile to another at the same depth. In the chroma rows of the matrix the factor of
-// luma is zero.
+// From one profile to another at the same depth. Y doesn't change Cb and Cr: m[1][0] and m[2][0]
+// are zero.
 ColorTransform transformToYuv(const Profile& from, const Profile& to, int bits);
 
-// A strip of a frame in a linear format: pixel or luma rows, and Cb, Cr rows. A chroma row covers
-// two lines. Lines at the end of the frame that have no chroma row are covered by the last one.
+// The size of a strip of a frame in a linear format. A chroma row covers two lines, and the last
+// one also the line that an odd height leaves.
 struct Strip {
     int width;
     int lines;
-    int chromaLines;  // 0 for a frame without chroma rows
+    int chromaRows;  // 0 for a frame without chroma rows
 };
+// The rows of a strip: those of pixels or luma, and those of Cb, Cr pairs.
 template <typename R>
 struct Planes {
     R main;
     R chroma;
 };
 
-// A chroma row holds width / 2 pairs; with an odd width, its last sample is copied. scratch holds
-// 3 * width values.
+// A chroma row holds width / 2 pairs; with an odd width, its last sample is copied. terms: working
+// memory for CHANNELS * width values.
 void convertYuvToRgba(LinearFormat from, const ColorTransform& transform, const Strip& strip,
-                      const Planes<ConstRows>& in, Rows out, int32_t* scratch);
+                      const Planes<ConstRows>& in, Rows out, int32_t* terms);
 void convertYuvToYuv(LinearFormat format, const ColorTransform& transform, const Strip& strip,
-                     const Planes<ConstRows>& in, const Planes<Rows>& out, int32_t* scratch);
+                     const Planes<ConstRows>& in, const Planes<Rows>& out, int32_t* terms);
 void convertRgbToRgba(LinearFormat from, const Strip& strip, ConstRows in, Rows out);
 
 }  // namespace host

@@ -1,8 +1,8 @@
 // The pixel layouts that the blit engine knows, as a table: one row per color code.
 #pragma once
 
+#include <algorithm>
 #include <array>
-#include <cstddef>
 #include <cstdint>
 
 namespace host {
@@ -25,7 +25,7 @@ constexpr int bytesOf(LinearFormat format) {
 constexpr bool isYuv(LinearFormat format) {
     return format == LinearFormat::YUV420SP_8 || format == LinearFormat::YUV420SP_10;
 }
-// Bytes of a plane's samples. Each byte of an RGB pixel counts as a sample.
+// Bytes of a sample in a plane. In a plane of RGB each byte of a pixel counts as a sample.
 constexpr int sampleBytesOf(LinearFormat format) { return isYuv(format) ? bytesOf(format) : 1; }
 constexpr int bitsOf(LinearFormat format) { return format == LinearFormat::YUV420SP_10 ? 10 : 8; }
 
@@ -33,49 +33,59 @@ constexpr int bitsOf(LinearFormat format) { return format == LinearFormat::YUV42
 // every layout.
 constexpr int STRIP_LINES = 32;
 
-// What the samples of a plane are. CBCR: Cb and Cr alternate. CHROMA: only Cb or only Cr.
-enum class Component { RGB, LUMA, CBCR, CHROMA };
+// What the samples of a plane are. CBCR: Cb and Cr alternate. CB and CR come as a pair of planes.
+enum class Component { RGB, LUMA, CBCR, CB, CR };
 
-// How the samples of a plane are stored: in rows, as in the linear format, or in blocks, line by
-// line. A sample in a block has 8, 10 or 12 bits, packed little-endian without gaps.
+// How the samples of a plane are stored: in rows, each sample as in the linear format, or in
+// blocks, line by line. A sample in a block has 8, 10 or 12 bits, packed little-endian without
+// gaps.
 enum class Packing { LINEAR, BLOCKS_8, BLOCKS_10, BLOCKS_12 };
 
 struct PlaneLayout {
     Component component;
     Packing packing;
-    // All zero for a linear plane.
-    int blockWidth;   // samples
-    int blockHeight;  // lines
-    int blockBytes;   // from the start of a block to the start of the next
-    int blockOffset;  // bytes from the start of a block to the samples of this plane
+    // The block. A linear plane has only the height: one line.
+    int blockWidth = 0;   // samples
+    int blockHeight = 1;  // lines
+    int blockBytes = 0;   // from the start of a block to the start of the next
+    int blockOffset = 0;  // bytes from the start of a block to the samples of this plane
 
     // Samples in a row of a frame that is width pixels wide.
-    int samples(LinearFormat format, int width) const {
+    int samplesPerRow(LinearFormat format, int width) const {
         switch (component) {
             case Component::RGB:
                 return width * bytesOf(format);
             case Component::LUMA:
             case Component::CBCR:
                 return width;
-            case Component::CHROMA:
+            case Component::CB:
+            case Component::CR:
                 return width / 2;
         }
         return 0;
     }
     // Rows of the plane in a frame of height lines.
-    int lines(int height) const {
+    int rows(int height) const {
         switch (component) {
             case Component::RGB:
             case Component::LUMA:
                 return height;
             case Component::CBCR:
-            case Component::CHROMA:
+            case Component::CB:
+            case Component::CR:
                 return height / 2;
         }
         return 0;
     }
     constexpr bool isLinear() const { return packing == Packing::LINEAR; }
-    constexpr bool isRowsOf(Component of) const { return isLinear() && component == of; }
+    constexpr bool isCbOrCr() const {
+        return component == Component::CB || component == Component::CR;
+    }
+    // True where the plane is stored exactly as a plane of the linear format.
+    constexpr bool isUnpacked() const {
+        return isLinear() && (component == Component::RGB || component == Component::LUMA ||
+                              component == Component::CBCR);
+    }
 };
 
 constexpr int MAX_PLANES = 3;
@@ -86,7 +96,7 @@ struct Span {
     int64_t size;    // bytes
 };
 
-// Where the planes and the headers of compressed blocks start in the buffer.
+// Where a buffer holds the planes of a frame and the headers of its compressed blocks.
 struct Offsets {
     PerPlane planes;  // bytes
     std::array<Span, 2> headers;
@@ -94,11 +104,10 @@ struct Offsets {
 
 struct Layout {
     uint32_t code;
-    LinearFormat format;  // which it unpacks to
+    LinearFormat format;  // which the layout unpacks to
     int planeCount;
     PlaneLayout planes[MAX_PLANES];
-    bool swappedChroma;  // the plane of Cr comes before the plane of Cb
-    int sizeCount;       // plane sizes that a job passes; 1: one size for all planes together
+    int sizeCount;  // plane sizes that a job passes; 1: one size for all planes together
     // Pitches that a job passes, in half bytes per pixel of width: the minimum for linear planes,
     // the exact value for blocks.
     int yPitch;
@@ -107,13 +116,16 @@ struct Layout {
     Offsets (*offsets)(int64_t width, int64_t height, const uint32_t* sizes);
     const char* compressed;  // name of a format that the device compresses; null for others
 
-    // True where a frame is stored exactly as in the linear format: one plane of RGB, or luma and
-    // Cb, Cr pairs of half its height. Only such layouts can be destinations.
-    constexpr bool isLinear() const {
-        return isYuv(format)
-                   ? planes[0].isRowsOf(Component::LUMA) && planes[1].isRowsOf(Component::CBCR)
-                   : planes[0].isRowsOf(Component::RGB);
+    // True where a frame is stored exactly as in the linear format. Only such layouts can be
+    // destinations.
+    bool isUnpacked() const {
+        return std::all_of(planes, planes + planeCount,
+                           [](const PlaneLayout& plane) { return plane.isUnpacked(); });
     }
+    // True where Cb and Cr have a plane each, whose numbers the next two return.
+    constexpr bool isPlanar() const { return planes[1].isCbOrCr(); }
+    constexpr int cbPlane() const { return planes[1].component == Component::CB ? 1 : 2; }
+    constexpr int crPlane() const { return 3 - cbPlane(); }
 };
 
 // Null for a code that the engine doesn't know.

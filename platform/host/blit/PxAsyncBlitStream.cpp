@@ -8,14 +8,14 @@
 #include <bitset>
 #include <cerrno>
 
-#include "../SharedBuffer.h"
-#include "BlitJob.h"
+#include "../Descriptors.h"
+#include "BlitEngine.h"
 
 namespace {
 
 using host::isError;
 
-// The calls that configure a job. It needs all of them.
+// The calls that configure a job, which needs all of them.
 enum Call { BEGIN, SRC_BUFFER, SRC_CONFIG, SRC_CROP, DST_BUFFER, DST_CONFIG, END, CALLS };
 
 void logRefusal(const char* call) {
@@ -48,13 +48,13 @@ void setConfig(host::JobSide& side, int width, int height, int yPitch, int uvPit
 
 struct PxAsyncBlitStream::State {
     unsigned int jobId = 0;
-    int fence = -1;  // the engine's descriptor of the job's fence; the caller has another
+    int fence = -1;  // the stream's descriptor of the job's fence; the caller has another one
     std::bitset<CALLS> accepted;
     host::JobSide src = {};
     host::JobSide dst = {};
     PxRect crop = {};
     PxRect target = {};
-    host::BlitJob job;
+    host::BlitEngine engine;
 
     void closeFence() {
         if (!isError(fence)) {
@@ -79,18 +79,18 @@ PxAsyncBlitStream::PxAsyncBlitStream() : mState(std::make_unique<State>()) {}
 PxAsyncBlitStream::~PxAsyncBlitStream() { mState->closeFence(); }
 
 int PxAsyncBlitStream::createJob(unsigned int& jobId, int& fence) {
-    // Drops a job that was created and not started.
+    // Drops a job that was created but never started.
     mState->closeFence();
     mState->accepted.reset();
     mState->fence = host::resultOf(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
-    const int callers =
+    const int callersFence =
         isError(mState->fence) ? mState->fence : host::duplicateDescriptor(mState->fence);
-    if (isError(callers)) {
+    if (isError(callersFence)) {
         mState->closeFence();
-        return callers;
+        return callersFence;
     }
     jobId = ++mState->jobId;
-    fence = callers;
+    fence = callersFence;
     return 0;
 }
 
@@ -132,8 +132,8 @@ int PxAsyncBlitStream::setDstConfig(unsigned int output, int width, int height, 
     if (target != nullptr) {
         mState->target = *target;
     }
-    const bool fits = output == 0 && target != nullptr;
-    return mState->record(DST_CONFIG, "setDstConfig", fits ? 0 : -EINVAL);
+    const bool valid = output == 0 && target != nullptr;
+    return mState->record(DST_CONFIG, "setDstConfig", valid ? 0 : -EINVAL);
 }
 
 int PxAsyncBlitStream::setConfigEnd() { return mState->record(END, "setConfigEnd", 0); }
@@ -147,7 +147,7 @@ int PxAsyncBlitStream::invalidate(timeval* /*now*/) {
         logRefusal("invalidate");
         return -EINVAL;
     }
-    const int status = state.job.run(state.src, state.dst);
+    const int status = state.engine.run(state.src, state.dst);
     if (status == 0 && eventfd_write(state.fence, 1) != 0) {
         return -errno;
     }

@@ -11,12 +11,12 @@ namespace host {
 
 namespace {
 
-// Calls line(from, to) for each line of each whole block.
+// Calls line(from, to) for each line of each block.
 template <typename Line>
 KERNEL_INLINE void forEachBlockLine(const PlaneLayout& plane, int sampleBytes, ConstRows from,
-                                    int samples, int lines, Rows to, int lineBytes, Line line) {
+                                    int samples, int rowCount, Rows to, int lineBytes, Line line) {
     const int blocksAcross = samples / plane.blockWidth;
-    for (int top = 0; top + plane.blockHeight <= lines; top += plane.blockHeight) {
+    for (int top = 0; top < rowCount; top += plane.blockHeight) {
         const uint8_t* block = from.data + plane.blockOffset;
         uint8_t* out = to.data;
         for (int i = 0; i < blocksAcross; ++i) {
@@ -32,14 +32,15 @@ KERNEL_INLINE void forEachBlockLine(const PlaneLayout& plane, int sampleBytes, C
 }
 
 template <int WIDTH>
-KERNEL void copyBlocks(const PlaneLayout& plane, ConstRows from, int samples, int lines, Rows to) {
-    forEachBlockLine(plane, 1, from, samples, lines, to, WIDTH,
+KERNEL void copyBlocks(const PlaneLayout& plane, ConstRows from, int samples, int rowCount,
+                       Rows to) {
+    forEachBlockLine(plane, 1, from, samples, rowCount, to, WIDTH,
                      [](const uint8_t* in, uint8_t* out) { memcpy(out, in, WIDTH); });
 }
 
-// Unpacks the four lowest samples of BITS bits to 16-bit words that hold the highest 10 of these
-// bits at the top. It separates two pairs of samples, then two samples of each pair, which is
-// several times as fast as sample by sample.
+// Unpacks the four lowest samples of BITS bits to 16-bit words, whose highest 10 bits are the
+// highest 10 of the sample. It first separates two pairs of samples, then the two samples of each
+// pair. Sample by sample, the engine would take a third longer for these formats.
 template <int BITS>
 KERNEL_INLINE void unpackFour(uint64_t packed, uint8_t* out) {
     constexpr uint64_t LOW_PAIR = (UINT64_C(1) << 2 * BITS) - 1;
@@ -51,56 +52,57 @@ KERNEL_INLINE void unpackFour(uint64_t packed, uint8_t* out) {
 }
 
 template <int BITS, int WIDTH>
-KERNEL void unpackBits(const PlaneLayout& plane, ConstRows from, int samples, int lines, Rows to) {
+KERNEL void unpackBits(const PlaneLayout& plane, ConstRows from, int samples, int rowCount,
+                       Rows to) {
     constexpr int LINE_BYTES = WIDTH * BITS / 8;
-    forEachBlockLine(plane, 2, from, samples, lines, to, LINE_BYTES,
+    forEachBlockLine(plane, 2, from, samples, rowCount, to, LINE_BYTES,
                      [](const uint8_t* in, uint8_t* out) {
                          for (int i = 0; i < WIDTH / 4; ++i) {
                              uint64_t packed = 0;
-                             // The last words are loaded from where they don't reach beyond the
-                             // line.
-                             const int at = i * BITS / 2;
-                             const int start = std::min(at, LINE_BYTES - 8);
+                             // The last samples are loaded with those before them, so that the
+                             // word doesn't reach beyond the line.
+                             const int first = i * BITS / 2;
+                             const int start = std::min(first, LINE_BYTES - 8);
                              memcpy(&packed, in + start, sizeof packed);
-                             unpackFour<BITS>(packed >> (at - start) * 8, out + i * 8);
+                             unpackFour<BITS>(packed >> (first - start) * 8, out + i * 8);
                          }
                      });
 }
 
 }  // namespace
 
-void unpackPlane(const PlaneLayout& plane, int sampleBytes, ConstRows from, int samples, int lines,
-                 Rows to) {
+void unpackPlane(const PlaneLayout& plane, int sampleBytes, ConstRows from, int samples,
+                 int rowCount, Rows to) {
     switch (plane.packing) {
         case Packing::LINEAR:
             libyuv::CopyPlane(from.data, static_cast<int>(from.pitch), to.data,
-                              static_cast<int>(to.pitch), samples * sampleBytes, lines);
+                              static_cast<int>(to.pitch), samples * sampleBytes, rowCount);
             break;
         case Packing::BLOCKS_8:
             if (plane.blockWidth == 8) {
-                copyBlocks<8>(plane, from, samples, lines, to);
+                copyBlocks<8>(plane, from, samples, rowCount, to);
             } else if (plane.blockWidth == 16) {
-                copyBlocks<16>(plane, from, samples, lines, to);
+                copyBlocks<16>(plane, from, samples, rowCount, to);
             } else {
-                copyBlocks<64>(plane, from, samples, lines, to);
+                copyBlocks<64>(plane, from, samples, rowCount, to);
             }
             break;
         case Packing::BLOCKS_10:
-            unpackBits<10, 16>(plane, from, samples, lines, to);
+            unpackBits<10, 16>(plane, from, samples, rowCount, to);
             break;
         case Packing::BLOCKS_12:
             if (plane.blockWidth == 16) {
-                unpackBits<12, 16>(plane, from, samples, lines, to);
+                unpackBits<12, 16>(plane, from, samples, rowCount, to);
             } else {
-                unpackBits<12, 8>(plane, from, samples, lines, to);
+                unpackBits<12, 8>(plane, from, samples, rowCount, to);
             }
             break;
     }
 }
 
-void mergeChroma(ConstRows cb, ConstRows cr, int pairs, int lines, Rows to) {
+void mergeChroma(ConstRows cb, ConstRows cr, int pairs, int rowCount, Rows to) {
     libyuv::MergeUVPlane(cb.data, static_cast<int>(cb.pitch), cr.data, static_cast<int>(cr.pitch),
-                         to.data, static_cast<int>(to.pitch), pairs, lines);
+                         to.data, static_cast<int>(to.pitch), pairs, rowCount);
 }
 
 }  // namespace host

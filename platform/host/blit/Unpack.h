@@ -22,14 +22,12 @@ struct ConstRows {
         : data(rows.data), pitch(rows.pitch) {}
 };
 
-// Unpacks rows of a plane. samples: per row, whole blocks in a plane of blocks. lines: rows to
-// unpack; of a last block row that they don't fill nothing is written. from: the first row, or the
-// block row that starts with it; its pitch is that of rows or of block rows. sampleBytes: of a
-// sample in to.
-void unpackPlane(const PlaneLayout& plane, int sampleBytes, ConstRows from, int samples, int lines,
-                 Rows to);
+// Unpacks rows of a plane. samples: of each row. In a plane of blocks, samples and rowCount are a
+// whole number of blocks, and from holds rows of blocks. sampleBytes: bytes of a sample in to.
+void unpackPlane(const PlaneLayout& plane, int sampleBytes, ConstRows from, int samples,
+                 int rowCount, Rows to);
 
 // Interleaves a plane of Cb bytes and one of Cr bytes.
-void mergeChroma(ConstRows cb, ConstRows cr, int pairs, int lines, Rows to);
+void mergeChroma(ConstRows cb, ConstRows cr, int pairs, int rowCount, Rows to);
 
 }  // namespace host

@@ -13,7 +13,8 @@ typedef struct BufferAllocator BufferAllocator;
 BufferAllocator* CreateDmabufHeapBufferAllocator(void);
 void FreeDmabufHeapBufferAllocator(BufferAllocator* buffer_allocator);
 
-// Allocates len bytes on the named heap; a descriptor that the caller closes, or a negated errno.
+// Allocates len bytes on the named heap. Returns a descriptor that the caller closes, or a negated
+// errno.
 int DmabufHeapAlloc(BufferAllocator* buffer_allocator, const char* heap_name, size_t len,
                     unsigned int flags, size_t legacy_align);
 

@@ -1,4 +1,4 @@
-// Android log (liblog): one formatted entry a call.
+// Android log (liblog): one formatted entry per call.
 #pragma once
 
 #ifdef __cplusplus

@@ -8,9 +8,9 @@
 extern "C" {
 #endif
 
-// Opens the ION device for a named client; a descriptor > 0, or negative on failure.
+// Opens the ION device for a named client. Returns a descriptor > 0, or a negative number.
 int vx_ion_open(const char* client);
-// Allocates len bytes of multimedia memory; 0, or a negated errno on failure.
+// Allocates len bytes of multimedia memory. Returns 0, or a negated errno on failure.
 int ion_alloc_mm(int fd, size_t len, size_t align, unsigned int flags, ion_user_handle_t* handle);
 
 #ifdef __cplusplus

@@ -5,7 +5,8 @@
 extern "C" {
 #endif
 
-// Waits until the fence signals, at most timeout milliseconds (-1: without limit); 0, or -1.
+// Waits until the fence signals, at most timeout milliseconds (-1: without limit). Returns 0 if it
+// has signalled, else -1.
 int sync_wait(int fd, int timeout);
 
 #ifdef __cplusplus

@@ -1,5 +1,7 @@
-// One job of the blit engine: it checks the configuration of both sides, then converts the frame
-// strip by strip.
+// The blit engine. A job converts one frame. The engine checks both sides of the job against their
+// buffers, maps the buffers, and then works through the frame in strips. It unpacks each strip to
+// the linear format of the source: straight into the destination if no sample changes its value,
+// else into working memory, from where a color transform takes it to the destination.
 #pragma once
 
 #include <cstdint>
@@ -25,8 +27,8 @@ struct JobSide {
     uint32_t profile;
 };
 
-// Runs jobs one after the other and keeps its working memory from job to job.
-class BlitJob {
+// Runs jobs one after another and keeps its working memory from job to job.
+class BlitEngine {
   public:
     // Returns 0 when the frame is converted. Otherwise logs the reason and returns a negated errno:
     // the frames don't fit their buffers, the engine doesn't support the conversion, or memory runs
@@ -34,21 +36,22 @@ class BlitJob {
     int run(const JobSide& src, const JobSide& dst);
 
   private:
-    // A side that has been checked: it fits its buffer.
+    // A side that has been checked: its planes lie inside its buffer.
     struct Frame {
         const Layout* layout;
         const Profile* profile;
         BufferId buffer;
         Offsets offsets;
-        PerPlane pitches;  // bytes per row or per block row
-        PerPlane sizes;    // bytes of the rows of a plane
+        PerPlane pitches;  // bytes per row, or per row of blocks
+        PerPlane sizes;    // bytes of a plane's rows
         PerPlane padding;  // bytes of a plane after its last row
-        int width;
-        int height;
-        uint8_t* data;  // the buffer's bytes
+        int width;         // pixels
+        int height;        // lines
+        uint8_t* data;     // the mapped buffer; null until it is mapped
 
-        // The rows of a plane from this line on, or its block rows from the one with this line on.
-        Rows rows(int plane, int line) const;
+        // The plane's rows, beginning with the one of that number. In a plane of blocks, the rows
+        // of blocks, beginning with the one that holds it.
+        Rows rows(int plane, int row) const;
     };
 
     static int checkSide(const char* name, const JobSide& side, Frame& frame);
@@ -62,14 +65,14 @@ class BlitJob {
     void convertStrip(const Frame& src, const Frame& dst, int top, const Strip& strip,
                       const ColorTransform& transform);
     static void copyStrip(const Frame& src, const Frame& dst, int top, const Strip& strip);
-    static void unpack(const Frame& src, int index, int top, int lines, Rows to);
-    static ConstRows linearRows(const Frame& src, int index, int top, int lines,
+    static void unpack(const Frame& src, int index, int top, int rowCount, Rows to);
+    static ConstRows linearRows(const Frame& src, int index, int top, int rowCount,
                                 std::vector<uint8_t>& memory);
 
-    std::vector<uint8_t> mMainStrip;
-    std::vector<uint8_t> mChromaStrip;
-    std::vector<int32_t> mTerms;
-    bool mWarned = false;
+    std::vector<uint8_t> mMainStrip;    // unpacked rows of pixels or luma
+    std::vector<uint8_t> mChromaStrip;  // unpacked rows of Cb, Cr pairs
+    std::vector<int32_t> mChromaTerms;  // working memory of the color transform
+    bool mWarnedOfCompression = false;
 };
 
 }  // namespace host

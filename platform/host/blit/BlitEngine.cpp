@@ -1,4 +1,4 @@
-#include "BlitJob.h"
+#include "BlitEngine.h"
 
 #include <android/log.h>
 #include <sys/stat.h>
@@ -16,48 +16,47 @@ namespace host {
 
 namespace {
 
-// True for the conversions between linear formats that change samples.
-bool canConvert(LinearFormat from, LinearFormat to) {
-    return to == LinearFormat::RGBA32 ? from != to : from == to && isYuv(from);
+// True for the conversions that compute samples: to RGBA32, and between two color spaces in one YUV
+// format.
+bool canComputeSamples(LinearFormat from, LinearFormat to) {
+    const bool toRgba =
+        isYuv(from) || from == LinearFormat::RGB24 || from == LinearFormat::RGB10_A2;
+    return to == LinearFormat::RGBA32 ? toRgba : from == to && isYuv(from);
 }
 
-int64_t blockRowBytes(const PlaneLayout& plane, int samples) {
-    return int64_t{samples} / plane.blockWidth * plane.blockBytes;
-}
-
-// Bytes of the words that the engine reads and writes in rows; 1 in blocks.
-int64_t wordBytesOf(const Layout& layout) {
+// The alignment, in bytes, of rows and pitches: the kernels access rows as words of a pixel or a
+// sample. RGB24 and blocks are read byte by byte.
+int64_t alignmentOf(const Layout& layout) {
     const bool words = layout.planes[0].isLinear() && layout.format != LinearFormat::RGB24;
     return words ? bytesOf(layout.format) : 1;
 }
 
-// The chroma row that covers a line.
-int chromaLineOf(int line, int chromaLines) {
-    return std::max(0, std::min(line / 2, chromaLines - 1));
+// The chroma row that covers a line. The last one also covers the line that an odd height leaves.
+int chromaRowOf(int line, int chromaRows) {
+    return std::max(0, std::min(line / 2, chromaRows - 1));
 }
 
 }  // namespace
 
-// Fills in what frame says of the plane, and refuses a plane that doesn't fit its buffer.
-int BlitJob::checkPlane(const char* name, const JobSide& side, Frame& frame, int index) {
+// Fills in the frame's entries for one plane, and refuses a plane that doesn't fit its buffer.
+int BlitEngine::checkPlane(const char* name, const JobSide& side, Frame& frame, int index) {
     const auto i = static_cast<size_t>(index);
     const Layout& layout = *frame.layout;
     const PlaneLayout& plane = layout.planes[index];
-    const int samples = plane.samples(layout.format, side.width);
-    const int lines = plane.lines(side.height);
+    const int samples = plane.samplesPerRow(layout.format, side.width);
+    const int rows = plane.rows(side.height);
     int64_t bytes = 0;
     if (plane.isLinear()) {
-        const int pitch = index == 0 ? side.yPitch : side.uvPitch;
         const int64_t rowBytes = int64_t{samples} * sampleBytesOf(layout.format);
-        frame.pitches[i] = pitch;
-        bytes = lines == 0 ? 0 : (lines - 1) * frame.pitches[i] + rowBytes;
+        frame.pitches[i] = index == 0 ? side.yPitch : side.uvPitch;
+        bytes = rows == 0 ? 0 : (rows - 1) * frame.pitches[i] + rowBytes;
     } else {
-        if (samples % plane.blockWidth != 0 || lines % plane.blockHeight != 0) {
+        if (samples % plane.blockWidth != 0 || rows % plane.blockHeight != 0) {
             return REFUSE(EINVAL, "%s: %d x %d is not a whole number of blocks\n", name, side.width,
                           side.height);
         }
-        frame.pitches[i] = blockRowBytes(plane, samples);
-        bytes = lines / plane.blockHeight * frame.pitches[i];
+        frame.pitches[i] = int64_t{samples} / plane.blockWidth * plane.blockBytes;
+        bytes = rows / plane.blockHeight * frame.pitches[i];
     }
     const uint32_t declared = side.sizes[layout.sizeCount == 1 ? 0 : index];
     if (bytes > declared || frame.offsets.planes[i] + bytes > frame.buffer.size) {
@@ -68,14 +67,14 @@ int BlitJob::checkPlane(const char* name, const JobSide& side, Frame& frame, int
     }
     frame.sizes[i] = bytes;
     frame.padding[i] = declared - bytes;
-    const int64_t wordBytes = wordBytesOf(layout);
-    if (frame.pitches[i] % wordBytes != 0 || frame.offsets.planes[i] % wordBytes != 0) {
+    const int64_t alignment = alignmentOf(layout);
+    if (frame.pitches[i] % alignment != 0 || frame.offsets.planes[i] % alignment != 0) {
         return REFUSE(EINVAL, "%s: plane %d is not aligned to its samples\n", name, index);
     }
     return 0;
 }
 
-int BlitJob::checkSide(const char* name, const JobSide& side, Frame& frame) {
+int BlitEngine::checkSide(const char* name, const JobSide& side, Frame& frame) {
     frame = {};
     frame.layout = findLayout(side.color);
     if (frame.layout == nullptr) {
@@ -91,7 +90,7 @@ int BlitJob::checkSide(const char* name, const JobSide& side, Frame& frame) {
         return REFUSE(EBADF, "%s: bad descriptor %d\n", name, side.fd);
     }
     frame.buffer = {side.fd, status.st_dev, status.st_ino, status.st_size};
-    // With this limit rows of working memory stay small, and every product below fits 64 bits.
+    // This limit keeps rows of working memory small and every product below within 64 bits.
     constexpr int MAX_WIDTH = 1 << 20;
     if (side.width <= 0 || side.height <= 0 || side.width > MAX_WIDTH) {
         return REFUSE(EINVAL, "%s: bad size %d x %d\n", name, side.width, side.height);
@@ -123,7 +122,7 @@ int BlitJob::checkSide(const char* name, const JobSide& side, Frame& frame) {
 }
 
 // Checks what depends on both sides.
-int BlitJob::checkPair(const Frame& src, const Frame& dst) {
+int BlitEngine::checkPair(const Frame& src, const Frame& dst) {
     if (src.width != dst.width || src.height != dst.height) {
         return REFUSE(EOPNOTSUPP, "scaling %d x %d to %d x %d is not supported\n", src.width,
                       src.height, dst.width, dst.height);
@@ -133,19 +132,21 @@ int BlitJob::checkPair(const Frame& src, const Frame& dst) {
     }
     const Layout& from = *src.layout;
     const Layout& to = *dst.layout;
-    if (!to.isLinear() || (changesColors(src, dst) && !canConvert(from.format, to.format))) {
+    if (!to.isUnpacked() ||
+        (changesColors(src, dst) && !canComputeSamples(from.format, to.format))) {
         return REFUSE(EOPNOTSUPP, "converting 0x%08X to 0x%08X is not supported\n", from.code,
                       to.code);
     }
     return 0;
 }
 
-bool BlitJob::changesColors(const Frame& src, const Frame& dst) {
+// True when the job computes samples, false when it only moves them.
+bool BlitEngine::changesColors(const Frame& src, const Frame& dst) {
     const LinearFormat format = src.layout->format;
     return format != dst.layout->format || (isYuv(format) && src.profile != dst.profile);
 }
 
-int BlitJob::run(const JobSide& src, const JobSide& dst) {
+int BlitEngine::run(const JobSide& src, const JobSide& dst) {
     Frame from;
     Frame to;
     int error = checkSide("source", src, from);
@@ -161,7 +162,7 @@ int BlitJob::run(const JobSide& src, const JobSide& dst) {
     }
 }
 
-int BlitJob::mapAndConvert(Frame& src, Frame& dst) {
+int BlitEngine::mapAndConvert(Frame& src, Frame& dst) {
     const BufferMapping srcMapping(src.buffer, false);
     const BufferMapping dstMapping(dst.buffer, true);
     src.data = srcMapping.data();
@@ -176,19 +177,20 @@ int BlitJob::mapAndConvert(Frame& src, Frame& dst) {
     return 0;
 }
 
-// make-dump writes uncompressed blocks with headers of zeros. The device compresses blocks, and its
-// headers are never all zero.
-void BlitJob::warnOfCompression(const Frame& src) {
-    if (src.layout->compressed == nullptr || mWarned) {
+// Logs a warning, once, when the source's blocks seem to be compressed. The device compresses them,
+// and its headers are never all zero; make-dump writes uncompressed blocks and headers of zeros.
+void BlitEngine::warnOfCompression(const Frame& src) {
+    if (src.layout->compressed == nullptr || mWarnedOfCompression) {
         return;
     }
     for (const Span& header : src.offsets.headers) {
         const uint8_t* start = src.data + header.offset;
-        const int64_t held = std::max<int64_t>(0, src.buffer.size - header.offset);
-        const uint8_t* end = start + std::min(header.size, held);
-        mWarned = mWarned || std::any_of(start, end, [](uint8_t byte) { return byte != 0; });
+        const int64_t available = std::max<int64_t>(0, src.buffer.size - header.offset);
+        const uint8_t* end = start + std::min(header.size, available);
+        mWarnedOfCompression =
+            mWarnedOfCompression || std::any_of(start, end, [](uint8_t byte) { return byte != 0; });
     }
-    if (mWarned) {
+    if (mWarnedOfCompression) {
         LOG(WARN,
             "%s: the blocks are most likely compressed, which only the device reads; the picture "
             "will look like noise\n",
@@ -196,16 +198,16 @@ void BlitJob::warnOfCompression(const Frame& src) {
     }
 }
 
-// A plane may be declared larger than its rows, as P010 of an odd height is. What follows the rows
-// is cleared, so that every byte of the destination depends on the source alone.
-void BlitJob::clearPadding(const Frame& dst) {
+// A job may declare a plane larger than its rows, as for P010 of an odd height. This clears what
+// follows the rows, so that every byte of the destination depends on the source alone.
+void BlitEngine::clearPadding(const Frame& dst) {
     for (size_t i = 0; i < static_cast<size_t>(dst.layout->planeCount); ++i) {
         memset(dst.data + dst.offsets.planes[i] + dst.sizes[i], 0,
                static_cast<size_t>(dst.padding[i]));
     }
 }
 
-void BlitJob::convert(const Frame& src, const Frame& dst) {
+void BlitEngine::convert(const Frame& src, const Frame& dst) {
     const LinearFormat format = src.layout->format;
     const bool changesColor = changesColors(src, dst);
     ColorTransform transform = {};
@@ -214,13 +216,12 @@ void BlitJob::convert(const Frame& src, const Frame& dst) {
                         ? transformToYuv(*src.profile, *dst.profile, bitsOf(format))
                         : transformToRgb(*src.profile, bitsOf(format));
     }
-    const int chromaLines = isYuv(format) ? src.height / 2 : 0;
+    const int chromaRows = isYuv(format) ? src.height / 2 : 0;
     for (int top = 0; top < src.height; top += STRIP_LINES) {
         Strip strip = {src.width, std::min(STRIP_LINES, src.height - top), 0};
-        if (chromaLines > 0) {
+        if (chromaRows > 0) {
             const int bottom = top + strip.lines - 1;
-            strip.chromaLines =
-                chromaLineOf(bottom, chromaLines) - chromaLineOf(top, chromaLines) + 1;
+            strip.chromaRows = chromaRowOf(bottom, chromaRows) - chromaRowOf(top, chromaRows) + 1;
         }
         if (changesColor) {
             convertStrip(src, dst, top, strip, transform);
@@ -230,64 +231,65 @@ void BlitJob::convert(const Frame& src, const Frame& dst) {
     }
 }
 
-Rows BlitJob::Frame::rows(int plane, int line) const {
+Rows BlitEngine::Frame::rows(int plane, int row) const {
     const auto i = static_cast<size_t>(plane);
-    const int row =
-        layout->planes[plane].isLinear() ? line : line / layout->planes[plane].blockHeight;
-    return {data + offsets.planes[i] + row * pitches[i], static_cast<ptrdiff_t>(pitches[i])};
+    const int blockRow = row / layout->planes[plane].blockHeight;
+    return {data + offsets.planes[i] + blockRow * pitches[i], static_cast<ptrdiff_t>(pitches[i])};
 }
 
-// Unpacks rows of a plane, from this row on; of separate planes of Cb and Cr the rows of both.
-void BlitJob::unpack(const Frame& src, int index, int top, int lines, Rows to) {
+// Unpacks rows of a plane of the linear format, beginning with row top. index: the plane of the
+// layout that holds them; of separate planes of Cb and Cr, which are merged, the first one.
+void BlitEngine::unpack(const Frame& src, int index, int top, int rowCount, Rows to) {
     const LinearFormat format = src.layout->format;
     const PlaneLayout& plane = src.layout->planes[index];
-    const int samples = plane.samples(format, src.width);
+    const int samples = plane.samplesPerRow(format, src.width);
     switch (plane.component) {
         case Component::RGB:
         case Component::LUMA:
         case Component::CBCR:
-            unpackPlane(plane, sampleBytesOf(format), src.rows(index, top), samples, lines, to);
+            unpackPlane(plane, sampleBytesOf(format), src.rows(index, top), samples, rowCount, to);
             break;
-        case Component::CHROMA:
-            mergeChroma(src.rows(src.layout->swappedChroma ? 2 : 1, top),
-                        src.rows(src.layout->swappedChroma ? 1 : 2, top), samples, lines, to);
-            // In a row of an odd width no chroma sample reaches the last byte; it gets the neutral
-            // value.
-            for (int line = 0; src.width % 2 != 0 && line < lines; ++line) {
-                to.data[line * to.pitch + src.width - 1] = 128;
+        case Component::CB:
+        case Component::CR:
+            mergeChroma(src.rows(src.layout->cbPlane(), top), src.rows(src.layout->crPlane(), top),
+                        samples, rowCount, to);
+            // The pairs of an odd width leave the last byte of the row; it gets the neutral value.
+            for (int row = 0; src.width % 2 != 0 && row < rowCount; ++row) {
+                to.data[row * to.pitch + src.width - 1] = 128;
             }
             break;
     }
 }
 
-// Where no color changes, unpacks straight into the destination.
-void BlitJob::copyStrip(const Frame& src, const Frame& dst, int top, const Strip& strip) {
+// Unpacks straight into the destination.
+void BlitEngine::copyStrip(const Frame& src, const Frame& dst, int top, const Strip& strip) {
     unpack(src, 0, top, strip.lines, dst.rows(0, top));
-    if (strip.chromaLines > 0) {
-        const int chromaTop = chromaLineOf(top, src.height / 2);
-        unpack(src, 1, chromaTop, strip.chromaLines, dst.rows(1, chromaTop));
+    if (strip.chromaRows > 0) {
+        const int chromaTop = chromaRowOf(top, src.height / 2);
+        unpack(src, 1, chromaTop, strip.chromaRows, dst.rows(1, chromaTop));
     }
 }
 
-// Rows of the linear format: those of the source, or rows that are unpacked to memory.
-ConstRows BlitJob::linearRows(const Frame& src, int index, int top, int lines,
-                              std::vector<uint8_t>& memory) {
-    if (lines == 0) {
+// Returns rows of a plane of the linear format: the source's own where they are stored so, else
+// rows that it unpacks to memory.
+ConstRows BlitEngine::linearRows(const Frame& src, int index, int top, int rowCount,
+                                 std::vector<uint8_t>& memory) {
+    if (rowCount == 0) {
         return {};
     }
     const PlaneLayout& plane = src.layout->planes[index];
-    if (plane.isLinear() && plane.component != Component::CHROMA) {
+    if (plane.isUnpacked()) {
         return src.rows(index, top);
     }
     const ptrdiff_t pitch = ptrdiff_t{src.width} * bytesOf(src.layout->format);
-    memory.resize(static_cast<size_t>(pitch * lines));
+    memory.resize(static_cast<size_t>(pitch * rowCount));
     const Rows unpacked = {memory.data(), pitch};
-    unpack(src, index, top, lines, unpacked);
+    unpack(src, index, top, rowCount, unpacked);
     return unpacked;
 }
 
-void BlitJob::convertStrip(const Frame& src, const Frame& dst, int top, const Strip& strip,
-                           const ColorTransform& transform) {
+void BlitEngine::convertStrip(const Frame& src, const Frame& dst, int top, const Strip& strip,
+                              const ColorTransform& transform) {
     const LinearFormat format = src.layout->format;
     const ConstRows main = linearRows(src, 0, top, strip.lines, mMainStrip);
     const Rows out = dst.rows(0, top);
@@ -295,15 +297,15 @@ void BlitJob::convertStrip(const Frame& src, const Frame& dst, int top, const St
         convertRgbToRgba(format, strip, main, out);
         return;
     }
-    const int chromaTop = chromaLineOf(top, src.height / 2);
+    const int chromaTop = chromaRowOf(top, src.height / 2);
     const Planes<ConstRows> in = {main,
-                                  linearRows(src, 1, chromaTop, strip.chromaLines, mChromaStrip)};
-    mTerms.resize(static_cast<size_t>(strip.width) * CHANNELS);
+                                  linearRows(src, 1, chromaTop, strip.chromaRows, mChromaStrip)};
+    mChromaTerms.resize(static_cast<size_t>(strip.width) * CHANNELS);
     if (isYuv(dst.layout->format)) {
-        const Rows chromaOut = dst.rows(1, chromaTop);
-        convertYuvToYuv(format, transform, strip, in, {out, chromaOut}, mTerms.data());
+        convertYuvToYuv(format, transform, strip, in, {out, dst.rows(1, chromaTop)},
+                        mChromaTerms.data());
     } else {
-        convertYuvToRgba(format, transform, strip, in, out, mTerms.data());
+        convertYuvToRgba(format, transform, strip, in, out, mChromaTerms.data());
     }
 }
 
