@@ -49,7 +49,8 @@ set(CPACK_PACKAGE_DESCRIPTION
 memory: planar and semi-planar YUV, 10-bit, block and tile layouts, AFBC, and
 the chip's CPQ and Lumo formats in four part files. It writes plain raw frames
 or a PNG picture of each frame. Size and format come from options or from the
-dumps' names, which rules decode.
+dumps' names, which rules decode. On a PC it reads AFBC, CPQ and Lumo only
+where their blocks are stored uncompressed; compressed blocks need the device.
 .
 The package also has make-dump, which writes samples of every format.")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)

@@ -23,6 +23,10 @@ def run(*command, **options):
     return subprocess.run(command, env=env, capture_output=True, text=True, check=True, **options)
 
 
+def up(number, step):
+    return (number + step - 1) // step * step
+
+
 def formats_are_listed():
     names = [line.split()[0] for line in run(tool, "--list-formats").stderr.splitlines()[2:]]
     schema = json.loads(text("config/format-rules.schema.json"))
@@ -35,11 +39,23 @@ def formats_are_listed():
             for row in text("docs/formats.md").splitlines() if row.startswith("| ")][1:]
     assert [row[0] for row in rows] == names, "the formats in docs/formats.md"
     assert [[row[0], row[1], row[4], row[5]] for row in rows] == expected
+    formulas = {}
+    for line in re.findall("^    (.*)", text("docs/formats.md").split("## The size of a frame")[1].split("##")[0], re.M):
+        names, *part, formula = re.split(" {2,}", line)
+        formats = names or formats
+        formulas.update({(name, *part): formula.replace("/", "//") for name in formats.split(", ")})
+    parts = {"Y.dat": ["luma body"], "Y.len": ["luma header"], "C.dat": ["chroma body"], "C.len": ["chroma header"]}
     with tempfile.TemporaryDirectory() as folder:
         for row in rows:
             made = run(make_dump, "-f", row[0], "-w", "1920", "-h", "1080", "--whole", "-o", folder)
             size = pathlib.Path(made.stdout.strip()).stat().st_size
             assert size == int(row[2]), f"docs/formats.md: a frame of {row[0]} has {size} bytes"
+            width, height = (up(size, int(step)) for size, step in zip((72, 72), row[1].split(" × ")))
+            for name in run(make_dump, "-f", row[0], "-w", "72", "-h", "72", "-o", folder).stdout.splitlines():
+                formula = formulas.pop((row[0], *parts.get(name[-5:], [])))
+                size = eval(formula, {"up": up, "W": width, "H": height, "A": width * height})
+                assert size == pathlib.Path(name).stat().st_size, f"docs/formats.md: {name} is not {formula}"
+    assert not formulas, f"docs/formats.md: no such file: {formulas}"
 
 
 def both_builds_have_the_same_sources():
@@ -61,6 +77,18 @@ def rules_and_example_fit_the_schema():
         assert not rules.is_valid(json.loads(example.replace(good, bad))), f"{bad} for {good}"
 
 
+def documents_promise_something_and_fit_the_terminal():
+    code = run(make_dump, "--help").stdout.splitlines()
+    for path in [root / "README.md", root / "CONTRIBUTING.md", *(root / "docs").glob("*.md")]:
+        assert path.read_text().splitlines()[2].startswith("After this page you can "), path
+        assert "](../" not in path.read_text(), f"{path} links what is not installed with it"
+        code += re.findall(r"^    .*", path.read_text(), re.M)
+        code += "\n".join(re.findall(r"```(?!mermaid).*?```", path.read_text(), re.S)).splitlines()
+    wide = [line for line in code if len(line) > 80]
+    assert not wide, f"more than 80 columns: {wide}"
+
+
 formats_are_listed()
+documents_promise_something_and_fit_the_terminal()
 both_builds_have_the_same_sources()
 rules_and_example_fit_the_schema()

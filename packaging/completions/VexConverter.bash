@@ -13,8 +13,13 @@ _vexconverter() {
     [[ $lister == "$tool" ]] || lister+=VexConverter
     COMPREPLY=()
     case $previous in
-        -f | --format | -r | --raw-format)
+        -f | --format)
+            # make-dump writes the formats of all boards.
+            [[ $lister == "$tool" ]] || local -x VEX_HOST_BOARD_PLATFORM=vx2415
             words=$("$lister" --list-formats 2>&1 | awk 'NR > 2 { print $1 }')
+            ;;
+        -r | --raw-format)
+            words="RGB888 RGBA8888 RGBA1010102 NV12 P010 YV12 YUV420P"
             ;;
         --colorspace | --input-colorspace | --output-colorspace)
             words=$("$lister" --list-colorspaces 2>&1 | awk 'NR > 2 { print $1 }')
