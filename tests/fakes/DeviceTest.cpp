@@ -30,7 +30,10 @@ constexpr int FOREIGN_FD = FIRST_FAKE_FD;  // of a buffer that the tool imports
 class DeviceTest : public FolderTest {
   protected:
     DeviceTest() { fakePlatform = &mPlatform; }
-    ~DeviceTest() override { EXPECT_TRUE(mPlatform.held.empty()) << *mPlatform.held.begin(); }
+    ~DeviceTest() override {
+        EXPECT_TRUE(mPlatform.held.empty()) << *mPlatform.held.begin();
+        fakePlatform = nullptr;
+    }
 
     std::unique_ptr<DeviceMemory> make(bool ion, int size, int importFd) {
         if (ion) {
