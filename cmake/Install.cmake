@@ -14,7 +14,7 @@ function(install_compressed source name folder)
     add_custom_target(${name} ALL DEPENDS ${compressed})
     install(FILES ${compressed} DESTINATION ${folder})
 endfunction()
-foreach(page VexConverter.1 make-dump.1 vexconverter-rules.5)
+foreach(page VexConverter.1 make-dump.1 probe-dump.1 vexconverter-rules.5)
     cmake_path(GET page EXTENSION LAST_ONLY extension)
     string(REPLACE "." "man" section ${extension})
     install_compressed(docs/man/${page} ${page} ${CMAKE_INSTALL_MANDIR}/${section})
@@ -31,8 +31,9 @@ install(FILES config/default-rules.json config/format-rules.schema.json
 
 # bash looks for a file of the command's name.
 set(folder ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
-install(FILES packaging/completions/VexConverter.bash DESTINATION ${folder} RENAME VexConverter)
-install(FILES packaging/completions/VexConverter.bash DESTINATION ${folder} RENAME make-dump)
+foreach(command VexConverter make-dump probe-dump)
+    install(FILES packaging/completions/VexConverter.bash DESTINATION ${folder} RENAME ${command})
+endforeach()
 # Debian's zsh has one folder for completions of packages, another for those of an administrator.
 set(folder site-functions)
 if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
@@ -52,7 +53,8 @@ or a PNG picture of each frame. Size and format come from options or from the
 dumps' names, which rules decode. On a PC it reads AFBC, CPQ and Lumo only
 where their blocks are stored uncompressed; compressed blocks need the device.
 .
-The package also has make-dump, which writes samples of every format.")
+The package also has probe-dump, which tells what a dump is and whether it
+converts, and make-dump, which writes samples of every format.")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE

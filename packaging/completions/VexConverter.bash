@@ -1,4 +1,4 @@
-# Completion of VexConverter and make-dump for bash, with or without the package bash-completion.
+# Completion of VexConverter, make-dump and probe-dump for bash, with or without the package bash-completion.
 # Options, formats and color spaces are those that the tools list themselves.
 
 _vexconverter() {
@@ -10,12 +10,13 @@ _vexconverter() {
         previous=${COMP_WORDS[COMP_CWORD - 2]}
     fi
     local lister=${tool%make-dump} words
+    lister=${lister%probe-dump}
     [[ $lister == "$tool" ]] || lister+=VexConverter
     COMPREPLY=()
     case $previous in
         -f | --format)
             # make-dump writes the formats of all boards.
-            [[ $lister == "$tool" ]] || local -x VEX_HOST_BOARD_PLATFORM=vx2415
+            [[ $tool != *make-dump ]] || local -x VEX_HOST_BOARD_PLATFORM=vx2415
             words=$("$lister" --list-formats 2>&1 | awk 'NR > 2 { print $1 }')
             ;;
         -r | --raw-format)
@@ -28,7 +29,7 @@ _vexconverter() {
             compopt +o default +o bashdefault
             return
             ;;
-        -o | --output)
+        -o | --output | --pictures)
             compopt +o default +o bashdefault -o dirnames
             return
             ;;
@@ -41,4 +42,4 @@ _vexconverter() {
     mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
 } 2>/dev/null
 
-complete -o bashdefault -o default -F _vexconverter VexConverter make-dump
+complete -o bashdefault -o default -F _vexconverter VexConverter make-dump probe-dump
