@@ -107,29 +107,32 @@ size_t maxStack() {
     return static_cast<size_t>(std::min(MAX, limit.rlim_cur));
 }
 
-// A measure of what a step of libc++'s matcher may take: it copies all groups and counters, walks
-// through a bracket expression, or matches a look-ahead, whose steps nobody counts. Only at the
-// start, where it is tried once, a look-ahead may hold more than characters and escapes.
+// How long the body of a look-ahead is that holds only characters and escapes; npos for others.
+size_t plainLength(std::string_view body) {
+    size_t end = 0;
+    while (end < body.size() && std::string_view("()[{|*+?").find(body[end]) == std::string::npos) {
+        end += body[end] == '\\' ? 2 : 1;
+    }
+    return end < body.size() && body[end] == ')' ? end : std::string::npos;
+}
+
+// A measure of how long a step of libc++'s matcher may take: it copies all groups and counters,
+// walks through a bracket expression, or matches a whole look-ahead. Steps within a look-ahead are
+// counted apart, so one that can take many is only allowed where it is tried once: after the ^ that
+// starts the pattern. Elsewhere it makes the pattern too heavy for any name.
 size_t weigh(std::string_view pattern) {
     size_t longest = 0;
-    for (size_t at = 0; at + 2 < pattern.size(); ++at) {
+    for (size_t at = 0; at < pattern.size(); ++at) {
+        const std::string_view opening = pattern.substr(at, 3);
         if (pattern[at] == '\\') {
             ++at;
-            continue;
-        }
-        const std::string_view opening = pattern.substr(at, 3);
-        if (opening != "(?=" && opening != "(?!") {
-            continue;
-        }
-        size_t end = at + 3;
-        while (end < pattern.size() &&
-               std::string_view("()[{|*+?").find(pattern[end]) == std::string_view::npos) {
-            end += pattern[end] == '\\' ? 2 : 1;
-        }
-        if (end < pattern.size() && pattern[end] == ')') {
-            longest = std::max(longest, end - at - 3);
-        } else if (pattern.substr(0, at) != "^") {
-            return SIZE_MAX;
+        } else if (opening == "(?=" || opening == "(?!") {
+            const size_t length = plainLength(pattern.substr(at + 3));
+            if (length != std::string::npos) {
+                longest = std::max(longest, length);
+            } else if (pattern.substr(0, at) != "^") {
+                return SIZE_MAX;
+            }
         }
     }
     return pattern.size() + 64 * longest;
@@ -169,8 +172,8 @@ Compiled compile(const std::string& pattern) {
     }
     try {
         const char* text = pattern.data();
-        // Alone, because a pattern that isn't valid may be so between parentheses.
-        std::regex(BoundedIterator(text), BoundedIterator(text + pattern.size()));
+        // A pattern that is not valid alone, such as a)(b, may be valid between parentheses.
+        const std::regex alone(BoundedIterator(text), BoundedIterator(text + pattern.size()));
         return {std::regex(SKIP + ("(?:" + withChargedReferences(pattern) + ")")), weigh(pattern),
                 ""};
     } catch (const std::exception& error) {  // not valid, beyond a bound, or no memory for it
