@@ -1,51 +1,59 @@
 #include "config/PatternSearch.h"
 
-// States that an expression may have, its {n} written out. libstdc++ takes the number from here;
-// its matcher may descend through all of them without looking at the name once.
-#define _GLIBCXX_REGEX_STATE_LIMIT 4096
-
+#include <sys/auxv.h>
 #include <sys/resource.h>
 
 #include <algorithm>
-#include <cctype>
-#include <cstdint>
 #include <exception>
 #include <iterator>
+#include <map>
+#include <string_view>
+
+namespace {
+
+#ifdef VEX_SANITIZE                       // which widens the matcher's frames
+constexpr size_t STACK_PER_STATE = 2048;  // bytes
+#else
+constexpr size_t STACK_PER_STATE = 512;
+#endif
+constexpr size_t STACK_PER_CHARACTER = 128;
+constexpr size_t MAX_WORK = 1 << 22;  // bytes of the name times the pattern's weight
+
+// What the search under way may still take.
+struct Budget {
+    uint32_t steps = UINT32_MAX;
+    uintptr_t lowestStack = 0;
+    size_t maxStates = 0;
+} budget;
+
+// Ends a compilation or search as the standard library itself would.
+void charge();
+
+// libstdc++'s compiler asks for its limit whenever it adds a state, so at each level of its
+// recursion.
+[[maybe_unused]] size_t chargeState() {
+    charge();
+    return budget.maxStates;
+}
+
+}  // namespace
+
+#define _GLIBCXX_REGEX_STATE_LIMIT chargeState()
 #include <regex>
 
 namespace {
 
-// A pattern's text. The expression compiler descends once a character.
-constexpr size_t MAX_PATTERN = 2048;  // bytes
-constexpr uint32_t MAX_STEPS = 10'000'000;
-
-// Bytes of the main thread's stack, which grows as far as the limit, that a search may take. A
-// quarter stays for what the matcher descends between two looks at the name.
-intptr_t stackBudget() {
-    constexpr rlim_t MOST = 64 << 20;
-    rlimit limit = {MOST, MOST};
-    getrlimit(RLIMIT_STACK, &limit);
-    return static_cast<intptr_t>(std::min(MOST, limit.rlim_cur) / 4 * 3);
+void charge() {
+    if (budget.steps == 0 ||
+        reinterpret_cast<uintptr_t>(__builtin_frame_address(0)) < budget.lowestStack) {
+        throw std::regex_error(std::regex_constants::error_complexity);
+    }
+    --budget.steps;
 }
 
-intptr_t stackPosition() { return reinterpret_cast<intptr_t>(__builtin_frame_address(0)); }
-
-// The bounds of one search, shared by all copies of its iterators.
-struct Budget {
-    uint32_t steps = MAX_STEPS;
-    intptr_t stackStart = stackPosition();  // it grows downward
-    intptr_t maxStack = stackBudget();
-
-    // Ends a search the way the standard's own matchers end one.
-    void charge() {
-        if (steps-- == 0 || stackStart - stackPosition() > maxStack) {
-            throw std::regex_error(std::regex_constants::error_complexity);
-        }
-    }
-};
-
-// Walks a name and charges every look at it to the budget; libc++ copies the name and keeps bounds
-// and memory of its own.
+// Charges each time it is made, copied or compared. libstdc++'s matcher does one of these in every
+// step that could otherwise be repeated without end, libc++'s compiler at each level of its
+// recursion.
 struct BoundedIterator {
     using iterator_category = std::bidirectional_iterator_tag;
     using value_type = char;
@@ -53,58 +61,163 @@ struct BoundedIterator {
     using pointer = const char*;
     using reference = const char&;
 
+    explicit BoundedIterator(const char* position = nullptr) : at(position) { charge(); }
+    BoundedIterator(const BoundedIterator& other) : at(other.at) { charge(); }
+    BoundedIterator& operator=(const BoundedIterator& other) {
+        charge();
+        at = other.at;
+        return *this;
+    }
+    ~BoundedIterator() = default;
+
     reference operator*() const { return *at; }
     BoundedIterator& operator++() { return ++at, *this; }
     BoundedIterator& operator--() { return --at, *this; }
-    BoundedIterator operator++(int) { return {at++, budget}; }
-    BoundedIterator operator--(int) { return {at--, budget}; }
+    BoundedIterator operator++(int) { return BoundedIterator(at++); }
+    BoundedIterator operator--(int) { return BoundedIterator(at--); }
     friend bool operator==(const BoundedIterator& a, const BoundedIterator& b) {
-        if (a.budget != nullptr) {
-            a.budget->charge();
-        }
+        charge();
         return a.at == b.at;
     }
     friend bool operator!=(const BoundedIterator& a, const BoundedIterator& b) { return !(a == b); }
 
-    const char* at = nullptr;
-    Budget* budget = nullptr;
+    const char* at;
 };
 
-// A bracket expression asks the collation key of all 256 characters, for which the standard traits
-// look up the locale's facets each time. This is the "C" locale's, in a quarter of the time a rule.
-struct PlainTraits : std::regex_traits<char> {
-    template <typename Iterator>
-    string_type transform_primary(Iterator first, Iterator last) const {
-        string_type key(first, last);
-        std::transform(key.begin(), key.end(), key.begin(),
-                       [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-        return key;
+#ifdef _LIBCPP_VERSION
+// libc++ gives up a match after 4,096 steps for each byte of the name, but counts anew from each
+// byte at which the match could start. So its matches start at the name's first byte and skip
+// to the occurrence.
+using Position = const char*;
+constexpr const char* SKIP = "[\\s\\S]*?";
+constexpr auto SEARCH_FLAGS = std::regex_constants::match_continuous;
+#else
+using Position = BoundedIterator;
+constexpr const char* SKIP = "";
+constexpr auto SEARCH_FLAGS = std::regex_constants::match_default;
+#endif
+
+// Three quarters of the main thread's stack, whose top holds the program's name, are for the
+// recursion that is charged. The last quarter is for what is not: libstdc++'s matcher descends
+// through empty alternatives, and libc++ destroys an expression recursively.
+size_t maxStack() {
+    constexpr rlim_t MAX = 64 << 20;
+    rlimit limit = {MAX, MAX};
+    getrlimit(RLIMIT_STACK, &limit);
+    return static_cast<size_t>(std::min(MAX, limit.rlim_cur));
+}
+
+// How long the body of a look-ahead is that holds only characters and escapes; npos for others.
+size_t plainLength(std::string_view body) {
+    size_t end = 0;
+    while (end < body.size() && std::string_view("()[{|*+?").find(body[end]) == std::string::npos) {
+        end += body[end] == '\\' ? 2 : 1;
     }
+    return end < body.size() && body[end] == ')' ? end : std::string::npos;
+}
+
+// A measure of how long a step of libc++'s matcher may take: it copies all groups and counters,
+// walks through a bracket expression, or matches a whole look-ahead. Steps within a look-ahead are
+// counted apart, so one that can take many is only allowed where it is tried once: after the ^ that
+// starts the pattern. Elsewhere it makes the pattern too heavy for any name.
+size_t weigh(std::string_view pattern) {
+    size_t longest = 0;
+    for (size_t at = 0; at < pattern.size(); ++at) {
+        const std::string_view opening = pattern.substr(at, 3);
+        if (pattern[at] == '\\') {
+            ++at;
+        } else if (opening == "(?=" || opening == "(?!") {
+            const size_t length = plainLength(pattern.substr(at + 3));
+            if (length != std::string::npos) {
+                longest = std::max(longest, length);
+            } else if (pattern.substr(0, at) != "^") {
+                return SIZE_MAX;
+            }
+        }
+    }
+    return pattern.size() + 64 * longest;
+}
+
+// The pattern with an assertion that always holds before each back reference: libstdc++'s matcher
+// is charged for it, but not for a reference to a group that took no part.
+std::string withChargedReferences(const std::string& pattern) {
+    std::string charged;
+    for (size_t at = 0, next = 0; at < pattern.size(); at = next) {
+        next = at + 1;
+        bool isReference = false;
+        if (pattern[at] == '\\') {
+            next = std::min(pattern.find_first_not_of("0123456789", next), pattern.size());
+            isReference = next > at + 1 && pattern[at + 1] != '0';
+            next = std::max(next, at + 2);
+        }
+        const std::string piece = pattern.substr(at, next - at);
+        charged += isReference ? "(?:(?:\\b|\\B)" + piece + ")" : piece;
+    }
+    return charged;
+}
+
+struct Compiled {
+    std::regex expression;
+    size_t weight = 0;
+    std::string error;
 };
+
+Compiled compile(const std::string& pattern) {
+    constexpr int MAX_DIGITS = 18;  // libstdc++ reads numbers without a look at what they can hold
+    const bool hasHugeNumber =
+        std::search_n(pattern.begin(), pattern.end(), MAX_DIGITS + 1, '0',
+                      [](char c, char) { return c >= '0' && c <= '9'; }) != pattern.end();
+    if (hasHugeNumber || pattern.size() > maxStack() / STACK_PER_CHARACTER) {
+        return {{}, 0, "the pattern or a number in it is too long"};
+    }
+    try {
+        const char* text = pattern.data();
+        // A pattern that is not valid alone, such as a)(b, may be valid between parentheses.
+        const std::regex alone(BoundedIterator(text), BoundedIterator(text + pattern.size()));
+        return {std::regex(SKIP + ("(?:" + withChargedReferences(pattern) + ")")), weigh(pattern),
+                ""};
+    } catch (const std::exception& error) {  // not valid, beyond a bound, or no memory for it
+        return {{}, 0, error.what()};
+    }
+}
 
 }  // namespace
 
-PatternSearch searchPattern(const std::string& name, const std::string& pattern) {
-    if (pattern.size() > MAX_PATTERN) {
-        return {PatternSearch::FAILED, {}, "the pattern is too long"};
+PatternSearch searchPattern(const std::string& name, const std::string& pattern,
+                            uint32_t maxSteps) {
+    static std::map<std::string, Compiled> compiled;
+    if (compiled.size() == 256) {
+        compiled.clear();
+    }
+    const size_t stack = maxStack();
+    budget = {};  // for the iterators of the empty result
+    std::match_results<Position> found;
+    budget = {maxSteps, getauxval(AT_EXECFN) - stack / 4 * 3, stack / STACK_PER_STATE};
+    const auto [entry, isNew] = compiled.try_emplace(pattern);
+    Compiled& known = entry->second;
+    if (isNew) {
+        known = compile(pattern);
+    }
+    if (!known.error.empty()) {
+        return {PatternSearch::FAILED, {}, known.error};
+    }
+    if (known.weight > MAX_WORK / (name.size() + 1)) {
+        return {PatternSearch::FAILED, {}, "the pattern is too complex for a name of this length"};
     }
     PatternSearch search;
+    const char* end = name.data() + name.size();
     try {
-        const std::basic_regex<char, PlainTraits> expression(pattern);
-        Budget budget;
-        const char* end = name.data() + name.size();
-        std::match_results<BoundedIterator> found;
-        if (std::regex_search(BoundedIterator{name.data(), &budget}, BoundedIterator{end, &budget},
-                              found, expression)) {
+        if (std::regex_search(Position(name.data()), Position(end), found, known.expression,
+                              SEARCH_FLAGS)) {
             search.outcome = PatternSearch::FOUND;
         }
         for (const auto& group : found) {
-            const char* start = group.matched ? group.first.at : end;
-            const char* stop = group.matched ? group.second.at : end;
+            const char* start = group.matched ? &*group.first : end;
+            const char* stop = group.matched ? &*group.second : end;
             search.groups.push_back(
                 {static_cast<size_t>(start - name.data()), static_cast<size_t>(stop - start)});
         }
-    } catch (const std::exception& error) {  // not valid, beyond a bound, or no memory for it
+    } catch (const std::exception& error) {  // beyond a bound, or no memory for it
         return {PatternSearch::FAILED, {}, error.what()};
     }
     return search;

@@ -1,8 +1,10 @@
-// Searches a name for a regular expression within fixed bounds, so that a hostile pattern or a very
-// long name can neither overflow the stack nor search without end.
+// Searches a name for a regular expression within bounds, so that a hostile pattern or a very long
+// name neither overflows the stack nor takes more than some seconds. docs/configuration.md says
+// what the bounds are.
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -16,9 +18,11 @@ struct PatternSearch {
     enum Outcome { FOUND, NOT_FOUND, FAILED };
 
     Outcome outcome = NOT_FOUND;
-    std::vector<Group> groups;  // when found: group 0 is the whole match
+    std::vector<Group> groups;  // when found: group 0 ends where the match does
     std::string error;          // when failed: why the pattern can't be compiled or searched
 };
 
-// The first occurrence of the pattern (ECMAScript grammar) in the name.
-PatternSearch searchPattern(const std::string& name, const std::string& pattern);
+// The first occurrence of the pattern (ECMAScript grammar) in the name. Patterns are compiled once.
+// Steps are counted where the standard library is libstdc++.
+PatternSearch searchPattern(const std::string& name, const std::string& pattern,
+                            uint32_t maxSteps = 30'000'000);
