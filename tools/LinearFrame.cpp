@@ -125,7 +125,7 @@ uint32_t quantize(double value, double top) {
 void fillRgb(const Colors& colors, LinearFrame& frame) {
     const double top = maxOf(frame.format);
     const bool deep = frame.format == LinearFormat::RGB10_A2;
-    const int bits = deep ? 10 : 8;
+    const size_t bits = deep ? 10 : 8;
     const int maxAlpha = deep ? 3 : 255;
     const auto size = static_cast<size_t>(bytesOf(frame.format));
     for (int y = 0; y < frame.height; ++y) {
