@@ -179,11 +179,11 @@ TEST_F(ConvertFileTest, ReleasesConverterThenDestinationThenSource) {
 }
 
 TEST_F(ConvertFileTest, FailedFrameIsLeftOutAndTheOthersFollow) {
-    mPlatform.failCall = "invalidate";
-    mPlatform.failOccurrence = 2;
+    mPlatform.failNth = 25;
     EXPECT_EQ(convert(), "Process: " + mFolder + "/in.yuv\n" +
                              "\r\x1b[kProcess: frame #1 of 3\r\x1b[kProcess: frame #2 of 3" +
                              "Error: failed to convertFrame\n\r\x1b[kProcess: frame #3 of 3\n");
+    EXPECT_EQ(mPlatform.failed, "invalidate");
     EXPECT_EQ(outputSize(), 2U * 24);
 }
 
