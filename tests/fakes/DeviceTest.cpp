@@ -85,11 +85,8 @@ TEST_F(DeviceTest, BufferCallsAndArguments) {
     EXPECT_EQ(ion.data(), dmabuf.data());
     ion.release();
     dmabuf.release();
-    mPlatform.calls.clear();
-    ion.release();
-    dmabuf.release();
     EXPECT_TRUE(ion.data() == nullptr && dmabuf.data() == nullptr);
-    EXPECT_EQ(mPlatform.calls, "");
+    // Their destructors release them once more.
 }
 
 ColorConvert::ColorConvertConfig blockToPicture() {

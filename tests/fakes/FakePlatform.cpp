@@ -139,7 +139,7 @@ BufferAllocator* CreateDmabufHeapBufferAllocator() {
 
 void FreeDmabufHeapBufferAllocator(BufferAllocator* buffer_allocator) {
     fakePlatform->calls += "FreeDmabufHeapBufferAllocator() ";
-    fakePlatform->held.erase("allocator");
+    drop("allocator");
     delete buffer_allocator;
 }
 
@@ -208,7 +208,7 @@ Stream::PxAsyncBlitStream() { fakePlatform->held.insert("stream"); }
 
 Stream::~PxAsyncBlitStream() {
     fakePlatform->calls += "~PxAsyncBlitStream() ";
-    fakePlatform->held.erase("stream");
+    drop("stream");
 }
 
 int Stream::createJob(unsigned int& jobId, int& fence) {
