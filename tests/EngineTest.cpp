@@ -215,51 +215,54 @@ TEST(EngineColor, EverySpaceToRgbaIsExactToTheRounding) {
     });
 }
 
+Deviation deviationOf(Frame& changed, const Space& to, Frame& frame, const Space& from) {
+    const int width = frame.width;
+    const double top = (1 << bitsOf(frame)) - 1;
+    Deviation deviation;
+    for (int i = 0; i < width * frame.height; ++i) {
+        const Color3 exact = to.fromRgb(colorOf(frame, from, i % width, i / width));
+        deviation.add(changed.sample(i), exact[0], top);
+    }
+    for (int i = 0; i < (width / 2) * (frame.height / 2); ++i) {
+        const int x = i % (width / 2) * 2;
+        const int row = i / (width / 2);
+        const Color3 exact = to.fromRgb(colorOf(frame, from, x, row * 2));
+        deviation.add(changed.sample((frame.height + row) * width + x), exact[1], top);
+        deviation.add(changed.sample((frame.height + row) * width + x + 1), exact[2], top);
+    }
+    return deviation;
+}
+
 TEST(EngineColor, EveryPairOfSpacesIsExactToTheRounding) {
     forEachFrame([](Frame& frame) {
-        const int bits = bitsOf(frame);
-        const int samples = frame.width * (frame.height + frame.height / 2);
         Frame changed(frame.format, frame.width, frame.height);
         for (size_t pair = 0; pair < colorSpaceInfos.size() * colorSpaceInfos.size(); ++pair) {
             const ColorSpaceInfo& from = colorSpaceInfos.at(pair % colorSpaceInfos.size());
             const ColorSpaceInfo& to = colorSpaceInfos.at(pair / colorSpaceInfos.size());
-            const Space source(from.value, bits);
-            const Space target(to.value, bits);
             ASSERT_EQ(convert(frame, from.value, changed, to.value), 0);
-            Deviation deviation;
-            for (int i = 0; i < samples; ++i) {
-                const int x = i % frame.width;
-                const int chromaRow = i / frame.width - frame.height;
-                const bool isChroma = chromaRow >= 0;
-                if (isChroma && x == frame.width / 2 * 2) {
-                    continue;  // of an odd width, a column without chroma
-                }
-                const int y = isChroma ? chromaRow * 2 : i / frame.width;
-                const Color3 exact = target.fromRgb(colorOf(frame, source, x, y));
-                deviation.add(changed.sample(i), exact.at(isChroma ? 1U + x % 2U : 0),
-                              (1 << bits) - 1);
-            }
-            deviation.expectRoundingAlone(nameOf(frame) + ", " + from.name + " to " + to.name);
+            deviationOf(changed, Space(to.value, bitsOf(frame)), frame,
+                        Space(from.value, bitsOf(frame)))
+                .expectRoundingAlone(nameOf(frame) + ", " + from.name + " to " + to.name);
         }
     });
 }
 
 TEST(EngineColor, RgbToRgbaScalesDepthAndAlpha) {
-    for (const auto format : {Color::RGB888, Color::RGBA1010102}) {
+    for (const auto& [format, bits, alphaBits] :
+         {std::tuple(Color::RGB888, 8, 0), std::tuple(Color::RGBA1010102, 10, 2)}) {
         Frame src(format, 512, 256);
         Frame picture(Color::RGBA8888, src.width, src.height);
         fillRandomly(src);
         ASSERT_EQ(convert(src, 0, picture, 3), 0);
-        int wrong = 0;
+        Deviation deviation;
         for (int i = 0; i < picture.size; ++i) {
-            const bool alpha = i % 4 == 3;
-            const int bits = format == Color::RGB888 ? 8 : alpha ? 2 : 10;
-            const int first =
-                format == Color::RGB888 ? i / 4 * 24 + i % 4 * 8 : i / 4 * 32 + i % 4 * 10;
-            const int value = alpha && bits == 8 ? 255 : bitsAt(src.bytes(), first, bits);
-            wrong += picture.bytes()[i] != std::lround(value * 255.0 / ((1 << bits) - 1));
+            const int first = i / 4 * (3 * bits + alphaBits) + i % 4 * bits;
+            const int count = i % 4 == 3 ? alphaBits : bits;
+            const int value = bitsAt(src.bytes(), first, count);
+            deviation.add(picture.bytes()[i], count == 0 ? 255 : value * 255.0 / ((1 << count) - 1),
+                          255);
         }
-        EXPECT_EQ(wrong, 0) << "samples of " << nameOf(src);
+        EXPECT_EQ(deviation.unequal, 0) << "samples of " << nameOf(src);
     }
 }
 
