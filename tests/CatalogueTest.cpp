@@ -52,6 +52,10 @@ TEST(Catalogue, RowsOfFormats) {
         EXPECT_EQ(Color::isSeparate(format), separate == "separate");
         EXPECT_EQ(Color::getDefaultAlignedSize(2 * w + 1, 4 * h + 1, format),
                   std::pair(2 * w + w, 4 * h + h));
+        std::istringstream listed(readers);
+        for (std::string board; std::getline(listed, board, ',');) {
+            boards.insert(board.substr(board[0] == '!' ? 1 : 0));
+        }
         for (const std::string& board : boards) {
             setenv("VEX_HOST_BOARD_PLATFORM", board.c_str(), 1);
             EXPECT_EQ(Color::checkPlatformSupport(format), reads(readers, board))
