@@ -18,7 +18,10 @@ namespace {
 class DeviceTest : public FolderTest {
   protected:
     DeviceTest() { fakePlatform = &mPlatform; }
-    ~DeviceTest() override { EXPECT_TRUE(mPlatform.held.empty()) << *mPlatform.held.begin(); }
+    ~DeviceTest() override {
+        EXPECT_TRUE(mPlatform.held.empty()) << *mPlatform.held.begin();
+        fakePlatform = nullptr;
+    }
 
     std::unique_ptr<DeviceMemory> make(bool ion, int size, int importFd) {
         if (ion) {
