@@ -14,10 +14,7 @@ namespace {
 using Color = ColorConvert;
 using Parts = std::vector<std::pair<int, int>>;
 
-TEST(Catalogue, Names) {
-    for (const char* name : {"nv12", "NV12 ", "NV1", "", "NV12_LUMO"}) {
-        EXPECT_EQ(Color::getColorFormatFromStr(name), Color::UNKNOWN) << name;
-    }
+TEST(Catalogue, NamesOfColorSpaces) {
     int value = 0;
     for (const auto& [name] : table<std::string>("spaces.txt")) {
         EXPECT_EQ(Color::getColorSpaceFromStr(name), value++) << name;
@@ -53,10 +50,12 @@ TEST(Catalogue, RowsOfFormats) {
         EXPECT_EQ(Color::getDefaultOutputFormat(format), Color::getColorFormatFromStr(output));
         EXPECT_EQ(Color::getExtensionName(format), extension);
         EXPECT_EQ(Color::isSeparate(format), separate == "separate");
-        EXPECT_EQ(Color::getDefaultAlignedSize(3 * w - (w > 1 ? 1 : 0), 5 * h, format),
-                  std::pair(3 * w, 5 * h));
         EXPECT_EQ(Color::getDefaultAlignedSize(2 * w + 1, 4 * h + 1, format),
                   std::pair(2 * w + w, 4 * h + h));
+        std::istringstream listed(readers);
+        for (std::string board; std::getline(listed, board, ',');) {
+            boards.insert(board.substr(board[0] == '!' ? 1 : 0));
+        }
         for (const std::string& board : boards) {
             setenv("VEX_HOST_BOARD_PLATFORM", board.c_str(), 1);
             EXPECT_EQ(Color::checkPlatformSupport(format), reads(readers, board))
@@ -78,14 +77,12 @@ TEST(Catalogue, RowsOfFormats) {
 // Names the tables in which a new format still needs a row.
 TEST(Catalogue, TablesOfTheTestsHoldEveryFormat) {
     for (const char* file : {"formats.txt", "planes.txt", "layouts.txt", "parts.txt"}) {
-        std::set<std::string> names;
-        for (const auto& [name] : table<std::string>(file)) {
-            names.insert(name);
-        }
+        const std::string rows = readFile(std::string(TEST_DATA) + "/" + file);
         for (const ColorFormatInfo& info : colorFormatInfos) {
             const bool wanted = info.value != Color::UNKNOWN &&
                                 (info.parts != nullptr || file != std::string("parts.txt"));
-            EXPECT_TRUE(!wanted || names.count(info.name) == 1)
+            EXPECT_TRUE(!wanted ||
+                        rows.find(std::string("\n") + info.name + " ") != std::string::npos)
                 << info.name << " has no row in tests/data/" << file;
         }
     }

@@ -33,50 +33,49 @@ std::string rect(const PxRect& r) {
     return ", (" + list(r.left, r.top, r.width, r.height, companions) + ")";
 }
 
-// Records the call and returns 0, or the status of a failure.
+// Records a call that can fail, and returns 0 or the status of a failure.
 int result(const std::string& name, const std::string& arguments = "") {
-    return fakePlatform->record(name, arguments) ? 0 : fakePlatform->failStatus;
+    FakePlatform& fake = *fakePlatform;
+    fake.calls += name + "(" + arguments + ") ";
+    if (++fake.canFail != fake.failNth && name != fake.failCall) {
+        return 0;
+    }
+    fake.failed = name;
+    return -5;
 }
 
+// Descriptors have the lowest number that a buffer may have, 1, if that is free; else they count
+// from here.
+constexpr int FIRST_FD = 100001;
+
 int openFd() {
-    static int last = FIRST_FAKE_FD;
-    const bool low = ++fakePlatform->opened == fakePlatform->lowest;
-    const int fd = low ? fakePlatform->lowestNumber : ++last;
-    fakePlatform->held.insert("fd " + std::to_string(fd));
+    FakePlatform& fake = *fakePlatform;
+    const int fd = fake.held.count("fd 1") == 0 ? 1 : FIRST_FD + fake.opened++;
+    fake.held.insert("fd " + std::to_string(fd));
     return fd;
 }
 
 // The C library and what counts coverage have their own files outside of a test.
 bool isFake(int fd) {
     return fakePlatform != nullptr &&
-           (fd >= FIRST_FAKE_FD || fakePlatform->held.count("fd " + std::to_string(fd)) != 0);
+           (fd >= FIRST_FD || fakePlatform->held.count("fd " + std::to_string(fd)) != 0);
 }
 
-int openHandle() {
-    fakePlatform->held.insert("handle 1");
-    return 1;
-}
-
-// Records a call that gives something to its caller, whose variable it leaves alone when it fails.
-int give(const std::string& name, const std::string& arguments, int (*open)(), int* out) {
+// Records a call that gives a descriptor to its caller, whose variable it leaves alone when it
+// fails.
+int give(const std::string& name, const std::string& arguments, int* out) {
     const int status = result(name, arguments);
-    *out = status == 0 ? open() : *out;
+    *out = status == 0 ? openFd() : *out;
     return status;
 }
 
-int drop(const std::string& what, size_t number) {
-    const auto found = fakePlatform->held.find(what + std::to_string(number));
-    if (found == fakePlatform->held.end()) {
-        return -1;
+void drop(const std::string& what) {
+    auto& held = fakePlatform->held;
+    if (held.count(what) == 0) {
+        held.insert("given back too often: " + what);
+    } else {
+        held.erase(held.find(what));
     }
-    fakePlatform->held.erase(found);
-    return 0;
-}
-
-bool failCall(const char* name) {
-    const bool chosen = fakePlatform != nullptr && fakePlatform->isChosen(name);
-    errno = chosen ? EIO : errno;
-    return chosen;
 }
 
 unsigned char* openMapping(size_t length) {
@@ -86,18 +85,6 @@ unsigned char* openMapping(size_t length) {
 
 }  // namespace
 
-bool FakePlatform::record(const std::string& name, const std::string& arguments) {
-    calls.push_back(name + "(" + arguments + ")");
-    const bool chosen = isChosen(name);
-    const bool fails = ++mCanFail == failNth || chosen;
-    failed = fails ? name : failed;
-    return !fails;
-}
-
-bool FakePlatform::isChosen(const std::string& name) {
-    return name == failCall && (++mOccurrences == failOccurrence || failOccurrence == 0);
-}
-
 extern "C" {
 
 int __android_log_print(int prio, const char* tag, const char* fmt, ...) {
@@ -106,8 +93,9 @@ int __android_log_print(int prio, const char* tag, const char* fmt, ...) {
     va_start(args, fmt);
     vsnprintf(text, sizeof text, fmt, args);
     va_end(args);
-    fakePlatform->log.push_back((prio == ANDROID_LOG_ERROR ? "" : "not an error: ") +
-                                std::string(tag) + ": " + text);
+    const std::string entry = std::string(tag) + ": " + text;
+    fakePlatform->log += (prio == ANDROID_LOG_ERROR ? "" : "not an error: ") + entry;
+    fakePlatform->log += entry.back() == '\n' ? "" : "\n";
     errno = 0;
     return 1;
 }
@@ -119,27 +107,27 @@ int property_get(const char* /*key*/, char* value, const char* default_value) {
 int vx_ion_open(const char* client) { return result("vx_ion_open", client) == 0 ? openFd() : -1; }
 int ion_alloc_mm(int /*fd*/, size_t len, size_t align, unsigned int flags,
                  ion_user_handle_t* handle) {
-    return give("ion_alloc_mm", list(len, align, flags), openHandle, handle);
+    return give("ion_alloc_mm", list(len, align, flags), handle);
 }
 int ion_import(int /*fd*/, int /*share_fd*/, ion_user_handle_t* handle) {
-    return give("ion_import", "", openHandle, handle);
+    return give("ion_import", "", handle);
 }
 int ion_share(int /*fd*/, ion_user_handle_t /*handle*/, int* share_fd) {
-    return give("ion_share", "", openFd, share_fd);
+    return give("ion_share", "", share_fd);
 }
 int ion_map(int /*fd*/, ion_user_handle_t /*handle*/, size_t length, int prot, int flags,
             off_t offset, unsigned char** ptr, int* map_fd) {
     // A call that is chosen by its name maps nothing; one that fails by its number has mapped.
     const bool none = fakePlatform->failCall == "ion_map";
     *ptr = none ? static_cast<unsigned char*>(MAP_FAILED) : openMapping(length);
-    return give("ion_map", list(length, prot, flags, offset), openFd, map_fd);
+    return give("ion_map", list(length, prot, flags, offset), map_fd);
 }
 int ion_free(int /*fd*/, ion_user_handle_t handle) {
-    const bool held = drop("handle ", static_cast<size_t>(handle)) == 0;
-    return held ? result("ion_free") : -1;
+    drop("fd " + std::to_string(handle));
+    return result("ion_free");
 }
 int ion_close(int fd) {
-    drop("fd ", static_cast<size_t>(fd));
+    drop("fd " + std::to_string(fd));
     return result("ion_close");
 }
 
@@ -152,8 +140,8 @@ BufferAllocator* CreateDmabufHeapBufferAllocator() {
 }
 
 void FreeDmabufHeapBufferAllocator(BufferAllocator* buffer_allocator) {
-    fakePlatform->calls.emplace_back("FreeDmabufHeapBufferAllocator()");
-    fakePlatform->held.erase("allocator");
+    fakePlatform->calls += "FreeDmabufHeapBufferAllocator() ";
+    drop("allocator");
     delete buffer_allocator;
 }
 
@@ -183,34 +171,32 @@ int __wrap_munmap(void* address, size_t length) {
     if (address != memory) {
         return __real_munmap(address, length);
     }
-    drop("mapping ", length);
+    drop("mapping " + std::to_string(length));
     return result("munmap", list(length));
 }
 
 // Calls that fail only when a test names them.
 char* __real_dirname(char* path);
-char* __wrap_dirname(char* path) { return failCall("dirname") ? nullptr : __real_dirname(path); }
+char* __wrap_dirname(char* path) {
+    return fakePlatform->failCall == "dirname" ? nullptr : __real_dirname(path);
+}
 dirent* __real_readdir(DIR* directory);
 dirent* __wrap_readdir(DIR* directory) {
-    return failCall("readdir") ? nullptr : __real_readdir(directory);
+    if (fakePlatform != nullptr && fakePlatform->failCall == "readdir") {
+        errno = EIO;
+        return nullptr;
+    }
+    return __real_readdir(directory);
 }
-int __real_fseek(FILE* file, long offset, int whence);
-int __wrap_fseek(FILE* file, long offset, int whence) {
-    return failCall("fseek") ? -1 : __real_fseek(file, offset, whence);
-}
-int __real_fseeko(FILE* file, off_t offset, int whence);
-int __wrap_fseeko(FILE* file, off_t offset, int whence) {
-    return failCall("fseeko") ? -1 : __real_fseeko(file, offset, whence);
-}
-
 int __wrap_dup(int fd) { return !isFake(fd) ? __real_dup(fd) : result("dup") == 0 ? openFd() : -1; }
 
 int __wrap_close(int fd) {
     if (!isFake(fd)) {
         return __real_close(fd);
     }
-    fakePlatform->calls.emplace_back("close()");
-    return drop("fd ", static_cast<size_t>(fd));
+    fakePlatform->calls += "close() ";
+    drop("fd " + std::to_string(fd));
+    return 0;
 }
 
 }  // extern "C"
@@ -223,15 +209,16 @@ struct Stream::State {};
 Stream::PxAsyncBlitStream() { fakePlatform->held.insert("stream"); }
 
 Stream::~PxAsyncBlitStream() {
-    fakePlatform->calls.emplace_back("~PxAsyncBlitStream()");
-    fakePlatform->held.erase("stream");
+    fakePlatform->calls += "~PxAsyncBlitStream() ";
+    drop("stream");
 }
 
 int Stream::createJob(unsigned int& jobId, int& fence) {
-    const std::string arguments = list(jobId, fence);
+    const int status = result("createJob", list(jobId, fence));
     jobId = 42;
-    return give("createJob", arguments, openFd, &fence) == 0 ? fakePlatform->statusOnly
-                                                             : fakePlatform->failStatus;
+    // A call that is chosen by its name gives no fence; one that fails by its number has given one.
+    fence = fakePlatform->failCall == "createJob" ? fence : openFd();
+    return status;
 }
 
 int Stream::setConfigBegin(unsigned int jobId) { return result("setConfigBegin", list(jobId)); }
