@@ -17,7 +17,7 @@ constexpr size_t STACK_PER_STATE = 2048;  // bytes
 constexpr size_t STACK_PER_STATE = 512;
 #endif
 constexpr size_t STACK_PER_CHARACTER = 128;
-constexpr size_t MAX_WORK = 1 << 22;  // bytes of the name times the pattern's weight
+constexpr size_t MAX_WORK = 1 << 23;  // bytes of the name times the pattern's weight
 
 // What the search under way may still take.
 struct Budget {
@@ -63,8 +63,7 @@ struct BoundedIterator {
 
     explicit BoundedIterator(const char* position = nullptr) : at(position) { charge(); }
     BoundedIterator(const BoundedIterator& other) : at(other.at) { charge(); }
-    BoundedIterator& operator=(const BoundedIterator& other) {
-        charge();
+    BoundedIterator& operator=(BoundedIterator other) {
         at = other.at;
         return *this;
     }
@@ -120,7 +119,7 @@ size_t plainLength(std::string_view body) {
 // walks through a bracket expression, or matches a whole look-ahead. Steps within a look-ahead are
 // counted apart, so one that can take many is only allowed where it is tried once: after the ^ that
 // starts the pattern. Elsewhere it makes the pattern too heavy for any name.
-size_t weigh(std::string_view pattern) {
+size_t weigh(std::string_view pattern, size_t groups) {
     size_t longest = 0;
     for (size_t at = 0; at < pattern.size(); ++at) {
         const std::string_view opening = pattern.substr(at, 3);
@@ -135,7 +134,7 @@ size_t weigh(std::string_view pattern) {
             }
         }
     }
-    return pattern.size() + 64 * longest;
+    return pattern.size() + 64 * longest + 8 * groups;
 }
 
 // The pattern with an assertion that always holds before each back reference: libstdc++'s matcher
@@ -174,8 +173,8 @@ Compiled compile(const std::string& pattern) {
         const char* text = pattern.data();
         // A pattern that is not valid alone, such as a)(b, may be valid between parentheses.
         const std::regex alone(BoundedIterator(text), BoundedIterator(text + pattern.size()));
-        return {std::regex(SKIP + ("(?:" + withChargedReferences(pattern) + ")")), weigh(pattern),
-                ""};
+        return {std::regex(SKIP + ("(?:" + withChargedReferences(pattern) + ")")),
+                weigh(pattern, alone.mark_count()), ""};
     } catch (const std::exception& error) {  // not valid, beyond a bound, or no memory for it
         return {{}, 0, error.what()};
     }
