@@ -279,8 +279,7 @@ void writeDump(const Options& options) {
     std::filesystem::create_directories(options.folder, error);
     bool decoded = true;
     for (int i = 0; i < source.frames(); ++i) {
-        const std::vector<uint8_t> dump =
-            packFrame(source.frame(i), layoutOf(options.format), options.format, width, height);
+        const std::vector<uint8_t> dump = packFrame(source.frame(i), options.format, width, height);
         const DumpName name = nameDump(options.folder, options.format, options.width,
                                        options.height, !parts.empty(), parts.empty() ? 0 : i);
         decoded = name.decoded;

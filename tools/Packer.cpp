@@ -1,6 +1,6 @@
 #include "Packer.h"
 
-#include "color/Catalogue.h"
+#include "FrameGeometry.h"
 
 using host::Component;
 using host::Packing;
@@ -74,21 +74,16 @@ int valueAt(const LinearFrame& frame, Component component, int x, int y) {
 
 }  // namespace
 
-std::vector<uint8_t> packFrame(const LinearFrame& frame, const host::Layout& layout,
-                               ColorConvert::ColorFormat format, int width, int height) {
-    ColorConvert::ColorConvertBuffer geometry;
-    geometry.mWidth = width;
-    geometry.mHeight = height;
-    colorFormatInfo(format).calculate(geometry);
-    const auto planes = layout.offsets(width, height, geometry.mPlaneSize).planes;
-
-    std::vector<uint8_t> dump(
-        static_cast<size_t>(ColorConvert::getFrameSize(width, height, format)));
-    for (size_t i = 0; i < static_cast<size_t>(layout.planeCount); ++i) {
-        const PlaneLayout& plane = layout.planes[i];
-        const Target target = {
-            plane, dump.data() + planes[i], plane.samplesPerRow(frame.format, width),
-            i == 0 ? geometry.mYPitch : geometry.mUVPitch, sampleBytesOf(frame.format)};
+std::vector<uint8_t> packFrame(const LinearFrame& frame, ColorConvert::ColorFormat format,
+                               int width, int height) {
+    const FrameGeometry geometry(format, width, height);
+    std::vector<uint8_t> dump(static_cast<size_t>(geometry.size));
+    for (size_t i = 0; i < static_cast<size_t>(geometry.layout.planeCount); ++i) {
+        const PlaneLayout& plane = geometry.layout.planes[i];
+        const Target target = {plane, dump.data() + geometry.offsets.planes[i],
+                               plane.samplesPerRow(frame.format, width),
+                               i == 0 ? geometry.buffer.mYPitch : geometry.buffer.mUVPitch,
+                               sampleBytesOf(frame.format)};
         for (int y = 0; y < plane.rows(height); ++y) {
             for (int x = 0; x < target.samples; ++x) {
                 put(target, x, y, valueAt(frame, plane.component, x, y));
