@@ -106,35 +106,81 @@ size_t maxStack() {
     return static_cast<size_t>(std::min(MAX, limit.rlim_cur));
 }
 
-// How long the body of a look-ahead is that holds only characters and escapes; npos for others.
-size_t plainLength(std::string_view body) {
-    size_t end = 0;
-    while (end < body.size() && std::string_view("()[{|*+?").find(body[end]) == std::string::npos) {
-        end += body[end] == '\\' ? 2 : 1;
+// The steps that a look-ahead takes each time it is tried.
+struct LookAhead {
+    size_t bytes = 0;    // of its body; npos when it has groups or alternatives
+    size_t repeats = 0;  // quantifiers in it, each of which may run to the name's end; or 1
+                         // where it has a bracket expression
+};
+
+// The look-ahead whose body this text starts with.
+LookAhead measure(std::string_view text) {
+    LookAhead ahead;
+    bool hasBrackets = false;
+    while (ahead.bytes < text.size() && text[ahead.bytes] != ')') {
+        const char c = text[ahead.bytes];
+        if (c == '(' || c == '|') {
+            return {std::string::npos, 0};
+        }
+        if (c == '[') {
+            ahead.bytes = std::min(text.find(']', ahead.bytes), text.size());
+            hasBrackets = true;
+        }
+        ahead.repeats += std::string_view("*+?{").find(c) != std::string::npos ? 1 : 0;
+        ahead.bytes += c == '\\' ? 2 : 1;
     }
-    return end < body.size() && body[end] == ')' ? end : std::string::npos;
+    ahead.repeats = std::max<size_t>(ahead.repeats, hasBrackets ? 1 : 0);
+    return ahead;
 }
 
 // A measure of how long a step of libc++'s matcher may take: it copies all groups and counters,
-// walks through a bracket expression, or matches a whole look-ahead. Steps within a look-ahead are
-// counted apart, so one that can take many is only allowed where it is tried once: after the ^ that
-// starts the pattern. Elsewhere it makes the pattern too heavy for any name.
-size_t weigh(std::string_view pattern, size_t groups) {
-    size_t longest = 0;
+// walks through a bracket expression, or matches a whole look-ahead.
+struct Weight {
+    size_t ofPattern = 0;
+    size_t ofNameByte = 0;
+};
+
+// Steps within a look-ahead are counted apart. So one that runs through the name with one
+// quantifier is only allowed where nothing repeats it, outside of groups, and one that can take
+// many steps only where it is tried once, after the ^ that starts the pattern. Elsewhere they make
+// the pattern too heavy for any name.
+Weight weightOf(const LookAhead& ahead, bool inGroup, bool atStart) {
+    if (ahead.repeats == 0 && ahead.bytes != std::string::npos) {
+        return {64 * ahead.bytes, 0};
+    }
+    if (ahead.repeats == 1 && !inGroup) {
+        return {0, 128};
+    }
+    return {atStart ? 0 : SIZE_MAX / 2, 0};
+}
+
+Weight weigh(std::string_view pattern, size_t groups) {
+    size_t heaviest = 0;
+    size_t ofNameByte = 0;
+    int depth = 0;
     for (size_t at = 0; at < pattern.size(); ++at) {
         const std::string_view opening = pattern.substr(at, 3);
-        if (pattern[at] == '\\') {
-            ++at;
-        } else if (opening == "(?=" || opening == "(?!") {
-            const size_t length = plainLength(pattern.substr(at + 3));
-            if (length != std::string::npos) {
-                longest = std::max(longest, length);
-            } else if (pattern.substr(0, at) != "^") {
-                return SIZE_MAX;
-            }
+        if (opening == "(?=" || opening == "(?!") {
+            const Weight weight =
+                weightOf(measure(pattern.substr(at + 3)), depth > 0, pattern.substr(0, at) == "^");
+            heaviest = std::max(heaviest, weight.ofPattern);
+            ofNameByte += weight.ofNameByte;
+        }
+        switch (pattern[at]) {
+            case '\\':
+                ++at;
+                break;
+            case '(':
+                ++depth;
+                break;
+            case ')':
+                --depth;
+                break;
+            default:
+                break;
         }
     }
-    return pattern.size() + 64 * longest + 8 * groups;
+    return {pattern.size() + 8 * groups + heaviest, ofNameByte};
 }
 
 // The pattern with an assertion that always holds before each back reference: libstdc++'s matcher
@@ -157,7 +203,7 @@ std::string withChargedReferences(const std::string& pattern) {
 
 struct Compiled {
     std::regex expression;
-    size_t weight = 0;
+    Weight weight;
     std::string error;
 };
 
@@ -167,7 +213,7 @@ Compiled compile(const std::string& pattern) {
         std::search_n(pattern.begin(), pattern.end(), MAX_DIGITS + 1, '0',
                       [](char c, char) { return c >= '0' && c <= '9'; }) != pattern.end();
     if (hasHugeNumber || pattern.size() > maxStack() / STACK_PER_CHARACTER) {
-        return {{}, 0, "the pattern or a number in it is too long"};
+        return {{}, {}, "the pattern or a number in it is too long"};
     }
     try {
         const char* text = pattern.data();
@@ -176,7 +222,7 @@ Compiled compile(const std::string& pattern) {
         return {std::regex(SKIP + ("(?:" + withChargedReferences(pattern) + ")")),
                 weigh(pattern, alone.mark_count()), ""};
     } catch (const std::exception& error) {  // not valid, beyond a bound, or no memory for it
-        return {{}, 0, error.what()};
+        return {{}, {}, error.what()};
     }
 }
 
@@ -200,7 +246,8 @@ PatternSearch searchPattern(const std::string& name, const std::string& pattern,
     if (!known.error.empty()) {
         return {PatternSearch::FAILED, {}, known.error};
     }
-    if (known.weight > MAX_WORK / (name.size() + 1)) {
+    const size_t weight = known.weight.ofPattern + known.weight.ofNameByte * name.size();
+    if (weight > MAX_WORK / (name.size() + 1)) {
         return {PatternSearch::FAILED, {}, "the pattern is too complex for a name of this length"};
     }
     PatternSearch search;
