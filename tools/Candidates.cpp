@@ -119,22 +119,23 @@ class Ranking {
     Ranking(const std::string& path, int64_t fileSize, int64_t span)
         : mPath(path), mFileSize(fileSize), mSpan(span) {}
 
-    Readings best(Readings readings, ScoredLines scored) const {
-        const auto saysNothing = [&](Reading& reading) {
+    Readings best(const Readings& readings, ScoredLines scored) const {
+        Readings telling;
+        for (Reading reading : readings) {
             const auto score = scoreFrames(mPath, mSpan, scored, reading.format,
                                            reading.aligned.width, reading.aligned.height);
-            reading.score = score.value_or(FrameScore());
-            return !score;
-        };
-        readings.erase(std::remove_if(readings.begin(), readings.end(), saysNothing),
-                       readings.end());
+            if (score) {
+                reading.score = *score;
+                telling.push_back(reading);
+            }
+        }
         const auto rank = [this](const Reading& reading) {
             return reading.score.score * handicap(reading, mFileSize);
         };
-        std::stable_sort(readings.begin(), readings.end(),
+        std::stable_sort(telling.begin(), telling.end(),
                          [&](const Reading& a, const Reading& b) { return rank(a) < rank(b); });
-        readings.resize(std::min(readings.size(), MAX_CANDIDATES));
-        return readings;
+        telling.resize(std::min(telling.size(), MAX_CANDIDATES));
+        return telling;
     }
 
   private:
@@ -174,12 +175,12 @@ Search rankCandidates(const std::string& path, const CommandLineOptions& known, 
     whole.erase(std::remove_if(whole.begin(), whole.end(), isCutOff), whole.end());
 
     // Few lines are enough to find the best five of each; many decide between them.
-    Readings best = ranking.best(std::move(whole), ScoredLines::FEW);
+    Readings best = ranking.best(whole, ScoredLines::FEW);
     if (best.empty() || best.front().score.score > PICTURE) {
-        const Readings more = ranking.best(std::move(cutOff), ScoredLines::FEW);
+        const Readings more = ranking.best(cutOff, ScoredLines::FEW);
         best.insert(best.end(), more.begin(), more.end());
     }
-    best = ranking.best(std::move(best), ScoredLines::MANY);
+    best = ranking.best(best, ScoredLines::MANY);
     Search search = {{}, true};
     for (const Reading& reading : best) {
         if (best.front().score.isNoise) {

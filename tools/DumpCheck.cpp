@@ -9,6 +9,7 @@
 #include <cstring>
 #include <filesystem>
 #include <map>
+#include <tuple>
 
 #include "FrameGeometry.h"
 #include "color/Catalogue.h"
