@@ -10,6 +10,7 @@
 
 #include "DumpName.h"
 #include "LinearFrame.h"
+#include "OptionNumber.h"
 #include "Packer.h"
 #include "TestPattern.h"
 #include "color/Catalogue.h"
@@ -63,12 +64,11 @@ ColorConvert::ColorFormat parseFormat(const char* name) {
 }
 
 int parseNumber(const char* text, const char* what) {
-    char* end = nullptr;
-    const long number = strtol(text, &end, 10);
-    if (*text == '\0' || *end != '\0' || number < 1 || number > 1'000'000) {
+    const int number = parseOptionNumber(text);
+    if (number == 0) {
         fail(std::string(what) + " is no number from 1 to 1000000: " + text);
     }
-    return static_cast<int>(number);
+    return number;
 }
 
 const host::Profile* parseColorSpace(const std::string& name) {

@@ -13,6 +13,7 @@
 
 #include "Candidates.h"
 #include "DumpCheck.h"
+#include "OptionNumber.h"
 #include "color/Catalogue.h"
 #include "driver/OutOfMemory.h"
 #include "fileutils/FileUtils.h"
@@ -48,12 +49,11 @@ struct Options {
 }
 
 int parseNumber(const char* text) {
-    char* end = nullptr;
-    const long number = strtol(text, &end, 10);
-    if (*text == '\0' || *end != '\0' || number < 1 || number > 1'000'000) {
+    const int number = parseOptionNumber(text);
+    if (number == 0) {
         fail(std::string("width and height are numbers from 1 to 1000000: ") + text);
     }
-    return static_cast<int>(number);
+    return number;
 }
 
 ColorConvert::ColorFormat parseFormat(const char* name) {
