@@ -356,7 +356,7 @@ int runJob(Color::ColorConvertBuffer (&sides)[2], unsigned jobOffset = 0, int cr
     const auto code = [](const auto& side) {
         return static_cast<PX_COLOR_ENUM>(colorFormatInfo(side.mFormat).pxColor);
     };
-    PxAsyncBlitStream stream;
+    static PxAsyncBlitStream stream;
     unsigned int job = 0;
     int fence = -1;
     timeval now = {};
@@ -380,6 +380,7 @@ int runJob(Color::ColorConvertBuffer (&sides)[2], unsigned jobOffset = 0, int cr
 // So the catalogue's sizes and pitches are those of the engine. In 64 x 64 no plane of any format
 // has padding, where a smaller size could do.
 TEST(Engine, RefusesAJobWithAnyWrongNumber) {
+    size_t open = 0;
     for (int i = 1; i < Color::COLOR_FORMAT_COUNT; ++i) {
         Frame src(static_cast<Color::ColorFormat>(i), 64, 64);
         Frame linear(Color::getDefaultOutputFormat(src.format), 64, 64);
@@ -418,6 +419,23 @@ TEST(Engine, RefusesAJobWithAnyWrongNumber) {
         sides[0] = src.side(0);
         sides[0].mFd = -1;
         EXPECT_NE(runJob(sides), 0) << nameOf(src) << ", without a buffer";
+        open = i == 1 ? openDescriptors() : open;
+        EXPECT_EQ(openDescriptors(), open) << "fences of refused jobs, " << nameOf(src);
+    }
+}
+
+// Rows and planes may be farther apart than their samples need, but not by a part of a sample.
+TEST(Engine, RefusesSamplesThatAreNotAligned) {
+    Frame src(Color::P010, 64, 80);
+    Frame linear(Color::P010, 64, 64);
+    Color::ColorConvertBuffer sides[] = {src.side(0), linear.side(0)};
+    colorFormatInfo(Color::P010).calculate(sides[1]);
+    for (const auto& [pitch, luma, refused] :
+         {std::tuple(130, 10240U, false), std::tuple(129, 10240U, true),
+          std::tuple(130, 10239U, true)}) {
+        sides[0] = {Color::P010, 0, 64, 64, src.memory.getFd(), {luma, 5120, 0}, pitch, pitch, 2};
+        EXPECT_EQ(runJob(sides) != 0, refused)
+            << "pitch " << pitch << ", " << luma << " bytes of luma";
     }
 }
 

@@ -50,6 +50,11 @@ inline std::string readFile(const std::string& path) {
     return text.str();
 }
 
+inline size_t openDescriptors() {
+    const std::filesystem::directory_iterator all("/proc/self/fd");
+    return static_cast<size_t>(std::distance(begin(all), end(all)));
+}
+
 // A test with a folder of its own.
 class FolderTest : public testing::Test {
   protected:

@@ -138,6 +138,9 @@ TEST_F(DeviceTest, FailedFrameLogsOneLineLeaksNothingAndLeavesTheConverterUsable
         mPlatform.failCall = "";
         EXPECT_EQ(converter.convertFrame(blockToPicture()), 0) << call;
     }
+    mPlatform.failNth = mPlatform.canFail + 1;
+    EXPECT_EQ(converter.convertFrame(blockToPicture()), -1) << "createJob, which gives a fence too";
+    EXPECT_EQ(mPlatform.held, std::multiset<std::string>{"stream"});
     mPlatform.log.clear();
     auto unknown = blockToPicture();
     unknown.mSrc.mFormat = ColorConvert::COLOR_FORMAT_COUNT;

@@ -69,6 +69,16 @@ int give(const std::string& name, const std::string& arguments, int* out) {
     return status;
 }
 
+// Every buffer has the lowest handle that is valid, each on an ION device of its own.
+int giveHandle(const std::string& name, const std::string& arguments, int* handle) {
+    const int status = result(name, arguments);
+    if (status == 0) {
+        *handle = 1;
+        fakePlatform->held.insert("handle 1");
+    }
+    return status;
+}
+
 void drop(const std::string& what) {
     auto& held = fakePlatform->held;
     if (held.count(what) == 0) {
@@ -107,10 +117,10 @@ int property_get(const char* /*key*/, char* value, const char* default_value) {
 int vx_ion_open(const char* client) { return result("vx_ion_open", client) == 0 ? openFd() : -1; }
 int ion_alloc_mm(int /*fd*/, size_t len, size_t align, unsigned int flags,
                  ion_user_handle_t* handle) {
-    return give("ion_alloc_mm", list(len, align, flags), handle);
+    return giveHandle("ion_alloc_mm", list(len, align, flags), handle);
 }
 int ion_import(int /*fd*/, int /*share_fd*/, ion_user_handle_t* handle) {
-    return give("ion_import", "", handle);
+    return giveHandle("ion_import", "", handle);
 }
 int ion_share(int /*fd*/, ion_user_handle_t /*handle*/, int* share_fd) {
     return give("ion_share", "", share_fd);
@@ -123,7 +133,7 @@ int ion_map(int /*fd*/, ion_user_handle_t /*handle*/, size_t length, int prot, i
     return give("ion_map", list(length, prot, flags, offset), map_fd);
 }
 int ion_free(int /*fd*/, ion_user_handle_t handle) {
-    drop("fd " + std::to_string(handle));
+    drop("handle " + std::to_string(handle));
     return result("ion_free");
 }
 int ion_close(int fd) {
