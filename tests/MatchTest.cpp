@@ -12,7 +12,8 @@ using namespace std::string_literals;
 namespace {
 
 TEST(Match, BuiltInRulesAlignAsTheCatalogueDoes) {
-    for (const char* none : {TEST_DATA "/names.txt", "/dev/null"}) {
+    for (const char* none : {TEST_DATA "/names.txt", "/dev/null",
+                             TEST_DATA "/../../config/format-rules.schema.json"}) {
         EXPECT_EQ(FileUtils::parseConfigFile(none), -1) << none;
     }
     ASSERT_EQ(FileUtils::parseConfigFile(""), 0);
@@ -53,6 +54,8 @@ TEST(Match, LongNamesAndPatternsAreSearched) {
         EXPECT_GT(searchPattern(shorter, pattern).groups.size(), 1U) << pattern;
     }
     EXPECT_EQ(searchPattern("\\1", "\\\\1").outcome, PatternSearch::FOUND) << "no back reference";
+    EXPECT_EQ(searchPattern("ab", "a\\01*b").outcome, PatternSearch::NOT_FOUND)
+        << "no back reference";
 }
 
 // The bounds that hold before a search begins.
