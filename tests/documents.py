@@ -72,8 +72,9 @@ def rules_and_example_fit_the_schema():
     example = re.search(r"```json\n(.*?)```", text("docs/configuration.md"), re.S)[1]
     rules.validate(json.loads(text("config/default-rules.json")))
     rules.validate(json.loads(example))
-    # What the loader refuses, and the 1 for true, which it takes but nobody should write.
-    for good, bad in (('"Pattern"', '"x"'), ('"Name": "', '"Name": 7, "x": "'), ('"YBody"', '"x"'), ("true", "1")):
+    # The loader needs each key, and takes the 1 for true, which nobody should write.
+    keys = {(f'"{key}"', '"x"') for key in re.findall(r'"(\w+)":', example) if key != "ColorFormatPair"}
+    for good, bad in (*keys, ('"Name": "', '"Name": 7, "x": "'), ("true", "1")):
         assert not rules.is_valid(json.loads(example.replace(good, bad))), f"{bad} for {good}"
 
 
