@@ -73,9 +73,11 @@ def rules_and_example_fit_the_schema():
     rules.validate(json.loads(text("config/default-rules.json")))
     rules.validate(json.loads(example))
     # The loader needs each key, and takes the 1 for true, which nobody should write.
-    keys = {(f'"{key}"', '"x"') for key in re.findall(r'"(\w+)":', example) if key != "ColorFormatPair"}
-    for good, bad in (*keys, ('"Name": "', '"Name": 7, "x": "'), ("true", "1")):
-        assert not rules.is_valid(json.loads(example.replace(good, bad))), f"{bad} for {good}"
+    keys = [match for match in re.finditer(r'"(\w+)":', example) if match[1] != "ColorFormatPair"]
+    changed = [(match[0], example[:match.start()] + '"x":' + example[match.end():]) for match in keys]
+    changed += [(old, example.replace(old, new)) for old, new in (('"Name": "', '"Name": 7, "x": "'), ("true", "1"))]
+    for old, rule in changed:
+        assert not rules.is_valid(json.loads(rule)), f"a rule with something else for {old}"
 
 
 def documents_promise_something_and_fit_the_terminal():
