@@ -380,7 +380,6 @@ int runJob(Color::ColorConvertBuffer (&sides)[2], unsigned jobOffset = 0, int cr
 // So the catalogue's sizes and pitches are those of the engine. In 64 x 64 no plane of any format
 // has padding, where a smaller size could do.
 TEST(Engine, RefusesAJobWithAnyWrongNumber) {
-    size_t open = 0;
     for (int i = 1; i < Color::COLOR_FORMAT_COUNT; ++i) {
         Frame src(static_cast<Color::ColorFormat>(i), 64, 64);
         Frame linear(Color::getDefaultOutputFormat(src.format), 64, 64);
@@ -419,9 +418,17 @@ TEST(Engine, RefusesAJobWithAnyWrongNumber) {
         sides[0] = src.side(0);
         sides[0].mFd = -1;
         EXPECT_NE(runJob(sides), 0) << nameOf(src) << ", without a buffer";
-        open = i == 1 ? openDescriptors() : open;
-        EXPECT_EQ(openDescriptors(), open) << "fences of refused jobs, " << nameOf(src);
     }
+}
+
+TEST(Engine, ClosesTheFenceOfARefusedJob) {
+    Frame src(Color::NV12, 64, 64);
+    Frame dst(Color::NV12, 64, 64);
+    Color::ColorConvertBuffer sides[] = {src.side(0), dst.side(0)};
+    EXPECT_NE(runJob(sides, 1), 0);
+    const size_t open = openDescriptors();
+    EXPECT_NE(runJob(sides, 1), 0);
+    EXPECT_EQ(openDescriptors(), open);
 }
 
 // Rows and planes may be farther apart than their samples need, but not by a part of a sample.
