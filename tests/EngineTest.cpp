@@ -317,7 +317,7 @@ TEST(Engine, RefusesWhatItCannotDo) {
     EXPECT_EQ(convert(frame, 0, frame, 0), -1) << "one buffer";
     Frame widest(Color::NV12, 1 << 20, 2);
     Frame picture(Color::RGBA8888, widest.width, widest.height);
-    EXPECT_EQ(convert(widest, 0, picture, 0), 0);
+    EXPECT_EQ(convert(widest, 0, picture, 0), 0) << nameOf(widest);
 }
 
 // A descriptor that can only be written shows whether the engine calls mmap for the source: that
