@@ -8,7 +8,7 @@
 struct FakePlatform {
     std::string calls;                // name and arguments, with a space after each call
     std::string log;                  // lines as the tool formats them
-    std::multiset<std::string> held;  // descriptors, handles, mappings and so on
+    std::multiset<std::string> held;  // descriptors, handles, mappings, allocators, streams
     bool ion = false;
     int failNth = 0;       // the n-th call that can fail, counted from 1, fails,
     std::string failCall;  // or the calls of this name
