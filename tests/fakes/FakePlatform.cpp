@@ -61,21 +61,17 @@ bool isFake(int fd) {
            (fd >= FIRST_FD || fakePlatform->held.count("fd " + std::to_string(fd)) != 0);
 }
 
-// Records a call that gives a descriptor to its caller, whose variable it leaves alone when it
-// fails.
-int give(const std::string& name, const std::string& arguments, int* out) {
-    const int status = result(name, arguments);
-    *out = status == 0 ? openFd() : *out;
-    return status;
+// Every buffer has the lowest handle that is valid, each on an ION device of its own.
+int openHandle() {
+    fakePlatform->held.insert("handle 1");
+    return 1;
 }
 
-// Every buffer has the lowest handle that is valid, each on an ION device of its own.
-int giveHandle(const std::string& name, const std::string& arguments, int* handle) {
+// Records a call that gives a descriptor or handle to its caller, whose variable it leaves alone
+// when it fails.
+int give(const std::string& name, const std::string& arguments, int* out, int (*open)() = openFd) {
     const int status = result(name, arguments);
-    if (status == 0) {
-        *handle = 1;
-        fakePlatform->held.insert("handle 1");
-    }
+    *out = status == 0 ? open() : *out;
     return status;
 }
 
@@ -117,10 +113,10 @@ int property_get(const char* /*key*/, char* value, const char* default_value) {
 int vx_ion_open(const char* client) { return result("vx_ion_open", client) == 0 ? openFd() : -1; }
 int ion_alloc_mm(int /*fd*/, size_t len, size_t align, unsigned int flags,
                  ion_user_handle_t* handle) {
-    return giveHandle("ion_alloc_mm", list(len, align, flags), handle);
+    return give("ion_alloc_mm", list(len, align, flags), handle, openHandle);
 }
 int ion_import(int /*fd*/, int /*share_fd*/, ion_user_handle_t* handle) {
-    return giveHandle("ion_import", "", handle);
+    return give("ion_import", "", handle, openHandle);
 }
 int ion_share(int /*fd*/, ion_user_handle_t /*handle*/, int* share_fd) {
     return give("ion_share", "", share_fd);
