@@ -102,8 +102,9 @@ int64_t boundOf(int64_t filtered) {
 // One mapping holds ISA-L's state, which is too large for small stacks, and after it two blocks.
 // The library takes the first for the filtered bytes, and the second for a row and later the
 // picture. The stream is compressed to its place in the picture, so that copying it there takes no
-// time. The mapping is kept for the next picture, because the page faults of new memory take a
-// sixth of a picture's time.
+// time; the second block is therefore given out again while the stream is in it. The mapping is
+// kept for the next picture, because the page faults of new memory take a sixth of a picture's
+// time.
 constexpr size_t alignedSize(size_t size) { return (size + 63) / 64 * 64; }
 constexpr size_t STATE_SIZE = alignedSize(sizeof(isal_zstream));
 unsigned char* mapping = nullptr;
