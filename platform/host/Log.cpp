@@ -13,12 +13,15 @@
 #include <cstring>
 #include <ctime>
 
+#include "Log.h"
 #include "Settings.h"
 
 namespace {
 
 // Bytes of a log entry: enough for two of the longest paths and a message about them.
 constexpr size_t MAX_LOG_ENTRY = 10000;
+
+char lastEntry[MAX_LOG_ENTRY];
 
 struct Priority {
     char letter;
@@ -120,19 +123,20 @@ void putLocalTime(char* text, size_t size) {
 
 }  // namespace
 
+const char* host::lastLogEntry() { return lastEntry; }
+
 int __android_log_print(int prio, const char* tag, const char* fmt, ...) {
     char text[MAX_LOG_ENTRY];
     va_list args;
     va_start(args, fmt);
     vsnprintf(text, sizeof text, fmt, args);
     va_end(args);
-    char line[MAX_LOG_ENTRY];
-    putOneLine(text, line, sizeof line);
+    putOneLine(text, lastEntry, sizeof lastEntry);
     char time[40];
     putLocalTime(time, sizeof time);
     const Priority& priority = priorityOf(prio);
     char entry[MAX_LOG_ENTRY + 200];
-    snprintf(entry, sizeof entry, "%s %c %s: %s\n", time, priority.letter, tag, line);
+    snprintf(entry, sizeof entry, "%s %c %s: %s\n", time, priority.letter, tag, lastEntry);
 
     const char* path = host::logFile();
     if (path != nullptr
@@ -140,6 +144,6 @@ int __android_log_print(int prio, const char* tag, const char* fmt, ...) {
             : isatty(STDERR_FILENO) != 0 && putOnStandardError(entry + strlen(time) + 1)) {
         return 1;
     }
-    syslog(LOG_USER | priority.syslogLevel, "%s: %s", tag, line);
+    syslog(LOG_USER | priority.syslogLevel, "%s: %s", tag, lastEntry);
     return 1;
 }
