@@ -4,23 +4,19 @@
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
+#include <iterator>
 #include <set>
 #include <tuple>
+#include <utility>
 
+#include "DumpFile.h"
 #include "FrameScore.h"
 #include "color/Catalogue.h"
-#include "fileutils/FileUtils.h"
-#include "memory/DmabufMemory.h"
 
 namespace {
 
 using Color = ColorConvert;
-
-struct FrameSize {
-    int width;   // pixels
-    int height;  // lines
-};
+using Readings = std::vector<Reading>;
 
 // Sizes in use, of two that a format aligns to the same size the first: of video, of screens, of
 // phones held upright and sideways, and of cameras.
@@ -36,21 +32,22 @@ constexpr FrameSize SIZES[] = {
     {2340, 1080}, {2400, 1080}, {3200, 1440}, {2592, 1944}, {3264, 2448}, {4000, 3000},
     {4032, 3024}, {4160, 3120}, {4608, 3456}};
 
-constexpr size_t MAX_CANDIDATES = 5;
-constexpr double PICTURE = 0.2;  // at most, the score of a reading that is certainly right
+// The ranks say how much better one reading must be than another.
+constexpr double CLEAR = 1.1;      // to be called clear
+constexpr double DOUBTFUL = 1.15;  // to doubt the named one
+constexpr double PICTURE = 0.2;    // the score, at most, of a reading that is certainly a picture
+constexpr double PLAUSIBLE = 0.7;  // the score, at most, of a reading that makes another doubtful
 
-// Rows of V, U and Y of YV12 start at multiples of 16 bytes. Where those of YUV420P do too, the two
-// formats differ in the order of U and V alone.
-bool isLikeYuv420p(int width) { return width % 32 == 0; }
+constexpr size_t KEPT = 8;  // readings that are scored again by more lines
 
-// A format and size that the file could have.
-struct Reading {
-    Color::ColorFormat format;
-    FrameSize named;
-    FrameSize aligned;
-    int frameSize;  // bytes
-    FrameScore score = {};
-};
+// Rows of YV12's chroma planes start at multiples of 16 bytes. If those of YUV420P do too, the two
+// formats are twins: they differ in the order of two planes alone.
+Color::ColorFormat twinOf(Color::ColorFormat format, int alignedWidth) {
+    const bool isAlike = alignedWidth % 32 == 0;
+    return isAlike && format == Color::YV12      ? Color::YUV420P
+           : isAlike && format == Color::YUV420P ? Color::YV12
+                                                 : Color::UNKNOWN;
+}
 
 bool isReadByBoard(Color::ColorFormat format) {
     char board[PROPERTY_VALUE_MAX] = {};
@@ -58,188 +55,302 @@ bool isReadByBoard(Color::ColorFormat format) {
     return !isSet || Color::checkPlatformSupport(format);
 }
 
-std::vector<FrameSize> wantedSizes(const CommandLineOptions& known, FrameSize named) {
-    if (known.width > 0 && known.height > 0) {
-        return {{known.width, known.height}};
-    }
-    std::vector<FrameSize> sizes;
-    if (named.width > 0 && named.height > 0) {
-        sizes.push_back(named);
-    }
-    for (const FrameSize& size : SIZES) {
-        if ((known.width == 0 || known.width == size.width) &&
-            (known.height == 0 || known.height == size.height)) {
-            sizes.push_back(size);
+// Sizes of as many pixels, with the shape of a picture: that size, and those that are meant if it
+// swaps the sides, or is off by a factor of two.
+std::vector<FrameSize> variantsOf(const FrameSize& size) {
+    constexpr int MAX_SHAPE = 3;
+    std::vector<FrameSize> sizes = {size, {size.height, size.width}};
+    for (const FrameSize& other :
+         {FrameSize{size.width * 2, size.height / 2}, FrameSize{size.width / 2, size.height * 2}}) {
+        if (other.width <= MAX_SHAPE * other.height && other.height <= MAX_SHAPE * other.width) {
+            sizes.push_back(other);
         }
     }
     return sizes;
 }
 
-// All readings of which the file holds at least half a frame.
-std::vector<Reading> findReadings(int64_t fileSize, const CommandLineOptions& known,
-                                  FrameSize named) {
-    std::vector<Reading> readings;
-    std::set<std::tuple<int, int, int>> seen;  // formats and aligned sizes
-    for (const FrameSize& size : wantedSizes(known, named)) {
+// The readings of a file that are tried, each once: those of which the file holds half a frame or
+// more.
+class Collection {
+  public:
+    // known: the only format, width and height to try. If no format is given, the board's are
+    // tried.
+    Collection(int64_t fileSize, const CommandLineOptions& known)
+        : mFileSize(fileSize), mKnown(known) {
         for (int value = 1; value < Color::COLOR_FORMAT_COUNT; ++value) {
             const auto format = static_cast<Color::ColorFormat>(value);
-            const bool wanted = known.inputFormat == format ||
-                                (known.inputFormat == Color::UNKNOWN && isReadByBoard(format));
-            const auto [width, height] =
-                Color::getDefaultAlignedSize(size.width, size.height, format);
-            const int frameSize = Color::getFrameSize(width, height, format);
-            // YV12 stands for both.
-            const bool isDouble = format == Color::YUV420P && isLikeYuv420p(width) &&
-                                  known.inputFormat == Color::UNKNOWN;
-            if (wanted && !isDouble && frameSize > 0 && fileSize >= frameSize / 2 &&
-                seen.insert({format, width, height}).second) {
-                readings.push_back({format, size, {width, height}, frameSize});
+            if (known.inputFormat == Color::UNKNOWN ? isReadByBoard(format)
+                                                    : known.inputFormat == format) {
+                mFormats.push_back(format);
             }
         }
     }
-    return readings;
-}
 
-// Where samples say little, the more likely of two readings comes first: the more common format,
-// fewer and larger frames, and a file that is whole or lacks less of its last frame.
-double handicap(const Reading& reading, int64_t fileSize) {
-    const double frames = static_cast<double>(fileSize) / reading.frameSize;
-    const double missing = 1 - frames / std::ceil(frames);
-    const bool rare = reading.format == Color::YV12 || reading.format == Color::YUV420P;
-    return (rare ? 1.005 : 1) * (1 + 0.01 * std::log2(std::ceil(frames))) *
-           (missing > 0 ? 1.5 + missing : 1);
-}
+    void add(const Reading& reading) {
+        const auto idOf = [&](Color::ColorFormat format) {
+            return std::tuple(format, reading.aligned.width, reading.aligned.height);
+        };
+        if ((mKnown.width == 0 || mKnown.width == reading.size.width) &&
+            (mKnown.height == 0 || mKnown.height == reading.size.height) && reading.frameSize > 0 &&
+            mFileSize >= reading.frameSize / 2 && mSeen.count(idOf(reading.twin)) == 0 &&
+            mSeen.insert(idOf(reading.format)).second) {
+            (reading.cutOff ? mCutOff : mWhole).push_back(reading);
+        }
+    }
 
-using Readings = std::vector<Reading>;
-
-// Scores readings of the first span bytes of a file and returns the best, the best first, without
-// those that say nothing.
-class Ranking {
-  public:
-    Ranking(const std::string& path, int64_t fileSize, int64_t span)
-        : mPath(path), mFileSize(fileSize), mSpan(span) {}
-
-    Readings best(const Readings& readings, ScoredLines scored) const {
-        Readings telling;
-        for (Reading reading : readings) {
-            const auto score = scoreFrames(mPath, mSpan, scored, reading.format,
-                                           reading.aligned.width, reading.aligned.height);
-            if (score) {
-                reading.score = *score;
-                telling.push_back(reading);
+    template <typename Sizes>
+    void addSizes(const Sizes& sizes) {
+        for (const FrameSize& size : sizes) {
+            for (const Color::ColorFormat format : mFormats) {
+                add(makeReading(mFileSize, format, size));
             }
         }
-        const auto rank = [this](const Reading& reading) {
-            return reading.score.score * handicap(reading, mFileSize);
-        };
-        std::stable_sort(telling.begin(), telling.end(),
-                         [&](const Reading& a, const Reading& b) { return rank(a) < rank(b); });
-        telling.resize(std::min(telling.size(), MAX_CANDIDATES));
-        return telling;
+    }
+
+    // Adds each size of the format, with the shape of a picture, of which some hundred frames or
+    // fewer fill the file.
+    void addSizesThatFill(Color::ColorFormat format) {
+        constexpr int64_t MAX_FRAMES = 300;
+        for (int64_t frames = 1; frames <= MAX_FRAMES; ++frames) {
+            if (mFileSize % frames == 0) {
+                addSizesOf(format, mFileSize / frames);
+            }
+        }
+    }
+
+    const std::vector<Color::ColorFormat>& formats() const { return mFormats; }
+
+    // Takes the readings whose frames fill the file and that were not taken before.
+    Readings takeWhole() { return std::exchange(mWhole, {}); }
+
+    // The readings that are cut off.
+    const Readings& cutOff() const { return mCutOff; }
+
+    bool tried() const { return !mSeen.empty(); }
+    bool fills() const { return mSeen.size() > mCutOff.size(); }
+
+  private:
+    // Adds the sizes of frames of that many bytes.
+    void addSizesOf(Color::ColorFormat format, int64_t frameSize) {
+        constexpr int MIN_WIDTH = 64;
+        constexpr int MAX_WIDTH = 8192;
+        const int stepX = std::max(2, colorFormatInfo(format).widthAlignment);
+        const int stepY = std::max(2, colorFormatInfo(format).heightAlignment);
+        for (int width = MIN_WIDTH; width <= MAX_WIDTH; width += stepX) {
+            const auto bytesOf = [&](int steps) {
+                const int bytes = Color::getFrameSize(width, steps * stepY, format);
+                return bytes < 0 ? INT64_MAX : int64_t{bytes};
+            };
+            // Shapes from 2.5 to 0.4. Frames of more lines have more bytes.
+            int low = std::max(1, width * 2 / 5 / stepY);
+            int high = width * 5 / 2 / stepY;
+            if (bytesOf(low) > frameSize) {
+                return;
+            }
+            while (low < high && bytesOf(high) >= frameSize) {
+                const int middle = (low + high) / 2;
+                if (bytesOf(middle) < frameSize) {
+                    low = middle + 1;
+                } else {
+                    high = middle;
+                }
+            }
+            if (bytesOf(low) == frameSize) {
+                add(makeReading(mFileSize, format, {width, low * stepY}));
+            }
+        }
+    }
+
+    const int64_t mFileSize;
+    const CommandLineOptions mKnown;
+    std::vector<Color::ColorFormat> mFormats;
+    std::set<std::tuple<Color::ColorFormat, int, int>> mSeen;  // formats and aligned sizes
+    Readings mWhole;
+    Readings mCutOff;
+};
+
+// Scores readings of one file. likelySizes: those that its name or options give.
+class Ranking {
+  public:
+    Ranking(FrameScorer& scorer, const std::vector<FrameSize>& likelySizes)
+        : mScorer(scorer), mLikelySizes(likelySizes) {}
+
+    // Returns the best readings, the best first, at most count and the named one. Readings that
+    // can't be scored are left out.
+    Readings best(const Readings& readings, ScoredLines scored, size_t count) const {
+        Readings ranked;
+        for (Reading reading : readings) {
+            const auto score = mScorer.score(scored, reading.format, reading.aligned.width,
+                                             reading.aligned.height);
+            if (score) {
+                reading.score = score->score;
+                reading.isNoise = score->isNoise;
+                reading.isTransparent = score->isTransparent;
+                reading.rank = rankOf(reading, *score);
+                ranked.push_back(reading);
+            }
+        }
+        std::stable_sort(ranked.begin(), ranked.end(), [](const Reading& a, const Reading& b) {
+            return std::tie(a.isNoise, a.rank) < std::tie(b.isNoise, b.rank);
+        });
+        Readings kept;
+        for (size_t i = 0; i < ranked.size(); ++i) {
+            ranked[i].place = std::max(ranked[i].place, i + 1);
+            if (i < count || ranked[i].named) {
+                kept.push_back(ranked[i]);
+            }
+        }
+        return kept;
+    }
+
+    // True if it is one of the sizes that are tried first.
+    bool isUsual(const Reading& reading) const {
+        return isSizeOf(reading, mLikelySizes) || isSizeOf(reading, SIZES);
     }
 
   private:
-    const std::string& mPath;
-    const int64_t mFileSize;
-    const int64_t mSpan;
+    // If scores differ little, a likely size, fewer frames, and a file that is whole decide.
+    double rankOf(const Reading& reading, const FrameScore& score) const {
+        constexpr double PRECISION = 0.02;  // of a score, from one part of a picture to another
+        double rank = reading.score + PRECISION;
+        rank *= isSizeOf(reading, mLikelySizes) ? 0.9 : isSizeOf(reading, SIZES) ? 1 : 1.1;
+        if (score.frameEnds == FrameEnds::SEEN) {
+            rank *= 0.95;
+        } else {
+            const auto frames = static_cast<double>(reading.frames + (reading.cutOff ? 1 : 0));
+            rank *=
+                (1 + 0.01 * std::log2(frames)) * (score.frameEnds == FrameEnds::MISSING ? 1.05 : 1);
+        }
+        return rank * (reading.cutOff ? 1.5 : 1);
+    }
+
+    template <typename Sizes>
+    static bool isSizeOf(const Reading& reading, const Sizes& sizes) {
+        return std::any_of(std::begin(sizes), std::end(sizes), [&](const FrameSize& size) {
+            return Color::getDefaultAlignedSize(size.width, size.height, reading.format) ==
+                   std::pair(reading.aligned.width, reading.aligned.height);
+        });
+    }
+
+    FrameScorer& mScorer;
+    const std::vector<FrameSize> mLikelySizes;
 };
 
-// The text as one word of a shell command.
-std::string quote(const std::string& text) {
-    std::string quoted = "'";
-    for (const char c : text) {
-        quoted += c == '\'' ? "'\\''" : std::string(1, c);
+void append(Readings& to, const Readings& more) { to.insert(to.end(), more.begin(), more.end()); }
+
+bool isClear(const Readings& best) {
+    return !best.empty() && !best[0].isNoise && !best[0].cutOff &&
+           (best.size() == 1 || best[1].isNoise || best[1].rank >= CLEAR * best[0].rank);
+}
+
+// Takes over the readings that tell something: none if the best one is noise.
+void finish(const Readings& best, const FrameScorer& scorer, Search& search) {
+    search.failure = scorer.failure();
+    if (best.empty() || best[0].isNoise || !search.failure.empty()) {
+        return;
     }
-    return quoted + "'";
+    search.isClear = isClear(best);
+    for (const Reading& reading : best) {
+        // Readings that fill the file come before those that are cut off. If one that is cut off is
+        // the best nevertheless, they are left out.
+        const bool isHidden = reading.isNoise || (best[0].cutOff && !reading.cutOff);
+        if (reading.named || (!isHidden && search.readings.size() < Search::MAX_READINGS)) {
+            search.readings.push_back(reading);
+        }
+    }
+    std::stable_partition(search.readings.begin(), search.readings.end(),
+                          [](const Reading& reading) { return !reading.cutOff; });
 }
 
 }  // namespace
 
-Search rankCandidates(const std::string& path, const CommandLineOptions& known, int namedWidth,
-                      int namedHeight) {
-    std::error_code error;
-    const auto fileSize = static_cast<int64_t>(std::filesystem::file_size(path, error));
-    Readings whole = findReadings(fileSize, known, {namedWidth, namedHeight});
-    if (whole.empty()) {
-        return {{}, false};
-    }
-    const auto largest = std::max_element(
-        whole.begin(), whole.end(),
-        [](const Reading& a, const Reading& b) { return a.frameSize < b.frameSize; });
-    const Ranking ranking(path, fileSize, std::min<int64_t>(fileSize, largest->frameSize));
-    Readings cutOff;
-    const auto isCutOff = [fileSize](const Reading& reading) {
-        return fileSize % reading.frameSize != 0;
-    };
-    std::copy_if(whole.begin(), whole.end(), std::back_inserter(cutOff), isCutOff);
-    whole.erase(std::remove_if(whole.begin(), whole.end(), isCutOff), whole.end());
+Reading makeReading(int64_t fileSize, Color::ColorFormat format, FrameSize size) {
+    const auto [width, height] = Color::getDefaultAlignedSize(size.width, size.height, format);
+    return makeReading(fileSize, format, size, {width, height});
+}
 
-    // Few lines are enough to find the best five of each; many decide between them.
-    Readings best = ranking.best(whole, ScoredLines::FEW);
-    if (best.empty() || best.front().score.score > PICTURE) {
-        const Readings more = ranking.best(cutOff, ScoredLines::FEW);
-        best.insert(best.end(), more.begin(), more.end());
+Reading makeReading(int64_t fileSize, Color::ColorFormat format, FrameSize size,
+                    FrameSize aligned) {
+    Reading reading;
+    reading.format = format;
+    reading.size = size;
+    reading.aligned = aligned;
+    reading.twin = twinOf(format, aligned.width);
+    // Some formats have headers of a fixed size, even for a frame without lines.
+    const bool hasPixels = aligned.width > 0 && aligned.height > 0;
+    reading.frameSize = hasPixels ? Color::getFrameSize(aligned.width, aligned.height, format) : 0;
+    if (reading.frameSize > 0) {
+        reading.frames = fileSize / reading.frameSize;
+        reading.cutOff = fileSize % reading.frameSize != 0;
     }
-    best = ranking.best(best, ScoredLines::MANY);
-    Search search = {{}, true};
-    for (const Reading& reading : best) {
-        if (best.front().score.isNoise) {
-            break;
-        }
-        const bool both = reading.format == Color::YV12 && isLikeYuv420p(reading.aligned.width);
-        if (!reading.score.isNoise) {
-            search.candidates.push_back({reading.format, both ? Color::YUV420P : Color::UNKNOWN,
-                                         reading.named.width, reading.named.height,
-                                         fileSize / reading.frameSize, isCutOff(reading)});
-        }
+    return reading;
+}
+
+std::ostream& operator<<(std::ostream& stream, const FrameSize& size) {
+    return stream << size.width << " x " << size.height;
+}
+
+std::ostream& operator<<(std::ostream& stream, const Reading& reading) {
+    stream << colorFormatInfo(reading.format).name;
+    if (reading.twin != Color::UNKNOWN) {
+        stream << " or " << colorFormatInfo(reading.twin).name;
     }
+    return stream << ", " << reading.size;
+}
+
+Search searchReadings(const std::string& path, const CommandLineOptions& known,
+                      const std::vector<FrameSize>& namedSizes, const Reading& named) {
+    Search search;
+    DumpFile file(path);
+    FrameScorer scorer(file);
+    std::vector<FrameSize> likelySizes = namedSizes;
+    likelySizes.push_back({known.width, known.height});
+    const Ranking ranking(scorer, likelySizes);
+    Collection readings(file.size(), known);
+    readings.add(named);
+    readings.addSizes(likelySizes);
+    readings.addSizes(SIZES);
+    // Few lines are enough to find the best readings; many decide between them.
+    Readings best = ranking.best(readings.takeWhole(), ScoredLines::FEW, KEPT);
+    if (!best.empty()) {
+        for (const FrameSize& size : variantsOf(best[0].size)) {
+            readings.add(makeReading(file.size(), best[0].format, size));
+        }
+        append(best, readings.takeWhole());
+        best = ranking.best(best, ScoredLines::MANY, KEPT);
+    }
+    if (!isClear(best) || best[0].score > PICTURE || !ranking.isUsual(best[0])) {
+        Readings more;
+        for (const Color::ColorFormat format : readings.formats()) {
+            readings.addSizesThatFill(format);
+            append(more, ranking.best(readings.takeWhole(), ScoredLines::LEAST, KEPT));
+        }
+        append(best, ranking.best(more, ScoredLines::FEW, KEPT));
+        append(best, ranking.best(readings.cutOff(), ScoredLines::FEW, KEPT));
+        best = ranking.best(best, ScoredLines::MANY, KEPT);
+    }
+    search.tried = readings.tried();
+    search.fills = readings.fills();
+    finish(best, scorer, search);
     return search;
 }
 
-std::string commandFor(const Candidate& candidate, const std::string& path) {
-    const ColorFormatInfo& info = colorFormatInfo(candidate.format);
-    std::string board;
-    if (!Color::checkPlatformSupport(candidate.format)) {
-        board = std::string("VEX_HOST_BOARD_PLATFORM=") + info.support.boards[0] + " ";
+Search checkReading(const std::string& path, const Reading& named) {
+    Search search;
+    DumpFile file(path);
+    FrameScorer scorer(file);
+    const Ranking ranking(scorer, {named.size});
+    Collection readings(file.size(), {});
+    readings.add(named);
+    readings.addSizes(variantsOf(named.size));
+    readings.addSizes(SIZES);
+    Readings best = ranking.best(readings.takeWhole(), ScoredLines::LEAST, KEPT);
+    best = ranking.best(best, ScoredLines::FEW, KEPT);
+    const auto found = std::find_if(best.begin(), best.end(),
+                                    [](const Reading& reading) { return reading.named; });
+    if (found != best.end() && !best[0].isNoise) {
+        search.doubted = best[0].score <= PLAUSIBLE && found->rank >= DOUBTFUL * best[0].rank;
     }
-    const std::string width = std::to_string(candidate.width);
-    const std::string height = std::to_string(candidate.height);
-    const std::string command = board + "VexConverter -i " + quote(path) + " -o FOLDER ";
-    if (info.parts == nullptr) {
-        return command + "-w " + width + " -h " + height + " -f " + info.name;
-    }
-    // Options take no format of part files, so a rule says that these frames are whole.
-    return R"(echo '[{"Name": "whole frames", "Description": "", "Pattern": "")"
-           R"(, "WidthIndex": -1, "HeightIndex": -1, "ColorFormatIndex": -1)"
-           R"(, "SeparateStringIndex": -1, "DefaultWidth": )" +
-           width + R"(, "DefaultHeight": )" + height + R"(, "DefaultWidthAlignment": )" +
-           std::to_string(info.widthAlignment) + R"(, "DefaultHeightAlignment": )" +
-           std::to_string(info.heightAlignment) + R"(, "DefaultColorFormat": ")" + info.name +
-           R"(", "ColorFormatPair": []}]' >whole-frames.json && )" + command +
-           "-c whole-frames.json";
-}
-
-bool writePicture(const Candidate& candidate, const std::string& path, const std::string& stem) {
-    const auto [width, height] =
-        Color::getDefaultAlignedSize(candidate.width, candidate.height, candidate.format);
-    const int size = Color::getFrameSize(width, height, candidate.format);
-    const int pictureSize = Color::getFrameSize(width, height, Color::RGBA8888);
-    if (pictureSize < 0) {
-        return false;
-    }
-    DmabufMemory frame(size, DeviceMemory::NO_FD);
-    DmabufMemory picture(pictureSize, DeviceMemory::NO_FD);
-    if (frame.data() == nullptr || picture.data() == nullptr) {
-        return false;
-    }
-    std::fill_n(frame.data(), size, static_cast<unsigned char>(0));
-    FileUtils::readFromFile(path, frame.data(), size, size, 0);
-    const Color::ColorConvertConfig config = {
-        {candidate.format, Color::BT601_LIMIT, width, height, frame.getFd()},
-        {Color::RGBA8888, Color::BT601_LIMIT, width, height, picture.getFd()}};
-    const std::string name = stem + "_" + colorFormatInfo(candidate.format).name + "_" +
-                             std::to_string(candidate.width) + "x" +
-                             std::to_string(candidate.height) + ".png";
-    return ColorConvert().convertFrame(config) == 0 &&
-           FileUtils::writeToPNG(name, width, height, picture.data(), 4) == 1;
+    finish(best, scorer, search);
+    return search;
 }

@@ -1,36 +1,66 @@
-// What a file could be whose name does not tell it: formats and sizes whose frames fill the file.
+// What a file could be: formats and sizes, ranked by how much its frames look like pictures.
 #pragma once
 
 #include <cstdint>
+#include <ostream>
 #include <string>
 #include <vector>
 
 #include "color/ColorConvert.h"
 #include "driver/CommandLine.h"
 
-struct Candidate {
-    ColorConvert::ColorFormat format;
-    ColorConvert::ColorFormat other;  // which no score tells from it; UNKNOWN where there is none
-    int width;                        // pixels, before alignment
-    int height;                       // lines, before alignment
-    int64_t frames;                   // whole frames in the file
-    bool cutOff;                      // the file ends within a frame
+struct FrameSize {
+    int width = 0;   // pixels
+    int height = 0;  // lines
 };
+
+// One way to read a file of frames.
+struct Reading {
+    ColorConvert::ColorFormat format = ColorConvert::UNKNOWN;
+    // YV12 and YUV420P differ in the order of two planes alone if their planes have the same size.
+    // No score tells them apart then, so the reading stands for both. Else UNKNOWN.
+    ColorConvert::ColorFormat twin = ColorConvert::UNKNOWN;
+    FrameSize size;  // before alignment
+    FrameSize aligned;
+    int frameSize = 0;    // bytes
+    int64_t frames = 0;   // whole frames in the file
+    bool cutOff = false;  // the file ends within a frame
+    bool named = false;   // by the file's name, or by options
+    double score = 0;     // of the frames: see FrameScore
+    bool isNoise = false;
+    bool isTransparent = false;  // alpha is 0 in all pixels that were looked at
+    double rank = 0;             // the score, with what makes the reading less likely; 0 is best
+    size_t place = 0;            // among the readings that were tried, from 1 on
+};
+
+// Returns the reading of a file of that many bytes. aligned: the size of the frames, if it is not
+// the one to which the format is aligned. The frame size is 0 or less if there are no such frames.
+Reading makeReading(int64_t fileSize, ColorConvert::ColorFormat format, FrameSize size);
+Reading makeReading(int64_t fileSize, ColorConvert::ColorFormat format, FrameSize size,
+                    FrameSize aligned);
+
+// As in "1920 x 1080" and "NV12, 1920 x 1080".
+std::ostream& operator<<(std::ostream& stream, const FrameSize& size);
+std::ostream& operator<<(std::ostream& stream, const Reading& reading);
 
 struct Search {
-    std::vector<Candidate> candidates;  // the best first, at most five
-    bool fits = false;  // the file holds half a frame of some format and size, or more
+    // The best first: at most MAX_READINGS and, if it could be scored, the named one.
+    std::vector<Reading> readings;
+    bool isClear = false;  // the first is far better than the second
+    bool doubted = false;  // the first is clearly better than the named one
+    bool tried = false;    // the file holds half a frame of some reading, or more
+    bool fills = false;    // whole frames of some reading fill the file
+    std::string failure;   // why the samples can't be looked at; empty if they can
+
+    static constexpr size_t MAX_READINGS = 5;
 };
 
-// Tries the sizes that the options give, else the one of the name (0 x 0 when it has none) and a
-// table of sizes in use; and the format that the options give, else all that the board reads. Reads
-// parts of the file as far as the largest candidate's first frame reaches.
-Search rankCandidates(const std::string& path, const CommandLineOptions& known, int namedWidth,
-                      int namedHeight);
+// Looks for readings of a file whose format or size is not known. It tries the format and size that
+// the options give, the sizes that its name may mean, sizes in use, and if these give no clear
+// answer all sizes whose frames fill the file. named: the reading that the name gives and that
+// doesn't fill the file, or one without frames.
+Search searchReadings(const std::string& path, const CommandLineOptions& known,
+                      const std::vector<FrameSize>& namedSizes, const Reading& named);
 
-// The command that converts the file as this candidate.
-std::string commandFor(const Candidate& candidate, const std::string& path);
-
-// Writes the first frame to a picture whose name is stem, the format and the size. False when the
-// frame cannot be converted or the picture not be written, which the log tells.
-bool writePicture(const Candidate& candidate, const std::string& path, const std::string& stem);
+// Compares a named reading, whose frames fill the file, with other formats and sizes that do.
+Search checkReading(const std::string& path, const Reading& named);

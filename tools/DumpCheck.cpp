@@ -4,13 +4,16 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <climits>
 #include <cstring>
 #include <filesystem>
 #include <map>
+#include <regex>
 #include <tuple>
 
+#include "DumpFile.h"
 #include "FrameGeometry.h"
 #include "color/Catalogue.h"
 #include "config/FormatConfig.h"
@@ -22,46 +25,76 @@ namespace {
 namespace fs = std::filesystem;
 using Color = ColorConvert;
 
-std::string number(int64_t value) { return std::to_string(value); }
+const char* nameOf(Color::ColorFormat format) { return colorFormatInfo(format).name; }
 
-// What the options say of every file, or the rules of this one.
-DumpCheck decode(const std::string& path, const CommandLineOptions& options) {
-    DumpCheck dump;
-    dump.path = path;
-    FileJob& job = dump.job;
-    if (options.width > 0 && options.height > 0 && options.inputFormat != Color::UNKNOWN) {
-        dump.width = options.width;
-        dump.height = options.height;
-        job.inputFormat = options.inputFormat;
-        job.outputFormat = Color::getDefaultOutputFormat(job.inputFormat);
-        std::tie(job.alignedWidth, job.alignedHeight) =
-            Color::getDefaultAlignedSize(dump.width, dump.height, job.inputFormat);
-        if (Color::isSeparate(job.inputFormat)) {
-            dump.problems.push_back(
-                "Options cannot convert " + std::string(colorFormatInfo(job.inputFormat).name) +
-                ": leave out -w, -h and -f, and give a rule that decodes the name.");
+// Adds a note if the name has a code that the rule doesn't know, so that the rule's default is
+// used.
+void noteUnknownCode(const FormatConfig& match, DumpCheck& dump) {
+    constexpr size_t MAX_PATH = 255;  // bytes; a search for the pattern needs stack for each
+    const auto group = static_cast<size_t>(std::max(0, match.colorFormatIndex));
+    std::smatch found;
+    if (match.formatPairs.empty() || group == 0 || dump.path.size() > MAX_PATH ||
+        !std::regex_search(dump.path, found, std::regex(match.pattern)) || group >= found.size()) {
+        return;
+    }
+    for (const FormatConfig::FormatPair& pair : match.formatPairs) {
+        if (pair.formatStr == found.str(group)) {
+            return;
         }
-        return dump;
     }
-    const auto match = isConfigurationMode(options) ? findMatch(path) : std::nullopt;
+    dump.notes.push_back(concat("The rule ", match.name, " does not know the code ",
+                                found.str(group), " (codes are case-sensitive), so its default, ",
+                                match.colorFormat, ", is used."));
+}
+
+void decodeByOptions(const CommandLineOptions& options, DumpCheck& dump) {
+    FileJob& job = dump.job;
+    dump.size = {options.width, options.height};
+    job.inputFormat = options.inputFormat;
+    job.outputFormat = Color::getDefaultOutputFormat(job.inputFormat);
+    std::tie(job.alignedWidth, job.alignedHeight) =
+        Color::getDefaultAlignedSize(options.width, options.height, job.inputFormat);
+    if (Color::isSeparate(job.inputFormat)) {
+        dump.add(Verdict::NOTHING, "Options can't convert ", nameOf(job.inputFormat),
+                 ": leave out -w, -h and -f, and give a rule that decodes the name.");
+    }
+}
+
+void decodeByRules(DumpCheck& dump) {
+    const std::optional<FormatConfig> match = findMatch(dump.path);
+    dump.isUnknown = !match;
     if (!match) {
-        dump.needsCandidates = true;
-        dump.problems.emplace_back(
-            "No rule decodes the name: give all of -w, -h and -f, or a rule with -c.");
-        return dump;
+        dump.add(Verdict::NOTHING,
+                 "No rule decodes the name: give all of -w, -h and -f, or a rule with -c.");
+        return;
     }
+    FileJob& job = dump.job;
     dump.rule = match->name;
-    dump.width = match->width;
-    dump.height = match->height;
+    dump.size = {match->width, match->height};
     if (!getFileJobFromMatch(*match, false, job)) {
         job.alignedWidth = 0;
     }
-    if (job.inputFormat == Color::UNKNOWN) {
-        dump.needsCandidates = true;
-        dump.problems.push_back("The rule names a color format that does not exist, " +
-                                match->colorFormat + ": correct the rule.");
+    if (!dump.hasReading()) {
+        dump.isUnknown = true;
+        dump.add(Verdict::NOTHING, "The rule ", match->name, " names a color format that does not ",
+                 "exist, ", match->colorFormat, ": correct the rule.");
+    } else if (match->colorFormat == match->defaultColorFormat) {
+        noteUnknownCode(*match, dump);
     }
-    return dump;
+}
+
+// What the options say of every file, or the rules of this one.
+void decode(const CommandLineOptions& options, DumpCheck& dump) {
+    if (isConfigurationMode(options)) {
+        decodeByRules(dump);
+    } else if (options.width > 0 && options.height > 0 && options.inputFormat != Color::UNKNOWN) {
+        decodeByOptions(options, dump);
+    } else {
+        dump.isUnknown = true;
+        dump.add(Verdict::NOTHING,
+                 "VexConverter needs all of -w, -h and -f, or none of them and a ",
+                 "rule that decodes the name.");
+    }
 }
 
 // Says which boards read a format that this one does not.
@@ -74,197 +107,271 @@ void checkBoard(DumpCheck& dump) {
     const ColorFormatInfo& info = colorFormatInfo(dump.job.inputFormat);
     std::string readers;
     for (const char* const* name = info.support.boards; *name != nullptr; ++name) {
-        readers += std::string(readers.empty() ? "" : ", ") + *name;
+        readers += concat(readers.empty() ? "" : ", ", *name);
     }
-    const bool only = info.support.kind == PlatformSupport::ONLY_ON;
-    const std::string which = *board == '\0'
-                                  ? "No board is set (VEX_HOST_BOARD_PLATFORM), and "
-                                  : "The board " + std::string(board) + " does not read ";
-    dump.problems.push_back(which + info.name + (*board == '\0' ? " needs one" : "") +
-                            (only ? ": use one of " : ": use any but ") + readers + ".");
+    const bool isSet = *board != '\0';
+    dump.add(Verdict::NOTHING,
+             isSet ? concat("The board ", board, " does not read ")
+                   : "No board is set (VEX_HOST_BOARD_PLATFORM), and ",
+             info.name, isSet ? "" : " needs one",
+             info.support.kind == PlatformSupport::ONLY_ON ? ": use one of " : ": use any but ",
+             readers, ".");
 }
 
-// Says why the file cannot be read; true when it can.
-bool checkReadable(const std::string& path, DumpCheck& dump) {
+// Says why the file can't be read. Returns true if it can. isPart: VexConverter takes zeros for a
+// part file that can't be read, and skips any other file.
+bool checkReadable(const std::string& path, bool isPart, DumpCheck& dump) {
     std::error_code error;
     const fs::file_status status = fs::status(path, error);
-    std::string problem;
-    if (!fs::exists(status)) {
-        problem = " does not exist.";
+    const std::string file = (isPart ? "The part file " : "") + path;
+    const Verdict verdict = isPart ? Verdict::WRONG : Verdict::NOTHING;
+    if (status.type() == fs::file_type::not_found) {
+        dump.add(verdict, file, " does not exist.");
+    } else if (error) {
+        dump.add(verdict, file, " can't be examined: ", error.message(), ".");
     } else if (!fs::is_regular_file(status)) {
-        problem = " is no regular file, which no frames can be read from.";
+        dump.add(verdict, file, " is no regular file, which no frames can be read from.");
     } else if (access(path.c_str(), R_OK) != 0) {
-        problem = std::string(" cannot be read: ") + strerror(errno) + ".";
+        dump.add(Verdict::WRONG, file, " can't be read: ", strerror(errno), ".");
     } else {
         return true;
     }
-    dump.problems.push_back((dump.job.separate ? "The part file " : "") + path + problem);
     return false;
 }
 
-int64_t sizeOf(const std::string& path) {
-    std::error_code error;
-    return static_cast<int64_t>(fs::file_size(path, error));
+// Says that some of the file could not be read.
+void reportReadError(const DumpFile& file, const std::string& path, DumpCheck& dump) {
+    if (!file.failure().empty()) {
+        dump.add(Verdict::WRONG, path, " can't be read: ", file.failure(), ".");
+    }
 }
 
 void reportCompression(DumpCheck& dump) {
-    dump.problems.emplace_back(
-        "The headers are not all zero, so the blocks are compressed: convert the dump on the "
-        "device, where alone they can be read.");
+    dump.add(Verdict::WRONG, "The headers are not all zero, so the blocks are compressed: convert ",
+             "the dump on the device, because a PC can't read them.");
 }
 
 void checkParts(DumpCheck& dump) {
     const FileJob& job = dump.job;
     const auto parts = Color::getSeparateSize(job.alignedWidth, job.alignedHeight, job.inputFormat);
     if (parts.empty()) {
-        dump.problems.push_back(std::string(colorFormatInfo(job.inputFormat).name) +
-                                " has no part files: set \"Separate\" to false in the rule.");
+        dump.add(Verdict::NOTHING, nameOf(job.inputFormat),
+                 " has no part files: set \"Separate\" to false in the rule.");
         return;
     }
     const std::string files[] = {job.yBodyFile, job.yHeaderFile, job.cBodyFile, job.cHeaderFile};
     dump.frames = 1;
     bool compressed = false;
     for (size_t i = 0; i < parts.size(); ++i) {
-        if (!checkReadable(files[i], dump)) {
+        if (!checkReadable(files[i], true, dump)) {
             dump.frames = 0;
             continue;
         }
-        const int64_t size = sizeOf(files[i]);
-        const int64_t wanted = parts[i].first;
-        if (size != wanted) {
-            dump.problems.push_back("The part file " + files[i] + " has " + number(size) +
-                                    " bytes, " + number(std::abs(size - wanted)) +
-                                    (size < wanted ? " fewer" : " more") + " than the part of a " +
-                                    number(dump.width) + " x " + number(dump.height) +
-                                    " frame: copy the file again, or correct the size.");
-            dump.frames = size < wanted ? 0 : *dump.frames;
+        DumpFile file(files[i]);
+        const int64_t more = file.size() - parts[i].first;
+        if (more != 0) {
+            dump.add(Verdict::WRONG, "The part file ", files[i], " has ", file.size(), " bytes, ",
+                     std::abs(more), more < 0 ? " fewer" : " more", " than the part of a ",
+                     dump.size, " frame: copy the file again, or correct the size.");
+            dump.frames = more < 0 ? 0 : *dump.frames;
         }
-        compressed = compressed || (i % 2 == 1 && isUsed(files[i], 0, wanted));
+        compressed = (i % 2 == 1 && file.isUsed(0, parts[i].first)) || compressed;
+        file.canReadEnds();
+        reportReadError(file, files[i], dump);
     }
     if (compressed) {
         reportCompression(dump);
     }
 }
 
-// Says what is wrong with the number of bytes, of which a frame has frameSize.
-void checkLength(DumpCheck& dump, int64_t size, int64_t frameSize) {
-    dump.frames = size / frameSize;
-    const int64_t left = size % frameSize;
-    dump.needsCandidates = left != 0;
-    if (size > 0 && size < frameSize) {
-        dump.problems.push_back("The file holds " + number(size * 100 / frameSize) +
-                                " % of a frame of " + number(frameSize) +
-                                " bytes: the rest would be filled with zeros.");
+// Says what is wrong with the file's size, if a frame has frameSize bytes.
+void checkLength(DumpCheck& dump, int64_t frameSize) {
+    dump.frames = dump.fileSize / frameSize;
+    const int64_t left = dump.fileSize % frameSize;
+    dump.isUnknown = left != 0;
+    if (dump.fileSize > 0 && dump.fileSize < frameSize) {
+        dump.add(Verdict::WRONG, "The file holds ", dump.fileSize * 100 / frameSize,
+                 " % of a frame of ", frameSize, " bytes: the rest of the frame would be zeros.");
     } else if (left != 0) {
-        dump.problems.push_back(
-            number(left) + " bytes are left over after the last whole frame of " +
-            number(frameSize) +
-            " bytes: the last frame is cut off, or the size or format is wrong.");
+        dump.add(Verdict::PARTLY, left, " bytes are left over after the last whole frame of ",
+                 frameSize, " bytes: the last frame is cut off, or the size or format is wrong.");
     }
 }
 
-void checkFile(DumpCheck& dump, int frameSize) {
-    const int64_t size = sizeOf(dump.path);
-    checkLength(dump, size, frameSize);
-    const FrameGeometry frame(dump.job.inputFormat, dump.job.alignedWidth, dump.job.alignedHeight);
-    if (frame.isCompressed(dump.path)) {
-        reportCompression(dump);
-    }
+// The number of the last picture, or 0 if there is one picture, without a number.
+int64_t lastPictureOf(const DumpCheck& dump) {
+    return dump.job.separate || !hasNumberedFrames(dump.fileSize, dump.reading().frameSize)
+               ? 0
+               : dump.frames.value_or(0);
+}
+
+std::string outputPath(const DumpCheck& dump, const std::string& folder, bool png, int64_t frame) {
+    return getOutputPath(dump.path, dump.job.outputFormat, folder, png, static_cast<int>(frame));
 }
 
 // Lists what VexConverter would write.
-void listOutputs(DumpCheck& dump, const std::string& folder, int frameSize) {
+void listOutputs(DumpCheck& dump) {
     const auto add = [&](bool png, int64_t frame) {
-        dump.outputs.push_back(fs::path(getOutputPath(dump.path, dump.job.outputFormat, folder, png,
-                                                      static_cast<int>(frame)))
-                                   .filename());
+        dump.outputs.push_back(outputPath(dump, "", png, frame).substr(1));
     };
     add(false, 0);
     const FileJob& job = dump.job;
     if (Color::getFrameSize(job.alignedWidth, job.alignedHeight, Color::RGBA8888) < 0) {
         return;
     }
-    const int64_t last = job.separate || !hasNumberedFrames(sizeOf(dump.path), frameSize)
-                             ? 0
-                             : dump.frames.value_or(0);
-    if (last == 0) {
-        add(true, 0);
-    }
-    for (int64_t frame = 1; frame <= last; ++frame) {
-        if (last <= DumpCheck::MAX_PICTURES || frame == 1 || frame == last) {
-            add(true, frame);
+    const int64_t last = lastPictureOf(dump);
+    for (int64_t frame = std::min<int64_t>(last, 1); frame <= last; ++frame) {
+        add(true, frame);
+        if (last > DumpCheck::MAX_PICTURES && frame == 1) {
+            frame = last - 1;
         }
     }
 }
 
-// Says what is wrong with a file of whole frames whatever its format is; true when it can be read.
-bool checkWholeFile(DumpCheck& dump) {
-    if (!checkReadable(dump.path, dump)) {
-        dump.needsCandidates = false;
-        return false;
+// Says what is wrong with a file of whole frames, whatever their format is.
+void checkWholeFile(DumpFile& file, DumpCheck& dump) {
+    dump.fileSize = file.size();
+    dump.canBeRead = file.canReadEnds() && file.size() > 0;
+    if (file.size() > INT_MAX) {
+        dump.add(Verdict::NOTHING,
+                 "The file has 2 GiB or more: split it at a multiple of the frame's size.");
+    } else if (file.size() == 0) {
+        dump.add(Verdict::WRONG, "The file is empty: dump it again.");
     }
-    const int64_t size = sizeOf(dump.path);
-    if (size > INT_MAX) {
-        dump.problems.emplace_back(
-            "The file has 2 GiB or more: split it at a multiple of the frame's size.");
-    } else if (size == 0) {
-        dump.problems.emplace_back("The file is empty: dump it again.");
-        dump.needsCandidates = false;
-    }
-    return true;
 }
 
-void check(DumpCheck& dump, const std::string& outputFolder) {
+// Checks the frames of the reading that the name or the options give.
+void checkFrames(DumpFile& file, DumpCheck& dump) {
     const FileJob& job = dump.job;
-    const bool readable = job.separate || checkWholeFile(dump);
-    if (job.inputFormat == Color::UNKNOWN) {
+    const auto bytesIn = [&](Color::ColorFormat format) {
+        return Color::getFrameSize(job.alignedWidth, job.alignedHeight, format);
+    };
+    checkBoard(dump);
+    if (dump.size.width < 1 || dump.size.height < 1 || job.alignedWidth < 1 ||
+        job.alignedHeight < 1 || bytesIn(job.inputFormat) < 1 || bytesIn(job.outputFormat) < 1) {
+        dump.add(Verdict::NOTHING, "The size ", dump.size,
+                 " is out of range, 1 x 1 to frames of 2 GiB: correct it.");
         return;
     }
-    checkBoard(dump);
-    const int frameSize = Color::getFrameSize(job.alignedWidth, job.alignedHeight, job.inputFormat);
-    if (dump.width < 1 || dump.height < 1 || job.alignedWidth < 1 || job.alignedHeight < 1 ||
-        frameSize < 1 ||
-        Color::getFrameSize(job.alignedWidth, job.alignedHeight, job.outputFormat) < 1) {
-        dump.problems.push_back("The size " + number(dump.width) + " x " + number(dump.height) +
-                                " is out of range, 1 x 1 to frames of 2 GiB: correct it.");
-        return;
+    const FrameGeometry frame(job.inputFormat, job.alignedWidth, job.alignedHeight);
+    if (!frame.isWholeBlocks()) {
+        dump.add(Verdict::NOTHING, "The aligned size is no whole number of blocks: correct the ",
+                 "alignments in the rule.");
     }
     if (job.separate) {
         checkParts(dump);
-    } else if (readable) {
-        checkFile(dump, frameSize);
-    }
-    listOutputs(dump, outputFolder, frameSize);
-}
-
-// Says which raw outputs are there already, or are written for two dumps.
-void checkOutputs(std::vector<DumpCheck>& dumps, const std::string& outputFolder) {
-    std::map<std::string, std::vector<const DumpCheck*>> writers;
-    for (const DumpCheck& dump : dumps) {
-        if (!dump.outputs.empty()) {
-            writers[dump.outputs.front()].push_back(&dump);
+    } else {
+        checkLength(dump, frame.size);
+        if (frame.isCompressed(file)) {
+            reportCompression(dump);
         }
     }
+    if (dump.fileSize <= INT_MAX) {
+        listOutputs(dump);
+    }
+}
+
+void check(DumpCheck& dump, const CommandLineOptions& options) {
+    if (!checkReadable(dump.path, false, dump)) {
+        return;
+    }
+    decode(options, dump);
+    DumpFile file(dump.path);
+    if (!dump.job.separate) {
+        checkWholeFile(file, dump);
+    }
+    if (dump.hasReading()) {
+        checkFrames(file, dump);
+    }
+    reportReadError(file, dump.path, dump);
+}
+
+// Says why an output can't be written, or that it exists already.
+void checkOutput(const std::string& folder, const std::string& output, bool isRaw,
+                 DumpCheck& dump) {
+    const std::string path = folder + "/" + output;
+    std::error_code error;
+    const fs::file_status status = fs::status(path, error);
+    if (status.type() == fs::file_type::not_found) {
+        return;
+    }
+    if (error) {
+        dump.add(Verdict::NOTHING, "The output ", output, " can't be written: ", error.message(),
+                 ".");
+    } else if (!fs::is_regular_file(status)) {
+        dump.add(Verdict::NOTHING, "The output ", output,
+                 " can't be written, because its name is that of something else than a file.");
+    } else if (access(path.c_str(), W_OK) != 0) {
+        dump.add(Verdict::NOTHING, "The output ", output,
+                 " exists and can't be written: ", strerror(errno), ".");
+    } else if (isRaw) {
+        dump.add(Verdict::APPENDS, "The output ", output, " exists already, and VexConverter ",
+                 "appends raw frames: remove it, or give another folder with -o.");
+    }
+}
+
+// Says which outputs can't be written, are there already, or are written for two dumps.
+void checkOutputs(std::vector<DumpCheck>& dumps, const std::string& folder) {
+    std::map<std::string, std::vector<const DumpCheck*>> writers;
+    for (const DumpCheck& dump : dumps) {
+        for (const std::string& output : dump.outputs) {
+            writers[output].push_back(&dump);
+        }
+    }
+    const bool canWrite = access(folder.c_str(), W_OK | X_OK) == 0;
+    const std::string reason = canWrite ? "" : strerror(errno);
     for (DumpCheck& dump : dumps) {
         if (dump.outputs.empty()) {
             continue;
         }
-        const std::string& output = dump.outputs.front();
-        if (FileUtils::isFile(outputFolder + "/" + output)) {
-            dump.problems.push_back("The output " + output +
-                                    " exists already, and raw frames would be appended to it: "
-                                    "remove it, or give another folder with -o.");
+        if (!canWrite) {
+            dump.add(Verdict::NOTHING, "The folder ", folder, " can't be written: ", reason, ".");
+            continue;
         }
-        const auto& sources = writers[output];
-        if (sources.size() > 1) {
-            const DumpCheck* other = sources[&dump == sources[0] ? 1 : 0];
-            dump.problems.push_back("The output " + output + " would be written for " +
-                                    other->path + " too: give each an output folder of its own.");
+        // The last picture has the longest name.
+        checkOutput(folder, dump.outputs.front(), true, dump);
+        if (dump.verdict() != Verdict::NOTHING) {
+            checkOutput(folder, dump.outputs.back(), dump.outputs.size() == 1, dump);
+        }
+        for (const std::string& output : dump.outputs) {
+            const auto& sources = writers[output];
+            if (sources.size() > 1) {
+                dump.add(Verdict::APPENDS, "The output ", output, " would be written for ",
+                         sources[&dump == sources[0] ? 1 : 0]->path,
+                         " too: give each an output folder of its own.");
+                break;
+            }
         }
     }
 }
 
+// True if the file ends with the last chunk of a picture.
+bool isWholePicture(const std::string& path) {
+    constexpr int SIZE = 12;
+    constexpr std::array<unsigned char, SIZE> LAST_CHUNK = {0,   0,   0,    0,   'I',  'E',
+                                                            'N', 'D', 0xAE, 'B', 0x60, 0x82};
+    DumpFile file(path);
+    std::array<unsigned char, SIZE> end = {};
+    return file.size() > SIZE && file.read(file.size() - SIZE, SIZE, end.data()) &&
+           end == LAST_CHUNK;
+}
+
 }  // namespace
+
+Reading DumpCheck::reading() const {
+    Reading reading =
+        makeReading(fileSize, job.inputFormat, size, {job.alignedWidth, job.alignedHeight});
+    reading.named = true;
+    return reading;
+}
+
+Verdict DumpCheck::verdict() const {
+    Verdict worst = Verdict::CONVERTS;
+    for (const Problem& problem : problems) {
+        worst = std::max(worst, problem.verdict);
+    }
+    return worst;
+}
 
 std::vector<DumpCheck> checkDumps(const std::vector<std::string>& paths,
                                   const std::string& outputFolder,
@@ -272,17 +379,64 @@ std::vector<DumpCheck> checkDumps(const std::vector<std::string>& paths,
     std::vector<DumpCheck> dumps;
     SeparateFiles partFiles;
     for (const std::string& path : paths) {
-        DumpCheck dump = decode(path, options);
+        DumpCheck dump;
+        dump.path = path;
+        if (partFiles.count(path) > 0) {
+            continue;
+        }
+        check(dump, options);
         const FileJob& job = dump.job;
         if (job.separate) {
-            if (partFiles.count(path) > 0) {
-                continue;
-            }
             partFiles.insert({job.yBodyFile, job.yHeaderFile, job.cBodyFile, job.cHeaderFile});
         }
-        check(dump, outputFolder);
         dumps.push_back(std::move(dump));
     }
     checkOutputs(dumps, outputFolder);
     return dumps;
+}
+
+std::vector<FrameSize> namedSizesOf(const DumpCheck& dump) {
+    static const std::regex PAIR("([0-9]{2,5})[xX]([0-9]{2,5})|[wW]([0-9]{2,5})_?[hH]([0-9]{2,5})");
+    std::vector<FrameSize> sizes = {dump.size};
+    const std::string name = fs::path(dump.path).filename();
+    for (std::sregex_iterator pair(name.begin(), name.end(), PAIR), end; pair != end; ++pair) {
+        const size_t group = (*pair)[1].matched ? 1 : 3;
+        sizes.push_back({std::stoi(pair->str(group)), std::stoi(pair->str(group + 1))});
+    }
+    return sizes;
+}
+
+void checkWrittenOutputs(DumpCheck& dump, const std::string& folder) {
+    if (dump.outputs.empty()) {
+        return;  // a problem says why VexConverter writes nothing
+    }
+    dump.problems.clear();
+    const FileJob& job = dump.job;
+    const int64_t last = lastPictureOf(dump);
+    const int64_t frames = std::max<int64_t>(last, 1);
+    int64_t pictures = 0;
+    for (int64_t frame = std::min<int64_t>(last, 1); frame <= last; ++frame) {
+        const std::string picture = outputPath(dump, folder, true, frame);
+        const bool exists = FileUtils::isFile(picture);
+        pictures += exists ? 1 : 0;
+        if (exists && !isWholePicture(picture)) {
+            dump.add(Verdict::WRONG, "The picture ", picture, " is not whole.");
+        }
+    }
+    if (pictures > 0 && pictures < frames) {
+        dump.add(Verdict::PARTLY, frames - pictures, " of ", frames,
+                 " pictures are missing: the log says why.");
+    }
+    const std::string raw = outputPath(dump, folder, false, 0);
+    const int64_t wanted =
+        frames * Color::getFrameSize(job.alignedWidth, job.alignedHeight, job.outputFormat);
+    if (!FileUtils::isFile(raw)) {
+        if (pictures == 0) {
+            dump.add(Verdict::NOTHING, "Neither ", raw,
+                     " nor a picture is there: the log says why.");
+        }
+    } else if (DumpFile(raw).size() != wanted) {
+        dump.add(Verdict::WRONG, "The output ", raw, " has ", DumpFile(raw).size(),
+                 " bytes instead of ", wanted, ".");
+    }
 }

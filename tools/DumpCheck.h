@@ -1,4 +1,4 @@
-// What a dump is, by its name or by options, and what keeps it from being converted as it stands.
+// What a dump is, by its name or by options, and what becomes of it when VexConverter converts it.
 #pragma once
 
 #include <cstdint>
@@ -6,27 +6,60 @@
 #include <string>
 #include <vector>
 
+#include "Candidates.h"
+#include "Text.h"
 #include "driver/CommandLine.h"
 #include "driver/FileJob.h"
+
+// What becomes of a dump, from the best to the worst.
+enum class Verdict {
+    CONVERTS,  // all of it
+    PARTLY,    // whole frames are written, and the rest of the file is left out
+    APPENDS,   // an output exists already, or another dump has the same
+    WRONG,     // an output is written that is likely wrong
+    NOTHING    // no output is written
+};
+
+struct Problem {
+    Verdict verdict;
+    std::string text;  // sentences that say what is wrong and what to do
+};
 
 struct DumpCheck {
     std::string path;                 // of a set of part files the one that was reached first
     std::optional<std::string> rule;  // name of the rule that decodes the path
-    int width = 0;                    // pixels, before alignment; 0 when nothing tells the size
-    int height = 0;                   // lines, before alignment
-    FileJob job;                      // format UNKNOWN when nothing tells it
+    FrameSize size;                   // before alignment; 0 x 0 if nothing tells it
+    FileJob job;                      // format UNKNOWN if nothing tells it
+    int64_t fileSize = 0;             // bytes; of a set, 0
     std::optional<int64_t> frames;    // whole frames in the file
     // Names of the files that VexConverter writes: the raw one, then the pictures. Of more than
     // MAX_PICTURES pictures only the first and the last are here.
     std::vector<std::string> outputs;
-    std::vector<std::string> problems;  // sentences; none when the dump converts as it stands
-    bool needsCandidates = false;       // nothing says what the file is, or the file says otherwise
+    std::vector<Problem> problems;
+    std::vector<std::string> notes;  // sentences about what is no problem
+    bool canBeRead = false;          // it is a regular file with frames, and no set
+    bool isUnknown = false;          // nothing tells the format, or the file's size contradicts it
 
     static constexpr int64_t MAX_PICTURES = 10000;
+
+    // The parts make up the text.
+    template <typename... Parts>
+    void add(Verdict verdict, const Parts&... parts) {
+        problems.push_back({verdict, concat(parts...)});
+    }
+    Verdict verdict() const;  // of the worst problem
+    bool hasReading() const { return job.inputFormat != ColorConvert::UNKNOWN; }
+    Reading reading() const;  // by the name or by options
 };
 
 // Checks the dumps of one conversion, in the order in which VexConverter takes the files. Their
-// outputs go to outputFolder. The rules are loaded already.
+// outputs go to outputFolder. The rules are loaded already. It looks at no samples.
 std::vector<DumpCheck> checkDumps(const std::vector<std::string>& paths,
                                   const std::string& outputFolder,
                                   const CommandLineOptions& options);
+
+// The sizes that the dump's name may mean: that of the rule, and numbers such as 1280x720.
+std::vector<FrameSize> namedSizesOf(const DumpCheck& dump);
+
+// After a conversion: adds a problem for each output that is not in the folder, or not whole.
+void checkWrittenOutputs(DumpCheck& dump, const std::string& folder);

@@ -1,10 +1,8 @@
 #include "FrameGeometry.h"
 
 #include <algorithm>
-#include <vector>
 
 #include "color/Catalogue.h"
-#include "fileutils/FileUtils.h"
 
 FrameGeometry::FrameGeometry(ColorConvert::ColorFormat format, int width, int height)
     : size(ColorConvert::getFrameSize(width, height, format)),
@@ -16,16 +14,23 @@ FrameGeometry::FrameGeometry(ColorConvert::ColorFormat format, int width, int he
     offsets = layout.offsets(width, height, buffer.mPlaneSize);
 }
 
-bool FrameGeometry::isCompressed(const std::string& path) const {
-    return layout.compressed != nullptr &&
-           std::any_of(
-               offsets.headers.begin(), offsets.headers.end(),
-               [&](const host::Span& header) { return isUsed(path, header.offset, header.size); });
+bool FrameGeometry::isWholeBlocks() const {
+    return std::all_of(
+        layout.planes, layout.planes + layout.planeCount, [&](const host::PlaneLayout& plane) {
+            return plane.isLinear() ||
+                   (plane.samplesPerRow(layout.format, buffer.mWidth) % plane.blockWidth == 0 &&
+                    plane.rows(buffer.mHeight) % plane.blockHeight == 0);
+        });
 }
 
-bool isUsed(const std::string& path, int64_t offset, int64_t size) {
-    std::vector<unsigned char> bytes(static_cast<size_t>(size));
-    FileUtils::readFromFile(path, bytes.data(), static_cast<int>(size), static_cast<int>(offset),
-                            1);
-    return std::any_of(bytes.begin(), bytes.end(), [](unsigned char byte) { return byte != 0; });
+bool FrameGeometry::isCompressed(DumpFile& file) const {
+    if (layout.compressed == nullptr) {
+        return false;
+    }
+    const int64_t lastFrame = std::max<int64_t>(0, file.size() / size - 1) * size;
+    return std::any_of(offsets.headers.begin(), offsets.headers.end(),
+                       [&](const host::Span& header) {
+                           return file.isUsed(header.offset, header.size) ||
+                                  file.isUsed(lastFrame + header.offset, header.size);
+                       });
 }

@@ -9,15 +9,14 @@
 #include <numeric>
 #include <vector>
 
-#include "FrameGeometry.h"
-#include "fileutils/FileUtils.h"
-#include "memory/DmabufMemory.h"
+#include "Log.h"
 
 namespace {
 
 using Color = ColorConvert;
 
 constexpr double NOISE = 0.85;  // at least, the cost of neighbors as a share of that of any samples
+constexpr int BUFFER_SIZE = 12 << 20;  // bytes
 
 // Lines of a band: at least two rows of blocks, or a few rows.
 int bandLinesOf(const FrameGeometry& frame) {
@@ -26,11 +25,12 @@ int bandLinesOf(const FrameGeometry& frame) {
 
 // Bands to score, at most.
 int64_t maxBandsOf(const FrameGeometry& frame, ScoredLines scored) {
-    constexpr int64_t FEW_LINES = 256;
-    constexpr int64_t MANY_SAMPLES = 4 << 20;  // of luma, or pixels
-    const int64_t lines =
-        scored == ScoredLines::FEW ? FEW_LINES : MANY_SAMPLES / frame.buffer.mWidth;
-    return std::max<int64_t>(2, lines / bandLinesOf(frame));
+    constexpr int64_t MAX_SAMPLES = 2 << 20;  // of luma, or pixels
+    const int64_t bands =
+        std::max<int64_t>(2, MAX_SAMPLES / frame.buffer.mWidth / bandLinesOf(frame));
+    return scored == ScoredLines::LEAST ? std::min<int64_t>(4, bands)
+           : scored == ScoredLines::FEW ? std::min<int64_t>(12, bands)
+                                        : bands;
 }
 
 // Bytes of this many lines of the frame in a plane: of rows, or of rows of blocks.
@@ -45,24 +45,24 @@ int64_t bytesOf(const FrameGeometry& frame, size_t plane, int lines) {
     return rows / layout.blockHeight * blocks * layout.blockBytes;
 }
 
-// The bands of a plane that the first span bytes of a file hold.
+// The bands of a plane that a file holds.
 struct HeldBands {
     int64_t perFrame;
     int64_t frames;
     int64_t all() const { return perFrame * frames; }
 };
 
-HeldBands heldBands(const FrameGeometry& frame, size_t plane, int64_t span, int bandLines) {
+HeldBands heldBands(const FrameGeometry& frame, size_t plane, int64_t fileSize, int bandLines) {
     const int64_t bytes = std::max<int64_t>(1, bytesOf(frame, plane, bandLines));
-    const int64_t held = std::max<int64_t>(0, span - frame.offsets.planes[plane]) / bytes;
+    const int64_t held = std::max<int64_t>(0, fileSize - frame.offsets.planes[plane]) / bytes;
     return {std::min<int64_t>(held, frame.buffer.mHeight / bandLines),
-            std::max<int64_t>(1, span / frame.size)};
+            std::max<int64_t>(1, fileSize / frame.size)};
 }
 
-// Number of bands to score, at most count; 0 where the file holds less than a third of a plane.
-int countBands(const FrameGeometry& frame, int64_t span, int bandLines, int64_t count) {
+// Number of bands to score, at most count; 0 if the file holds less than a third of a plane.
+int countBands(const FrameGeometry& frame, int64_t fileSize, int bandLines, int64_t count) {
     for (size_t i = 0; i < static_cast<size_t>(frame.layout.planeCount); ++i) {
-        const HeldBands held = heldBands(frame, i, span, bandLines);
+        const HeldBands held = heldBands(frame, i, fileSize, bandLines);
         const bool enough = held.perFrame * 3 >= frame.buffer.mHeight / bandLines;
         count = enough ? std::min(count, held.all()) : 0;
     }
@@ -70,26 +70,9 @@ int countBands(const FrameGeometry& frame, int64_t span, int bandLines, int64_t 
     return static_cast<int>(count < 2 ? count : count / 2 * 2);
 }
 
-// Fills a frame of few lines with bands that are spread, in each plane, over all that are held.
-void readBands(const std::string& path, const FrameGeometry& frame, const FrameGeometry& low,
-               int64_t span, int bandLines, unsigned char* to) {
-    const int64_t bands = low.buffer.mHeight / bandLines;
-    for (size_t i = 0; i < static_cast<size_t>(frame.layout.planeCount); ++i) {
-        const int64_t bytes = bytesOf(frame, i, bandLines);
-        const HeldBands held = heldBands(frame, i, span, bandLines);
-        for (int64_t band = 0; band < bands; ++band) {
-            const int64_t from = (2 * band + 1) * held.all() / (2 * bands);
-            const int64_t offset = from / held.perFrame * frame.size + frame.offsets.planes[i] +
-                                   from % held.perFrame * bytes;
-            FileUtils::readFromFile(path, to + low.offsets.planes[i] + band * bytes,
-                                    static_cast<int>(bytes), static_cast<int>(offset), 1);
-        }
-    }
-}
-
 // Cost of the difference of two samples of at most 10 bits: bits of 1 / COST_UNIT.
 constexpr int COST_UNIT = 1024;
-int costOfDifference(int difference) {
+int costOf(int a, int b) {
     static const auto TABLE = [] {
         std::array<int, 1024> costs = {};
         for (size_t i = 0; i < costs.size(); ++i) {
@@ -98,137 +81,121 @@ int costOfDifference(int difference) {
         }
         return costs;
     }();
-    return TABLE[static_cast<size_t>(std::abs(difference))];
+    return TABLE[static_cast<size_t>(std::abs(a - b))];
+}
+
+// The sum of the costs of count pairs of neighbors, or of any two rows.
+template <typename Sample>
+int64_t costOfRows(const Sample* row, const Sample* other, int64_t count) {
+    return std::inner_product(row, row + count, other, INT64_C(0), std::plus<>(), costOf);
 }
 
 // A component of a linear frame: luma, Cb, Cr, a color or alpha.
 struct Component {
-    const unsigned char* bytes;
-    int sampleBytes;  // 1, 2 or 4
-    int shift;        // of the sample in its bytes
-    int mask;
-    int pitch;  // samples
-    int step;   // samples to the next of the same component
-    int width;  // samples of the component
+    int width;  // samples
     int lines;
-    int weight;  // of its cost
-
-    void copyRow(int y, std::vector<int>& row) const {
-        const unsigned char* start = bytes + int64_t{y} * pitch * sampleBytes;
-        if (sampleBytes == 1) {
-            copySamples<uint8_t>(start, row);
-        } else if (sampleBytes == 2) {
-            copySamples<uint16_t>(start, row);
-        } else {
-            copySamples<uint32_t>(start, row);
-        }
-    }
-
-  private:
-    template <typename Word>
-    void copySamples(const unsigned char* from, std::vector<int>& row) const {
-        for (int& value : row) {
-            Word word = 0;
-            memcpy(&word, from, sizeof word);
-            value = static_cast<int>(word >> shift) & mask;
-            from += static_cast<size_t>(step) * sizeof word;
-        }
-    }
+    int perUnit;  // samples of the stored plane to the next one of this component
+    std::vector<uint16_t> samples;
 };
 
-// Alpha is the same in all pixels of nearly every dump, so its changes count more than those of
-// colors.
-constexpr int ALPHA_WEIGHT = 4;
+// Where a component is stored: a sample is in a word of so many bytes.
+struct Stored {
+    const unsigned char* first;
+    size_t wordBytes;
+    size_t step;  // bytes to the next sample
+    int shift;
+    unsigned mask;
+};
 
+Component unpack(const Stored& stored, int width, int lines, int perUnit) {
+    Component component = {width, lines, perUnit, {}};
+    component.samples.resize(static_cast<size_t>(width) * static_cast<size_t>(lines));
+    const unsigned char* from = stored.first;
+    for (uint16_t& sample : component.samples) {
+        uint32_t word = 0;
+        memcpy(&word, from, stored.wordBytes);
+        sample = static_cast<uint16_t>(word >> stored.shift & stored.mask);
+        from += stored.step;
+    }
+    return component;
+}
+
+// unusedBits: the lowest bits of 16-bit words, which are no part of a sample.
 std::vector<Component> componentsOf(host::LinearFormat format, int width, int lines,
-                                    const unsigned char* bytes) {
+                                    const unsigned char* bytes, int unusedBits) {
     std::vector<Component> all;
-    const int size = host::bytesOf(format);
+    const auto size = static_cast<size_t>(host::bytesOf(format));
     if (isYuv(format)) {
-        const int shift = size == 2 ? 6 : 0;
-        const unsigned char* chroma = bytes + int64_t{width} * lines * size;
-        all.push_back({bytes, size, shift, 0x3FF, width, 1, width, lines, 1});
-        all.push_back({chroma, size, shift, 0x3FF, width, 2, width / 2, lines / 2, 1});
-        all.push_back({chroma + size, size, shift, 0x3FF, width, 2, width / 2, lines / 2, 1});
+        const int shift = size == 2 ? unusedBits : 0;
+        const unsigned char* chroma =
+            bytes + static_cast<size_t>(width) * static_cast<size_t>(lines) * size;
+        all.push_back(unpack({bytes, size, size, shift, 0x3FF}, width, lines, 1));
+        for (const unsigned char* first : {chroma, chroma + size}) {
+            all.push_back(unpack({first, size, 2 * size, shift, 0x3FF}, width / 2, lines / 2, 2));
+        }
     } else if (format == host::LinearFormat::RGB10_A2) {
-        for (int i = 0; i < 3; ++i) {
-            all.push_back({bytes, size, 10 * i, 0x3FF, width, 1, width, lines, 1});
+        for (int i = 0; i < 4; ++i) {
+            all.push_back(unpack({bytes, size, size, 10 * i, i == 3 ? 3U : 0x3FFU}, width, lines,
+                                 static_cast<int>(size)));
         }
-        all.push_back({bytes, size, 30, 3, width, 1, width, lines, ALPHA_WEIGHT});
     } else {
-        for (int i = 0; i < size; ++i) {
-            all.push_back({bytes + i, 1, 0, 0xFF, width * size, size, width, lines, 1});
+        for (size_t i = 0; i < size; ++i) {
+            all.push_back(
+                unpack({bytes + i, 1, size, 0, 0xFF}, width, lines, static_cast<int>(size)));
         }
-        all.back().weight = size == 4 ? ALPHA_WEIGHT : 1;
     }
     return all;
 }
 
-// Adds up the costs of neighbors. Neighbors in different blocks count as much as all others: only
-// they show that a format of blocks has another width.
-class NeighborCost {
-  public:
-    void add(int64_t cost, int64_t count, bool atEdge) {
-        Sum& sum = mSums[atEdge ? 1 : 0];
-        sum.cost += cost;
-        sum.count += count;
-    }
-    double mean() const {
-        const double inside = mSums[0].mean();
-        return mSums[1].count == 0 ? inside : (inside + mSums[1].mean()) / 2;
-    }
+// The mean cost of pairs of samples.
+struct Mean {
+    int64_t cost = 0;
+    int64_t count = 0;
 
-  private:
-    struct Sum {
-        int64_t cost = 0;
-        int64_t count = 0;
-        double mean() const {
-            return count == 0 ? 0 : static_cast<double>(cost) / static_cast<double>(count);
-        }
-    };
-    Sum mSums[2];  // inside blocks, at their edges
+    void add(int64_t someCost, int64_t someCount) {
+        cost += someCost;
+        count += someCount;
+    }
+    double value() const {
+        return count == 0 ? 0 : static_cast<double>(cost) / static_cast<double>(count);
+    }
+    // Neighbors in different blocks count as much as all others: only they show that a format of
+    // blocks has another width.
+    double with(const Mean& atEdges) const {
+        return atEdges.count == 0 ? value() : (value() + atEdges.value()) / 2;
+    }
 };
 
 struct Cost {
-    double near;  // mean of the differences of neighbors
-    double far;   // mean of the differences of samples in distant lines and columns
+    double near;  // of neighbors in lines and columns
+    double far;   // of samples in distant lines and columns
 };
 
 // The costs of a component. Blocks of a linear format have no width.
-Cost costOf(const Component& plane, int bandLines, int blockWidth, int blockHeight) {
-    NeighborCost inLines;
-    NeighborCost inColumns;
-    NeighborCost distant;
-    std::vector<int> row(static_cast<size_t>(plane.width));
-    std::vector<int> other(row.size());
-    const auto cost = [](int a, int b) { return costOfDifference(a - b); };
-    const auto costBetween = [&] {
-        return std::inner_product(row.begin(), row.end(), other.begin(), INT64_C(0), std::plus<>(),
-                                  cost);
+Cost costsOf(const Component& plane, int bandLines, int blockWidth, int blockHeight) {
+    Mean inLines, inColumns, edgesInLines, edgesInColumns, far;
+    const int width = plane.width;
+    const auto rowAt = [&](int y) {
+        return plane.samples.data() + static_cast<size_t>(y) * static_cast<size_t>(width);
     };
     // Every second line is enough. These include the last ones of rows of blocks.
-    for (int y = 1; y < plane.lines; y += 2) {
-        plane.copyRow(y, row);
-        int64_t edges = 0;
-        int64_t edgeCount = 0;
-        for (auto x = static_cast<size_t>(blockWidth); blockWidth > 0 && x < row.size();
-             x += static_cast<size_t>(blockWidth)) {
-            edges += cost(row[x - 1], row[x]);
-            ++edgeCount;
+    for (int y = 1; y < plane.lines && width > 0; y += 2) {
+        const uint16_t* row = rowAt(y);
+        Mean edges;
+        for (int x = blockWidth; blockWidth > 0 && x < width; x += blockWidth) {
+            edges.add(costOf(row[x - 1], row[x]), 1);
         }
-        const int64_t all = std::inner_product(row.begin(), row.end() - 1, row.begin() + 1,
-                                               INT64_C(0), std::plus<>(), cost);
-        inLines.add(edges, edgeCount, true);
-        inLines.add(all - edges, plane.width - 1 - edgeCount, false);
+        edgesInLines.add(edges.cost, edges.count);
+        inLines.add(costOfRows(row, row + 1, width - 1) - edges.cost, width - 1 - edges.count);
         if ((y + 1) % bandLines != 0) {
-            plane.copyRow(y + 1, other);
-            inColumns.add(costBetween(), plane.width, blockWidth > 0 && (y + 1) % blockHeight == 0);
+            const bool isEdge = blockWidth > 0 && (y + 1) % blockHeight == 0;
+            (isEdge ? edgesInColumns : inColumns).add(costOfRows(row, rowAt(y + 1), width), width);
         }
-        plane.copyRow((y + plane.lines / 2) % plane.lines, other);
-        std::rotate(other.begin(), other.begin() + plane.width * 3 / 8, other.end());
-        distant.add(costBetween(), plane.width, false);
+        const uint16_t* distant = rowAt((y + plane.lines / 2) % plane.lines);
+        const int shift = width * 3 / 8;
+        far.add(costOfRows(row, distant + shift, width - shift), width - shift);
     }
-    return {(inLines.mean() + inColumns.mean()) / 2, distant.mean()};
+    return {(inLines.with(edgesInLines) + inColumns.with(edgesInColumns)) / 2, far.value()};
 }
 
 // The mean cost of the difference of any two bytes.
@@ -242,59 +209,138 @@ double costOfBytes(const unsigned char* bytes, int64_t size) {
     for (size_t a = 0; a < counts.size(); ++a) {
         for (size_t b = 0; b < a; ++b) {
             cost += 2.0 * static_cast<double>(counts[a] * counts[b]) *
-                    costOfDifference(static_cast<int>(a - b));
+                    costOf(static_cast<int>(a), static_cast<int>(b));
         }
     }
     const int64_t sampled = (size + STEP - 1) / STEP;
     return cost / static_cast<double>(sampled * sampled);
 }
 
-// Bits of words of P010 that are no part of a sample, and 0 in every dump.
-double costOfUnusedBits(const unsigned char* words, int64_t size) {
-    int64_t used = 0;
-    for (int64_t i = 0; i < size; i += 2) {
-        used += (words[i] & 0x3F) != 0 ? 6 : 0;
+// The number of low bits of P010's words that are no part of a sample: 6, or 8 if samples of 8 bits
+// fill both bytes of their words, as ffmpeg writes them.
+int unusedBitsOf(const unsigned char* words, int64_t size) {
+    int64_t i = 0;
+    while (i + 1 < size && words[i] == words[i + 1]) {
+        i += 2;
     }
-    return static_cast<double>(used) * COST_UNIT;
+    return i + 1 < size ? 6 : 8;
+}
+
+// The cost of the low 6 bits of P010's words. They are zeros, or a writer repeats the highest bits
+// of the sample in them.
+double costOfUnusedBits(const unsigned char* words, int64_t size) {
+    constexpr unsigned BITS = 6;
+    int64_t used = 0;
+    for (int64_t i = 0; i + 1 < size; i += 2) {
+        const unsigned low = words[i] & ((1U << BITS) - 1);
+        used += low != 0 && low != words[i + 1] >> (8 - BITS) ? 1 : 0;
+    }
+    return static_cast<double>(used * BITS * COST_UNIT);
 }
 
 }  // namespace
 
-std::optional<FrameScore> scoreFrames(const std::string& path, int64_t span, ScoredLines scored,
-                                      Color::ColorFormat format, int width, int height) {
+FrameScorer::FrameScorer(DumpFile& file)
+    : mFile(file), mSrc(BUFFER_SIZE, DeviceMemory::NO_FD), mDst(BUFFER_SIZE, DeviceMemory::NO_FD) {
+    if (!DeviceMemory::isOpen(mSrc.getFd()) || !DeviceMemory::isOpen(mDst.getFd()) ||
+        mSrc.data() == nullptr || mDst.data() == nullptr) {
+        mFailure = host::lastLogEntry();
+    }
+}
+
+// Fills a frame of few lines with bands that are spread, in each plane, over all that are held.
+// Returns false if the file can't be read.
+bool FrameScorer::readBands(const FrameGeometry& frame, const FrameGeometry& low, int bandLines) {
+    std::fill_n(mSrc.data(), low.size, static_cast<unsigned char>(0));
+    const int64_t bands = low.buffer.mHeight / bandLines;
+    for (size_t i = 0; i < static_cast<size_t>(frame.layout.planeCount); ++i) {
+        const int64_t bytes = bytesOf(frame, i, bandLines);
+        const HeldBands held = heldBands(frame, i, mFile.size(), bandLines);
+        for (int64_t band = 0; band < bands; ++band) {
+            const int64_t from = (2 * band + 1) * held.all() / (2 * bands);
+            const int64_t offset = from / held.perFrame * frame.size + frame.offsets.planes[i] +
+                                   from % held.perFrame * bytes;
+            if (!mFile.read(offset, bytes, mSrc.data() + low.offsets.planes[i] + band * bytes)) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+FrameEnds FrameScorer::findFrameEnds(const FrameGeometry& frame) {
+    constexpr int64_t MAX_ENDS = 16;
+    constexpr int64_t LEAST_COST = COST_UNIT / 50;  // a byte
+    const int64_t ends = mFile.size() / frame.size - 1;
+    const int64_t pitch = frame.buffer.mYPitch;
+    if (ends < 1 || frame.layout.planeCount != 1 || !frame.layout.isUnpacked() ||
+        4 * pitch > frame.size) {
+        return FrameEnds::UNKNOWN;
+    }
+    const int64_t count = std::min(ends, MAX_ENDS);
+    int64_t seen = 0;
+    for (int64_t i = 0; i < count; ++i) {
+        // Two rows before the end of a frame, and two after it.
+        const int64_t end = (1 + i * ends / count) * frame.size;
+        const unsigned char* rows = mSrc.data();
+        if (!mFile.read(end - 2 * pitch, 4 * pitch, mSrc.data())) {
+            return FrameEnds::UNKNOWN;
+        }
+        const int64_t inside = std::max(costOfRows(rows, rows + pitch, pitch),
+                                        costOfRows(rows + 2 * pitch, rows + 3 * pitch, pitch));
+        const int64_t across = costOfRows(rows + pitch, rows + 2 * pitch, pitch);
+        seen += across > inside * 13 / 10 + LEAST_COST * pitch ? 1 : 0;
+    }
+    return seen == count      ? FrameEnds::SEEN
+           : 2 * seen > count ? FrameEnds::UNKNOWN
+                              : FrameEnds::MISSING;
+}
+
+std::optional<FrameScore> FrameScorer::score(ScoredLines scored, Color::ColorFormat format,
+                                             int width, int height) {
     const FrameGeometry frame(format, width, height);
     const int bandLines = bandLinesOf(frame);
-    const int lines = countBands(frame, span, bandLines, maxBandsOf(frame, scored)) * bandLines;
+    const int lines =
+        countBands(frame, mFile.size(), bandLines, maxBandsOf(frame, scored)) * bandLines;
     const int size = Color::getFrameSize(width, lines, format);
-    if (lines == 0 || size <= 0 || frame.isCompressed(path)) {
-        return {};
-    }
     const auto output = Color::getDefaultOutputFormat(format);
-    DmabufMemory src(size, DeviceMemory::NO_FD);
-    DmabufMemory dst(Color::getFrameSize(width, lines, output), DeviceMemory::NO_FD);
-    if (src.data() == nullptr || dst.data() == nullptr) {
+    const int outputSize = Color::getFrameSize(width, lines, output);
+    if (!failure().empty() || size <= 0 || size > BUFFER_SIZE || outputSize <= 0 ||
+        outputSize > BUFFER_SIZE || !frame.isWholeBlocks() || frame.isCompressed(mFile) ||
+        !readBands(frame, FrameGeometry(format, width, lines), bandLines)) {
         return {};
     }
-    std::fill_n(src.data(), size, static_cast<unsigned char>(0));
-    readBands(path, frame, FrameGeometry(format, width, lines), span, bandLines, src.data());
-    const double bytesCost = costOfBytes(src.data(), size) * size;
-    if (bytesCost == 0 || ColorConvert().convertFrame(
-                              {{format, Color::BT601_LIMIT, width, lines, src.getFd()},
-                               {output, Color::BT601_LIMIT, width, lines, dst.getFd()}}) != 0) {
+    const double bytesCost = costOfBytes(mSrc.data(), size) * size;
+    if (bytesCost == 0) {
         return {};
     }
-    double cost = format == Color::P010 ? costOfUnusedBits(src.data(), size) : 0;
-    bool isNoise = false;
-    const host::LinearFormat linear = frame.layout.format;
-    const auto components = componentsOf(linear, width, lines, dst.data());
+    if (ColorConvert().convertFrame({{format, Color::BT601_LIMIT, width, lines, mSrc.getFd()},
+                                     {output, Color::BT601_LIMIT, width, lines, mDst.getFd()}}) !=
+        0) {
+        mFailure = host::lastLogEntry();
+        return {};
+    }
+    const bool isP010 = format == Color::P010;
+    const int unusedBits = isP010 ? unusedBitsOf(mSrc.data(), size) : 6;
+    double cost = isP010 && unusedBits == 6 ? costOfUnusedBits(mSrc.data(), size) : 0;
+    FrameScore result = {};
+    const auto components =
+        componentsOf(frame.layout.format, width, lines, mDst.data(), unusedBits);
     for (const Component& plane : components) {
         const host::PlaneLayout& stored = frame.layout.planes[plane.lines < lines ? 1 : 0];
-        const int perSample = plane.step * plane.sampleBytes / sampleBytesOf(linear);
-        const auto [near, far] = costOf(plane, plane.lines * bandLines / lines,
-                                        stored.blockWidth / perSample, stored.blockHeight);
-        isNoise = isNoise || (&plane == &components.front() && near > NOISE * far);
-        cost += near * plane.weight * plane.width * plane.lines;
+        const Cost costs = costsOf(plane, plane.lines * bandLines / lines,
+                                   stored.blockWidth / plane.perUnit, stored.blockHeight);
+        cost += costs.near * plane.width * plane.lines;
+        if (&plane == &components.front()) {
+            result.isNoise = costs.near > NOISE * costs.far;
+        }
     }
-    const double score = cost / bytesCost;
-    return FrameScore{score, isNoise || score > NOISE};
+    result.score = cost / bytesCost;
+    result.isNoise = result.isNoise || result.score > NOISE;
+    const std::vector<uint16_t>& last = components.back().samples;
+    result.isTransparent =
+        components.size() == 4 &&
+        std::all_of(last.begin(), last.end(), [](int alpha) { return alpha == 0; });
+    result.frameEnds = findFrameEnds(frame);
+    return result;
 }

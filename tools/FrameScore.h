@@ -5,14 +5,23 @@
 #include <optional>
 #include <string>
 
+#include "DumpFile.h"
+#include "FrameGeometry.h"
 #include "color/ColorConvert.h"
+#include "memory/DmabufMemory.h"
+
+// Whether rows of pixels differ where one frame ends and the next begins. UNKNOWN: there is one
+// frame, or it has several planes, whose sizes already tell where a frame ends.
+enum class FrameEnds { UNKNOWN, SEEN, MISSING };
 
 struct FrameScore {
     double score;  // the cost of the samples as a share of the cost of the bytes; 0 is best
     bool isNoise;  // neighbors in luma, or in the first color, are no more alike than any samples
+    bool isTransparent;  // alpha is 0 everywhere
+    FrameEnds frameEnds;
 };
 
-enum class ScoredLines { FEW, MANY };
+enum class ScoredLines { LEAST, FEW, MANY };
 
 // The cost of samples is the mean number of bits, a byte of the dump, of the differences of
 // neighbors in lines and columns. Neighbors in a picture are alike. With a wrong width lines are
@@ -21,10 +30,29 @@ enum class ScoredLines { FEW, MANY };
 // the format that explains the bytes with the fewest bits has the lowest score, as in an encoder
 // that chooses a predictor by the size of its residuals.
 //
-// It is computed from bands of lines, which the tool's own engine converts to the linear format.
-// They are spread over the first span bytes of the file, which it holds, so that readings with
-// small and with large frames look at the same part of it. width (pixels) and height (lines) are
-// aligned. No value where the bytes have one value, the blocks are compressed, or the file does not
-// hold enough of a frame.
-std::optional<FrameScore> scoreFrames(const std::string& path, int64_t span, ScoredLines scored,
-                                      ColorConvert::ColorFormat format, int width, int height);
+// A score is computed from bands of lines, which the tool's own engine converts to the linear
+// format. They are spread over the whole file. So all readings look at the same parts of it, and a
+// frame size that is a little too small or too large shows in the later frames.
+class FrameScorer {
+  public:
+    // The file stays the caller's.
+    explicit FrameScorer(DumpFile& file);
+
+    // width (pixels) and height (lines) are aligned. No value if the bytes have one value, if the
+    // blocks are compressed, if the file holds less than a third of a plane, if lines are too long,
+    // or after a failure.
+    std::optional<FrameScore> score(ScoredLines scored, ColorConvert::ColorFormat format, int width,
+                                    int height);
+
+    // The reason of the first failure, after which nothing is scored; empty if there is none.
+    const std::string& failure() const { return mFailure.empty() ? mFile.failure() : mFailure; }
+
+  private:
+    bool readBands(const FrameGeometry& frame, const FrameGeometry& low, int bandLines);
+    FrameEnds findFrameEnds(const FrameGeometry& frame);
+
+    DumpFile& mFile;
+    std::string mFailure;
+    DmabufMemory mSrc;
+    DmabufMemory mDst;
+};

@@ -1,21 +1,21 @@
 // make-dump: writes a test pattern, or raw frames, as a dump of any color format, under a name that
 // the built-in rules decode.
-#include <getopt.h>
-
+#include <cerrno>
 #include <cstdio>
-#include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <string>
 #include <vector>
 
+#include "Companion.h"
 #include "DumpName.h"
 #include "LinearFrame.h"
-#include "OptionNumber.h"
 #include "Packer.h"
 #include "TestPattern.h"
+#include "Text.h"
 #include "color/Catalogue.h"
 #include "color/ColorConvert.h"
-#include "driver/OutOfMemory.h"
+#include "fileutils/File.h"
 #include "fileutils/FileUtils.h"
 
 namespace {
@@ -35,7 +35,13 @@ constexpr const char* USAGE =
     "                             dump converts to)\n"
     "      --colorspace SPACE     of YUV made from RGB or into RGB (BT601_LIMIT)\n"
     "      --whole                CPQ and Lumo: whole frames in one file, no parts\n"
+    "      --version              show the version\n"
     "      --help                 show this text\n";
+
+const Companion& program() {
+    static const Companion companion("make-dump", USAGE, 1);
+    return companion;
+}
 
 struct Options {
     ColorConvert::ColorFormat format = ColorConvert::UNKNOWN;
@@ -46,111 +52,49 @@ struct Options {
     int height = 0;
     int frames = 0;
     bool whole = false;
-    const host::Profile* profile =
-        host::findProfile(colorSpaceInfos[ColorConvert::BT601_LIMIT].pxProfile);
+    ColorConvert::ColorSpace colorSpace = ColorConvert::BT601_LIMIT;
 };
-
-[[noreturn]] void fail(const std::string& problem) {
-    fprintf(stderr, "Error: %s\n", problem.c_str());
-    exit(1);
-}
-
-ColorConvert::ColorFormat parseFormat(const char* name) {
-    const auto format = ColorConvert::getColorFormatFromStr(name);
-    if (format == ColorConvert::UNKNOWN) {
-        fail(std::string("unknown color format: ") + name);
-    }
-    return format;
-}
-
-int parseNumber(const char* text, const char* what) {
-    const int number = parseOptionNumber(text);
-    if (number == 0) {
-        fail(std::string(what) + " is no number from 1 to 1000000: " + text);
-    }
-    return number;
-}
-
-const host::Profile* parseColorSpace(const std::string& name) {
-    for (const ColorSpaceInfo& info : colorSpaceInfos) {
-        if (info.name != name) {
-            continue;
-        }
-        if (const host::Profile* profile = host::findProfile(info.pxProfile)) {
-            return profile;
-        }
-        fail("the blit engine knows no profile of " + name);
-    }
-    fail("unknown color space: " + name);
-}
 
 const host::Layout& layoutOf(ColorConvert::ColorFormat format) {
     const host::Layout* layout = host::findLayout(colorFormatInfo(format).pxColor);
     if (layout == nullptr) {
-        fail(std::string("the blit engine knows no layout of ") + colorFormatInfo(format).name);
+        program().fail(concat("the blit engine knows no layout of ", colorFormatInfo(format).name));
     }
     return *layout;
 }
 
-Options parseOptions(int argc, char* argv[]) {
-    enum LongOnly { COLORSPACE = 1, WHOLE, HELP };
-    constexpr option LONG_OPTIONS[] = {{"format", required_argument, nullptr, 'f'},
-                                       {"width", required_argument, nullptr, 'w'},
-                                       {"height", required_argument, nullptr, 'h'},
-                                       {"output", required_argument, nullptr, 'o'},
-                                       {"frames", required_argument, nullptr, 'n'},
-                                       {"input", required_argument, nullptr, 'i'},
-                                       {"raw-format", required_argument, nullptr, 'r'},
-                                       {"colorspace", required_argument, nullptr, COLORSPACE},
-                                       {"whole", no_argument, nullptr, WHOLE},
-                                       {"help", no_argument, nullptr, HELP},
-                                       {nullptr, 0, nullptr, 0}};
-    Options options;
-    int value = 0;
-    while ((value = getopt_long(argc, argv, "f:w:h:o:n:i:r:", LONG_OPTIONS, nullptr)) != -1) {
-        switch (value) {
-            case 'f':
-                options.format = parseFormat(optarg);
-                break;
-            case 'w':
-                options.width = parseNumber(optarg, "the width");
-                break;
-            case 'h':
-                options.height = parseNumber(optarg, "the height");
-                break;
-            case 'o':
-                options.folder = optarg;
-                break;
-            case 'n':
-                options.frames = parseNumber(optarg, "the number of frames");
-                break;
-            case 'i':
-                options.rawFile = optarg;
-                break;
-            case 'r':
-                options.rawFormat = parseFormat(optarg);
-                break;
-            case COLORSPACE:
-                options.profile = parseColorSpace(optarg);
-                break;
-            case WHOLE:
-                options.whole = true;
-                break;
-            case HELP:
-                fputs(USAGE, stdout);
-                exit(0);
-            default:
-                fputs(USAGE, stderr);
-                exit(1);
-        }
+const host::Profile& profileOf(ColorConvert::ColorSpace space) {
+    const ColorSpaceInfo& info = colorSpaceInfos[static_cast<size_t>(space)];
+    const host::Profile* profile = host::findProfile(info.pxProfile);
+    if (profile == nullptr) {
+        program().fail(concat("the blit engine knows no profile of ", info.name));
     }
-    if (optind != argc) {
-        fail(std::string("not an option: ") + argv[optind]);
+    return *profile;
+}
+
+Options parseOptions(int argc, char* argv[]) {
+    enum { COLORSPACE = 256, WHOLE };
+    Options options;
+    const auto arguments = program().parseOptions(
+        argc, argv,
+        {{"format", 'f', true, [&](const char* v) { options.format = program().format(v); }},
+         {"width", 'w', true,
+          [&](const char* v) { options.width = program().number("the width", v); }},
+         {"height", 'h', true,
+          [&](const char* v) { options.height = program().number("the height", v); }},
+         {"output", 'o', true, [&](const char* v) { options.folder = program().folder(v); }},
+         {"frames", 'n', true,
+          [&](const char* v) { options.frames = program().number("the number of frames", v); }},
+         {"input", 'i', true, [&](const char* v) { options.rawFile = v; }},
+         {"raw-format", 'r', true, [&](const char* v) { options.rawFormat = program().format(v); }},
+         {"colorspace", COLORSPACE, true,
+          [&](const char* v) { options.colorSpace = program().colorSpace(v); }},
+         {"whole", WHOLE, false, [&](const char*) { options.whole = true; }}});
+    if (!arguments.empty()) {
+        program().fail("not an option: " + arguments[0]);
     }
     if (options.format == ColorConvert::UNKNOWN || options.width == 0 || options.height == 0) {
-        fputs("Error: format, width and height are needed\n", stderr);
-        fputs(USAGE, stderr);
-        exit(1);
+        program().fail("format, width and height are needed");
     }
     return options;
 }
@@ -165,7 +109,7 @@ class FrameSource {
                              : options.rawFormat;
         mRawLayout = &layoutOf(raw);
         if (!mRawLayout->isUnpacked() && !mRawLayout->isPlanar()) {
-            fail(
+            program().fail(
                 "raw frames must be in a linear format: NV12, YUV420P, YV12, P010 or an RGB "
                 "format");
         }
@@ -191,26 +135,30 @@ class FrameSource {
         std::vector<uint8_t> raw(mRawSize);
         const auto size = static_cast<int>(mRawSize);
         if (FileUtils::readFromFile(mOptions.rawFile, raw.data(), size, size, index) != size) {
-            fail("can't read frame " + std::to_string(index + 1) + " of " + mOptions.rawFile);
+            program().fail("can't read frame " + std::to_string(index + 1) + " of " +
+                           mOptions.rawFile);
         }
         return toDumpFormat(linearFrameOf(std::move(raw), *mRawLayout, mRaw));
     }
 
   private:
     void countRawFrames() {
+        if (!std::filesystem::exists(mOptions.rawFile)) {
+            program().fail("No such file: " + mOptions.rawFile);
+        }
         if (!FileUtils::isFile(mOptions.rawFile)) {
-            fail("No such file: " + mOptions.rawFile);
+            program().fail("no regular file: " + mOptions.rawFile);
         }
         const int fileSize = FileUtils::getFileSize(mOptions.rawFile);
         if (fileSize < 0) {
-            fail("no file of less than 2 GiB: " + mOptions.rawFile);
+            program().fail("no file of less than 2 GiB: " + mOptions.rawFile);
         }
         const auto bytes = static_cast<size_t>(fileSize);
         const int held = static_cast<int>(bytes / mRawSize);
         mFrames = mOptions.frames == 0 ? held : mOptions.frames;
         if (held == 0 || mFrames > held) {
-            fail(mOptions.rawFile + " holds " + std::to_string(held) + " frames of " +
-                 std::to_string(mRawSize) + " bytes");
+            program().fail(mOptions.rawFile + " holds " + std::to_string(held) + " frames of " +
+                           std::to_string(mRawSize) + " bytes");
         }
         if (bytes % mRawSize != 0) {
             fprintf(stderr, "Warning: %zu bytes left over, less than a frame of %zu: %s\n",
@@ -219,8 +167,9 @@ class FrameSource {
     }
 
     LinearFrame toDumpFormat(LinearFrame frame) const {
-        return frame.format == mFormat ? std::move(frame)
-                                       : convertPicture(frame, mFormat, *mOptions.profile);
+        return frame.format == mFormat
+                   ? std::move(frame)
+                   : convertPicture(frame, mFormat, profileOf(mOptions.colorSpace));
     }
 
     const Options& mOptions;
@@ -234,13 +183,15 @@ class FrameSource {
 // Appends to the file, or ends the program.
 void append(const std::string& path, const uint8_t* bytes, int size) {
     if (FileUtils::writeToFile(path, bytes, size) != size) {
-        fail("can't write " + path);
+        program().fail(concat("can't write all of ", path));
     }
 }
 
-// Writes a new file, which replaces an old one, and prints its name.
+// Writes a file, which replaces an old one, and prints its name.
 void writeNew(const std::string& path, const uint8_t* bytes, int size) {
-    remove(path.c_str());
+    if (File(fopen(path.c_str(), "wb")) == nullptr) {
+        program().fail(concat("can't write ", path, ": ", strerror(errno)));
+    }
     append(path, bytes, size);
     printf("%s\n", path.c_str());
 }
@@ -263,6 +214,18 @@ void reportFrames(const Options& options, int frames, bool decoded) {
     }
 }
 
+// Ends the program if an output is the input, which would be lost.
+void keepInput(const Options& options, const std::vector<DumpName>& names) {
+    for (const DumpName& name : names) {
+        for (const std::string& file : name.files) {
+            std::error_code error;
+            if (std::filesystem::equivalent(file, options.rawFile, error)) {
+                program().fail("the dump would replace its input: " + file);
+            }
+        }
+    }
+}
+
 void writeDump(const Options& options) {
     const auto [width, height] =
         ColorConvert::getDefaultAlignedSize(options.width, options.height, options.format);
@@ -270,34 +233,37 @@ void writeDump(const Options& options) {
     if (ColorConvert::getFrameSize(width, height, options.format) < 0 ||
         ColorConvert::getFrameSize(width, height, output) < 0 ||
         ColorConvert::getFrameSize(width, height, ColorConvert::RGBA8888) < 0) {
-        fail("a frame is 2 GiB or more");
+        program().fail("a frame is 2 GiB or more");
     }
     const FrameSource source(options);
     const auto parts = options.whole ? std::vector<std::pair<int, int>>()
                                      : ColorConvert::getSeparateSize(width, height, options.format);
+    // A set of part files for each frame, or one file for all.
+    std::vector<DumpName> names;
+    for (int i = 0; i < (parts.empty() ? 1 : source.frames()); ++i) {
+        names.push_back(nameDump(options.folder, options.format, options.width, options.height,
+                                 !parts.empty(), i));
+    }
+    keepInput(options, names);
     std::error_code error;
     std::filesystem::create_directories(options.folder, error);
-    bool decoded = true;
     for (int i = 0; i < source.frames(); ++i) {
         const std::vector<uint8_t> dump = packFrame(source.frame(i), options.format, width, height);
-        const DumpName name = nameDump(options.folder, options.format, options.width,
-                                       options.height, !parts.empty(), parts.empty() ? 0 : i);
-        decoded = name.decoded;
         for (size_t part = 0; part < parts.size(); ++part) {
-            writeNew(name.files[part], dump.data() + parts[part].second, parts[part].first);
+            writeNew(names[static_cast<size_t>(i)].files[part], dump.data() + parts[part].second,
+                     parts[part].first);
         }
         if (parts.empty()) {
             const auto write = i == 0 ? writeNew : append;
-            write(name.files[0], dump.data(), static_cast<int>(dump.size()));
+            write(names[0].files[0], dump.data(), static_cast<int>(dump.size()));
         }
     }
-    reportFrames(options, source.frames(), decoded);
+    reportFrames(options, source.frames(), names[0].decoded);
 }
 
 }  // namespace
 
 int main(int argc, char* argv[]) {
-    exitWhenOutOfMemory();
     writeDump(parseOptions(argc, argv));
-    return 0;
+    return program().finish(0);
 }

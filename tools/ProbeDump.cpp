@@ -1,241 +1,134 @@
-// probe-dump: says what a dump is, whether VexConverter converts it, and if not why, and what it
-// could be instead.
+// probe-dump: says what a dump is, what becomes of it when VexConverter converts it and why, and
+// what it could be instead.
 #include <cjson/cJSON.h>
-#include <getopt.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
-#include <cstdlib>
-#include <exception>
+#include <cstring>
 #include <filesystem>
-#include <memory>
+#include <map>
+#include <new>
+#include <tuple>
 #include <utility>
 
-#include "Candidates.h"
+#include "Companion.h"
 #include "DumpCheck.h"
-#include "OptionNumber.h"
-#include "color/Catalogue.h"
-#include "driver/OutOfMemory.h"
+#include "Log.h"
+#include "Pictures.h"
+#include "Report.h"
+#include "Text.h"
 #include "fileutils/FileUtils.h"
 
 namespace {
 
-namespace fs = std::filesystem;
-
 constexpr const char* USAGE =
-    "Usage: probe-dump [-c RULES] [-w WIDTH] [-h HEIGHT] [-f FORMAT] [--json]\n"
-    "                  [--pictures FOLDER] FILE|FOLDER...\n"
-    "Says what each dump is, whether VexConverter converts it as it stands, and if\n"
-    "not why, and what the file could be instead.\n"
-    "  -c, --config-file RULES  rules that decode the names (the built-in ones)\n"
-    "  -w, --width WIDTH        pixels; with -h and -f instead of the rules, else the\n"
-    "  -h, --height HEIGHT      lines   candidates are limited to what is given\n"
-    "  -f, --format FORMAT      color format, as VexConverter lists them\n"
-    "      --json               an array with an object for each dump\n"
-    "      --pictures FOLDER    writes the first frame of each candidate as a PNG\n"
+    "Usage: probe-dump [-c RULES] [-w WIDTH] [-h HEIGHT] [-f FORMAT] [-o FOLDER]\n"
+    "                  [--json] [--pictures FOLDER [--colorspace SPACE]]\n"
+    "                  [--outputs FOLDER] FILE|FOLDER...\n"
+    "Says what each dump is, what VexConverter makes of it, and what the file could be\n"
+    "instead.\n"
+    "  -c, --config-file RULES  rules that decode the names (default: the built-in ones)\n"
+    "  -w, --width WIDTH        width of the frames in pixels\n"
+    "  -h, --height HEIGHT      height of the frames in lines\n"
+    "  -f, --format FORMAT      color format, as VexConverter lists it. -w, -h and -f\n"
+    "                           together replace the rules; one or two of them limit\n"
+    "                           what the file could be\n"
+    "  -o, --output FOLDER      output folder that you will give to VexConverter\n"
+    "      --json               write a JSON array with an object for each dump\n"
+    "      --pictures FOLDER    write the first frame of each reading as a PNG picture\n"
+    "      --colorspace SPACE   color space of YUV in these pictures (BT601_LIMIT)\n"
+    "      --outputs FOLDER     after a run: check that its outputs are there and whole\n"
+    "      --version            show the version\n"
     "      --help               show this text\n"
-    "The status is 0 when every dump converts as it stands, 1 when some will not, and\n"
-    "2 when the options are wrong.\n";
+    "The status is 0 if every dump converts in full, 1 if some dump does not, and 2 if\n"
+    "the options are wrong or the answer can't be written.\n";
 
 struct Options {
     CommandLineOptions tool;  // as VexConverter takes them
     std::string pictureFolder;
+    std::string writtenFolder;  // whose outputs are checked, if it is not empty
     bool json = false;
 };
 
-[[noreturn]] void fail(const std::string& problem) {
-    fprintf(stderr, "Error: %s\n%s", problem.c_str(), USAGE);
-    exit(2);
-}
-
-int parseNumber(const char* text) {
-    const int number = parseOptionNumber(text);
-    if (number == 0) {
-        fail(std::string("width and height are numbers from 1 to 1000000: ") + text);
-    }
-    return number;
-}
-
-ColorConvert::ColorFormat parseFormat(const char* name) {
-    const auto format = ColorConvert::getColorFormatFromStr(name);
-    if (format == ColorConvert::UNKNOWN) {
-        fail(std::string("unknown color format: ") + name);
-    }
-    return format;
-}
-
-Options parseOptions(int argc, char* argv[]) {
-    enum { JSON = 256, PICTURES, HELP };
-    static const option LONG_OPTIONS[] = {{"config-file", required_argument, nullptr, 'c'},
-                                          {"width", required_argument, nullptr, 'w'},
-                                          {"height", required_argument, nullptr, 'h'},
-                                          {"format", required_argument, nullptr, 'f'},
-                                          {"json", no_argument, nullptr, JSON},
-                                          {"pictures", required_argument, nullptr, PICTURES},
-                                          {"help", no_argument, nullptr, HELP},
-                                          {}};
+Options parseOptions(const Companion& program, int argc, char* argv[]) {
+    enum { JSON = 256, PICTURES, COLORSPACE, OUTPUTS };
     Options options;
-    int value = 0;
-    while ((value = getopt_long(argc, argv, "c:w:h:f:", LONG_OPTIONS, nullptr)) != -1) {
-        switch (value) {
-            case 'c':
-                options.tool.configFilePath = optarg;
-                break;
-            case 'w':
-                options.tool.width = parseNumber(optarg);
-                break;
-            case 'h':
-                options.tool.height = parseNumber(optarg);
-                break;
-            case 'f':
-                options.tool.inputFormat = parseFormat(optarg);
-                break;
-            case JSON:
-                options.json = true;
-                break;
-            case PICTURES:
-                options.pictureFolder = optarg;
-                break;
-            case HELP:
-                fputs(USAGE, stdout);
-                exit(0);
-            default:
-                fputs(USAGE, stderr);
-                exit(2);
-        }
+    CommandLineOptions& tool = options.tool;
+    const auto apply = [](auto& field, auto parse) {
+        return [&field, parse](const char* value) { field = parse(value); };
+    };
+    const auto text = [](const char* value) { return std::string(value); };
+    const auto folder = [&](const char* value) { return program.folder(value); };
+    tool.inputPaths = program.parseOptions(
+        argc, argv,
+        {{"config-file", 'c', true, apply(tool.configFilePath, text)},
+         {"width", 'w', true,
+          [&](const char* value) { tool.width = program.number("the width", value); }},
+         {"height", 'h', true,
+          [&](const char* value) { tool.height = program.number("the height", value); }},
+         {"format", 'f', true,
+          [&](const char* value) { tool.inputFormat = program.format(value); }},
+         {"output", 'o', true, apply(tool.outputPath, folder)},
+         {"json", JSON, false, [&](const char*) { options.json = true; }},
+         {"pictures", PICTURES, true, apply(options.pictureFolder, folder)},
+         {"colorspace", COLORSPACE, true,
+          [&](const char* value) { tool.inputColorSpace = program.colorSpace(value); }},
+         {"outputs", OUTPUTS, true, apply(options.writtenFolder, folder)}});
+    if (tool.inputPaths.empty()) {
+        program.fail("no file or folder is given");
     }
-    options.tool.inputPaths.assign(argv + optind, argv + argc);
-    if (options.tool.inputPaths.empty()) {
-        fail("no file or folder is given");
-    }
-    if (FileUtils::parseConfigFile(options.tool.configFilePath) < 0) {
-        fail("the rules cannot be read: " + options.tool.configFilePath);
+    if (FileUtils::parseConfigFile(tool.configFilePath) < 0) {
+        program.fail(concat("the rules can't be used, ", host::lastLogEntry()));
     }
     return options;
 }
 
-const char* nameOf(ColorConvert::ColorFormat format) { return colorFormatInfo(format).name; }
-
-void printText(const DumpCheck& dump, const std::vector<Candidate>& candidates) {
-    printf("%s\n", dump.path.c_str());
-    const FileJob& job = dump.job;
-    if (job.inputFormat != ColorConvert::UNKNOWN) {
-        printf("  %s, %d x %d, aligned %d x %d, by the %s\n", nameOf(job.inputFormat), dump.width,
-               dump.height, job.alignedWidth, job.alignedHeight,
-               dump.rule ? ("rule " + *dump.rule).c_str() : "options");
-    }
-    if (dump.frames) {
-        printf("  Whole frames: %lld\n", static_cast<long long>(*dump.frames));
-    }
-    if (!dump.outputs.empty()) {
-        printf("  Raw output: %s\n", dump.outputs.front().c_str());
-    }
-    if (dump.outputs.size() > 1) {
-        printf("  Pictures: %s", dump.outputs[1].c_str());
-        printf(dump.outputs.size() > 2 ? " to %s\n" : "\n", dump.outputs.back().c_str());
-    }
-    for (const std::string& problem : dump.problems) {
-        printf("  Problem: %s\n", problem.c_str());
-    }
-    int rank = 0;
-    for (const Candidate& candidate : candidates) {
-        printf("  Candidate %d: %s%s%s, %d x %d, frames: %lld%s\n    %s\n", ++rank,
-               nameOf(candidate.format), candidate.other == ColorConvert::UNKNOWN ? "" : " or ",
-               nameOf(candidate.other), candidate.width, candidate.height,
-               static_cast<long long>(candidate.frames), candidate.cutOff ? ", cut off" : "",
-               commandFor(candidate, dump.path).c_str());
-    }
-    puts(dump.problems.empty() ? "  Converts as it stands." : "  Does not convert as it stands.");
-}
-
-void addNumber(cJSON* object, const char* key, std::optional<int64_t> value) {
-    cJSON_AddItemToObject(
-        object, key, value ? cJSON_CreateNumber(static_cast<double>(*value)) : cJSON_CreateNull());
-}
-
-void addText(cJSON* object, const char* key, std::optional<std::string> value) {
-    cJSON_AddItemToObject(object, key,
-                          value ? cJSON_CreateString(value->c_str()) : cJSON_CreateNull());
-}
-
-void addTexts(cJSON* object, const char* key, const std::vector<std::string>& texts) {
-    cJSON* array = cJSON_AddArrayToObject(object, key);
-    for (const std::string& text : texts) {
-        cJSON_AddItemToArray(array, cJSON_CreateString(text.c_str()));
-    }
-}
-
-void addCandidate(cJSON* array, const Candidate& candidate, const std::string& path) {
-    cJSON* object = cJSON_CreateObject();
-    cJSON_AddItemToArray(array, object);
-    addText(object, "format", nameOf(candidate.format));
-    if (candidate.other != ColorConvert::UNKNOWN) {
-        addText(object, "or", nameOf(candidate.other));
-    }
-    addNumber(object, "width", candidate.width);
-    addNumber(object, "height", candidate.height);
-    addNumber(object, "frames", candidate.frames);
-    if (candidate.cutOff) {
-        cJSON_AddTrueToObject(object, "cutOff");
-    }
-    addText(object, "command", commandFor(candidate, path));
-}
-
-void printJson(const DumpCheck& dump, const std::vector<Candidate>& candidates) {
-    const FileJob& job = dump.job;
-    const bool known = job.inputFormat != ColorConvert::UNKNOWN;
-    const auto ifKnown = [known](int64_t size) {
-        return known ? std::optional(size) : std::nullopt;
-    };
-    const std::unique_ptr<cJSON, decltype(&cJSON_Delete)> object(cJSON_CreateObject(),
-                                                                 &cJSON_Delete);
-    addText(object.get(), "file", dump.path);
-    addText(object.get(), "rule", dump.rule);
-    addText(object.get(), "format",
-            known ? std::optional<std::string>(nameOf(job.inputFormat)) : std::nullopt);
-    addNumber(object.get(), "width", ifKnown(dump.width));
-    addNumber(object.get(), "height", ifKnown(dump.height));
-    addNumber(object.get(), "alignedWidth", ifKnown(job.alignedWidth));
-    addNumber(object.get(), "alignedHeight", ifKnown(job.alignedHeight));
-    addNumber(object.get(), "frames", dump.frames);
-    cJSON_AddBoolToObject(object.get(), "converts", dump.problems.empty() ? 1 : 0);
-    addTexts(object.get(), "outputs", dump.outputs);
-    addTexts(object.get(), "problems", dump.problems);
-    cJSON* array = cJSON_AddArrayToObject(object.get(), "candidates");
-    for (const Candidate& candidate : candidates) {
-        addCandidate(array, candidate, dump.path);
-    }
-    const std::unique_ptr<char, decltype(&cJSON_free)> text(cJSON_Print(object.get()), &cJSON_free);
-    fputs(text.get(), stdout);
-}
-
-// cJSON reports a lack of memory only by leaving something out.
-void endWhenJsonHasNoMemory() {
-    cJSON_Hooks hooks = {[](size_t size) {
-                             void* memory = malloc(size);  // NOLINT(*-no-malloc): cJSON calls free
-                             return memory != nullptr ? memory : (std::terminate(), nullptr);
-                         },
-                         free};
+// cJSON reports a lack of memory only by leaving something out. With these, the program ends.
+void useProgramsMemoryForJson() {
+    cJSON_Hooks hooks = {[](size_t size) { return operator new(size); },
+                         [](void* memory) { operator delete(memory); }};
     cJSON_InitHooks(&hooks);
 }
 
-// The dumps of one run of VexConverter, which takes a folder or several files. Those of a folder
-// are sorted by name only afterwards, because the part file that is reached first names a set's
-// output.
-std::vector<DumpCheck> checkRun(const std::vector<std::string>& inputs,
-                                const CommandLineOptions& options) {
+// The dumps of one run of VexConverter.
+struct Run {
+    std::string outputFolder;
+    std::vector<DumpCheck> dumps;
+};
+
+// VexConverter takes a folder or several files. The dumps of a folder are sorted by name only
+// afterwards, because the part file that is reached first names a set's output.
+Run checkRun(const std::vector<std::string>& inputs, const CommandLineOptions& options) {
     std::vector<std::string> files = inputs;
-    const bool folder = FileUtils::isDirectory(inputs.front());
-    if (folder) {
+    const std::string& input = inputs.front();
+    const bool isFolder = FileUtils::isDirectory(input);
+    if (isFolder) {
         files.clear();
-        FileUtils::getFilePathsInDirectory(inputs.front(), files);
+        FileUtils::getFilePathsInDirectory(input, files);
     }
-    auto dumps = checkDumps(files, FileUtils::getFolderPath(inputs.front()), options);
-    if (folder) {
-        std::sort(dumps.begin(), dumps.end(),
+    if (files.empty()) {
+        DumpCheck dump;
+        dump.path = input;
+        const bool canRead = access(input.c_str(), R_OK | X_OK) == 0;
+        dump.add(Verdict::NOTHING,
+                 canRead ? "The folder has no files"
+                         : concat("The folder can't be read: ", strerror(errno)),
+                 ".");
+        return {input, {dump}};
+    }
+    const auto first = std::find_if(files.begin(), files.end(), FileUtils::isFile);
+    const std::string& place = !options.outputPath.empty() ? options.outputPath
+                               : first != files.end()      ? *first
+                                                           : input;
+    Run run = {FileUtils::getFolderPath(place), {}};
+    run.dumps = checkDumps(files, run.outputFolder, options);
+    if (isFolder) {
+        std::sort(run.dumps.begin(), run.dumps.end(),
                   [](const DumpCheck& a, const DumpCheck& b) { return a.path < b.path; });
     }
-    return dumps;
+    return run;
 }
 
 // The inputs in the order given: each folder is a run of its own, and so are files in succession.
@@ -253,58 +146,153 @@ std::vector<std::vector<std::string>> splitIntoRuns(const std::vector<std::strin
     return runs;
 }
 
-// Finds what the file could be, and says so where its samples do not tell.
-std::vector<Candidate> findCandidates(DumpCheck& dump, const Options& options) {
-    if (!dump.needsCandidates) {
-        return {};
+// Looks at the samples of dumps.
+class Prober {
+  public:
+    explicit Prober(const Options& options)
+        : mOptions(options), mPictures(options.pictureFolder, options.tool.inputColorSpace) {}
+
+    // Finds what the dump could be, and adds to its problems what the samples tell.
+    Search probe(DumpCheck& dump) {
+        Search search;
+        if (dump.canBeRead && dump.isUnknown) {
+            search = findReadings(dump);
+        } else if (dump.canBeRead && dump.reading().frameSize > 0) {
+            search = compareReading(dump);
+        }
+        if (!search.failure.empty()) {
+            dump.add(Verdict::WRONG, "The samples can't be looked at: ", search.failure, ".");
+        }
+        const auto isBlank = [&](const Reading& reading) {
+            return reading.isTransparent && (reading.named || &reading == &search.readings[0]);
+        };
+        if (std::any_of(search.readings.begin(), search.readings.end(), isBlank)) {
+            dump.notes.emplace_back(
+                "Alpha is 0 in all pixels that were read, so viewers may show an empty picture. "
+                "The pictures that --pictures writes are opaque.");
+        }
+        if (search.doubted) {
+            dump.add(Verdict::WRONG, "The samples look like ", search.readings[0],
+                     ", and not like what ",
+                     dump.rule ? "the name says: " : "the options say: ", dump.reading(), ".");
+        } else if (!dump.isUnknown) {
+            search.readings.clear();
+        }
+        if (!mOptions.pictureFolder.empty()) {
+            writePictures(dump, search);
+        }
+        return search;
     }
-    CommandLineOptions known = options.tool;
-    if (dump.job.inputFormat != ColorConvert::UNKNOWN) {
-        known.inputFormat = ColorConvert::UNKNOWN;  // it does not fit
+
+    // True if a picture could not be written.
+    bool lostPictures() const { return mLostPictures; }
+
+  private:
+    Search findReadings(DumpCheck& dump) const {
+        CommandLineOptions known = mOptions.tool;
+        Reading named;
+        if (dump.hasReading()) {
+            known.inputFormat = ColorConvert::UNKNOWN;  // it does not fit
+            named = dump.reading();
+        }
+        Search search = searchReadings(dump.path, known, namedSizesOf(dump), named);
+        if (!search.failure.empty()) {
+            return search;
+        }
+        search.doubted = named.frameSize > 0 && search.isClear;
+        if (!search.tried) {
+            dump.notes.emplace_back(
+                "No size was tried, because the file is too small for all of those in use, or none "
+                "of "
+                "them has the given width or height: give -w and -h.");
+        } else if (search.readings.empty()) {
+            dump.notes.emplace_back(
+                "The samples do not tell the format: they all have one value, or look like noise.");
+        } else if (!search.fills) {
+            dump.notes.emplace_back(
+                "No size that was tried fills the file. The last frame is cut off, or the size is "
+                "another one: give -w and -h if you know them.");
+        }
+        return search;
     }
-    const Search search = rankCandidates(dump.path, known, dump.width, dump.height);
-    if (search.candidates.empty()) {
-        dump.problems.emplace_back(
-            search.fits ? "The samples do not tell the format: they have one value, or are noise."
-                        : "The file is smaller than half a frame of any size that is tried: give "
-                          "-w and -h.");
+
+    // Compares what the name or the options say with the samples. Dumps of one kind come from one
+    // writer, so it is enough that a few of each kind are right.
+    Search compareReading(const DumpCheck& dump) {
+        constexpr int ENOUGH = 10;
+        const Reading reading = dump.reading();
+        int& right = mRightOfKind[{reading.format, reading.size.width, reading.size.height,
+                                   reading.aligned.height, dump.fileSize}];
+        if (right == ENOUGH) {
+            return {};
+        }
+        Search search = checkReading(dump.path, reading);
+        right = search.doubted || !search.failure.empty() ? 0 : right + 1;
+        return search;
     }
-    for (size_t i = 0; !options.pictureFolder.empty() && i < search.candidates.size(); ++i) {
-        const std::string name = fs::path(dump.path).stem().string() + "_" + std::to_string(i + 1);
-        if (!writePicture(search.candidates[i], dump.path, options.pictureFolder + "/" + name)) {
-            dump.problems.push_back("The picture of candidate " + std::to_string(i + 1) +
-                                    " cannot be written to " + options.pictureFolder + ".");
+
+    void writePictures(const DumpCheck& dump, const Search& search) {
+        const auto write = [&](const Reading& reading, const std::string& what) {
+            if (!mPictures.write(dump, reading, what)) {
+                mLostPictures = true;
+                fprintf(stderr, "Error: the picture of %s can't be written: %s\n",
+                        concat(reading).c_str(), host::lastLogEntry());
+            }
+        };
+        if (dump.reading().frameSize > 0) {
+            write(dump.reading(), "name");
+        }
+        for (size_t i = 0; i < search.readings.size(); ++i) {
+            if (!search.readings[i].named) {
+                write(search.readings[i], std::to_string(i + 1));
+            }
         }
     }
-    return search.candidates;
-}
+
+    const Options& mOptions;
+    PictureFolder mPictures;
+    bool mLostPictures = false;
+    // For each kind of dump, how many in succession were right: format, width, height, aligned
+    // height and bytes of the file.
+    std::map<std::tuple<int, int, int, int, int64_t>, int> mRightOfKind;
+};
 
 }  // namespace
 
 int main(int argc, char* argv[]) {
-    exitWhenOutOfMemory();
-    endWhenJsonHasNoMemory();
-    const Options options = parseOptions(argc, argv);
+    const Companion program("probe-dump", USAGE, 2);
+    useProgramsMemoryForJson();
+    const Options options = parseOptions(program, argc, argv);
     if (!options.pictureFolder.empty()) {
         std::error_code error;
-        fs::create_directories(options.pictureFolder, error);
+        std::filesystem::create_directories(options.pictureFolder, error);
     }
+    const Conversion conversion = {options.tool.outputPath, !options.pictureFolder.empty()};
+    Prober prober(options);
     bool allConvert = true;
     const char* separator = "[";
-    for (const auto& run : splitIntoRuns(options.tool.inputPaths)) {
-        for (DumpCheck& dump : checkRun(run, options.tool)) {
-            const auto candidates = findCandidates(dump, options);
+    for (const auto& inputs : splitIntoRuns(options.tool.inputPaths)) {
+        Run run = checkRun(inputs, options.tool);
+        for (DumpCheck& dump : run.dumps) {
+            Search search;
+            if (!options.writtenFolder.empty()) {
+                checkWrittenOutputs(dump, options.writtenFolder);
+            } else {
+                search = prober.probe(dump);
+            }
+            const Report report = {dump, search, conversion, run.outputFolder,
+                                   !options.writtenFolder.empty()};
             if (options.json) {
                 fputs(std::exchange(separator, ",\n"), stdout);
-                printJson(dump, candidates);
+                printJson(report);
             } else {
-                printText(dump, candidates);
+                printText(report);
             }
-            allConvert = allConvert && dump.problems.empty();
+            allConvert = allConvert && dump.verdict() == Verdict::CONVERTS;
         }
     }
     if (options.json) {
-        puts(*separator == '[' ? "[]" : "]");
+        puts("]");
     }
-    return allConvert ? 0 : 1;
+    return program.finish(allConvert && !prober.lostPictures() ? 0 : 1);
 }

@@ -1,0 +1,44 @@
+// What the companions share as programs: how they start and end, and the options that they take.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "color/ColorConvert.h"
+
+struct OptionRow {
+    const char* name;
+    int letter;  // of the short form; a number above 255 if there is none
+    bool takesValue;
+    std::function<void(const char* value)> apply;
+};
+
+class Companion {
+  public:
+    // A lack of memory ends the program from now on, and a limit on file sizes makes writes fail.
+    // wrongStatus: its status if the options are wrong, or if standard output can't be written.
+    Companion(const char* name, const char* usage, int wrongStatus);
+
+    // Applies the options in their order, and returns the other arguments. Ends the program for
+    // --help, --version and an unknown option.
+    std::vector<std::string> parseOptions(int argc, char* argv[],
+                                          const std::vector<OptionRow>& rows) const;
+
+    // These end the program if the value is none that they know.
+    int number(const char* what, const char* value) const;  // from 1 to 1,000,000
+    ColorConvert::ColorFormat format(const char* value) const;
+    ColorConvert::ColorSpace colorSpace(const char* value) const;
+    std::string folder(const char* value) const;
+
+    // Ends the program with an error message.
+    [[noreturn]] void fail(const std::string& problem) const;
+
+    // Returns the status, or fails if the program's answer could not be printed in full.
+    int finish(int status) const;
+
+  private:
+    const char* mName;
+    const char* mUsage;
+    const int mWrongStatus;
+};

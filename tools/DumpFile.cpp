@@ -1,0 +1,61 @@
+#include "DumpFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+
+DumpFile::DumpFile(const std::string& path)
+    : mFd(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {
+    struct stat status = {};
+    if (mFd < 0 || fstat(mFd, &status) != 0) {
+        mFailure = strerror(errno);
+    }
+    mSize = status.st_size;
+}
+
+DumpFile::~DumpFile() {
+    if (mFd >= 0) {
+        close(mFd);
+    }
+}
+
+bool DumpFile::read(int64_t offset, int64_t size, unsigned char* to) {
+    while (size > 0 && mFailure.empty()) {
+        const ssize_t bytes = pread(mFd, to, static_cast<size_t>(size), offset);
+        if (bytes > 0) {
+            to += bytes;
+            offset += bytes;
+            size -= bytes;
+        } else if (bytes == 0 || errno != EINTR) {
+            mFailure = bytes == 0 ? "it became shorter while it was read" : strerror(errno);
+        }
+    }
+    return mFailure.empty();
+}
+
+bool DumpFile::canReadEnds() {
+    unsigned char byte = 0;
+    return mFailure.empty() && (mSize == 0 || (read(0, 1, &byte) && read(mSize - 1, 1, &byte)));
+}
+
+bool DumpFile::isUsed(int64_t offset, int64_t size) {
+    std::array<unsigned char, 4096> bytes = {};
+    const int64_t end = std::min(offset + size, mSize);
+    while (offset < end) {
+        const int64_t count = std::min<int64_t>(end - offset, bytes.size());
+        if (!read(offset, count, bytes.data())) {
+            return false;
+        }
+        if (std::any_of(bytes.begin(), bytes.begin() + count,
+                        [](unsigned char byte) { return byte != 0; })) {
+            return true;
+        }
+        offset += count;
+    }
+    return false;
+}

@@ -1,0 +1,33 @@
+// A file of frames, open for reading at any place.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+class DumpFile {
+  public:
+    explicit DumpFile(const std::string& path);
+    ~DumpFile();
+    DumpFile(const DumpFile&) = delete;
+    DumpFile& operator=(const DumpFile&) = delete;
+
+    int64_t size() const { return mSize; }  // bytes
+
+    // The reason of the first call that failed, or an empty text. Nothing is read after it.
+    const std::string& failure() const { return mFailure; }
+
+    // Reads size bytes, beginning at offset. Returns false if they can't all be read.
+    bool read(int64_t offset, int64_t size, unsigned char* to);
+
+    // Reads the first byte and the last one. Returns false if they can't be read.
+    bool canReadEnds();
+
+    // Returns true if one of size bytes, beginning at offset, is not zero. Bytes that the file
+    // doesn't have, or that can't be read, count as zero.
+    bool isUsed(int64_t offset, int64_t size);
+
+  private:
+    int mFd;
+    std::string mFailure;
+    int64_t mSize = 0;
+};

@@ -1,0 +1,184 @@
+#include "Report.h"
+
+#include <cjson/cJSON.h>
+
+#include <cstdio>
+#include <memory>
+#include <utility>
+
+#include "Text.h"
+#include "color/Catalogue.h"
+
+namespace {
+
+const char* keyOf(Verdict verdict) {
+    constexpr const char* KEYS[] = {"converts", "partly", "appends", "wrong", "nothing"};
+    return KEYS[static_cast<int>(verdict)];
+}
+
+const char* textOf(Verdict verdict, bool isAfterRun) {
+    constexpr const char* TEXTS[] = {
+        "Converts in full.", "Converts its whole frames only. The rest is left out.",
+        "Writes to an output that exists already or that another dump has.",
+        "Gives an output that is likely wrong.", "Gives no output."};
+    return !isAfterRun                    ? TEXTS[static_cast<int>(verdict)]
+           : verdict == Verdict::CONVERTS ? "All outputs are there and whole."
+                                          : "Outputs are missing or not whole.";
+}
+
+const char* nameOf(ColorConvert::ColorFormat format) { return colorFormatInfo(format).name; }
+
+template <typename... Parts>
+void printLine(const Parts&... parts) {
+    printf("  %s\n", printable(concat(parts...)).c_str());
+}
+
+// The number of a reading in the list, which for a named one may be beyond its end.
+size_t rankOf(const Search& search, size_t index) {
+    return index < Search::MAX_READINGS ? index + 1 : search.readings[index].place;
+}
+
+void printCandidates(const Report& report) {
+    const Search& search = report.search;
+    if (!search.readings.empty()) {
+        printLine(search.isClear ? "The first candidate is clear."
+                                 : "The candidates are uncertain: look at their pictures "
+                                   "(--pictures FOLDER) before you trust one.");
+    }
+    for (size_t i = 0; i < search.readings.size(); ++i) {
+        const Reading& reading = search.readings[i];
+        printLine("Candidate ", rankOf(search, i), ": ", reading, ", frames: ", reading.frames,
+                  reading.cutOff ? ", cut off" : "", reading.named ? ", which the name says" : "");
+        printLine("  ", commandFor(reading, report.dump.path, report.conversion));
+    }
+}
+
+// The command that shows the raw output of a dump that converts, or else of the first candidate.
+std::string showCommand(const Report& report) {
+    const DumpCheck& dump = report.dump;
+    Conversion conversion = report.conversion;
+    if (dump.verdict() == Verdict::CONVERTS) {
+        conversion.outputFolder = report.outputFolder;
+        return showCommandFor(dump.reading(), dump.path, conversion);
+    }
+    const auto& readings = report.search.readings;
+    return readings.empty() ? "" : showCommandFor(readings[0], dump.path, conversion);
+}
+
+void addText(cJSON* object, const char* key, const std::string& text) {
+    cJSON_AddStringToObject(object, key, asUtf8(text).c_str());
+}
+
+// An empty text is null.
+void addTextOrNull(cJSON* object, const char* key, const std::string& text) {
+    text.empty() ? (void)cJSON_AddNullToObject(object, key) : addText(object, key, text);
+}
+
+void addNumber(cJSON* object, const char* key, int64_t number) {
+    cJSON_AddNumberToObject(object, key, static_cast<double>(number));
+}
+
+void addTexts(cJSON* object, const char* key, const std::vector<std::string>& texts) {
+    cJSON* array = cJSON_AddArrayToObject(object, key);
+    for (const std::string& text : texts) {
+        cJSON_AddItemToArray(array, cJSON_CreateString(asUtf8(text).c_str()));
+    }
+}
+
+void addCandidate(cJSON* array, const Report& report, size_t index) {
+    const Reading& reading = report.search.readings[index];
+    cJSON* object = cJSON_CreateObject();
+    cJSON_AddItemToArray(array, object);
+    addText(object, "format", nameOf(reading.format));
+    if (reading.twin != ColorConvert::UNKNOWN) {
+        addText(object, "or", nameOf(reading.twin));
+    }
+    addNumber(object, "width", reading.size.width);
+    addNumber(object, "height", reading.size.height);
+    addNumber(object, "frames", reading.frames);
+    if (reading.cutOff) {
+        cJSON_AddTrueToObject(object, "cutOff");
+    }
+    addNumber(object, "rank", static_cast<int64_t>(rankOf(report.search, index)));
+    cJSON_AddNumberToObject(object, "score", reading.score);
+    cJSON_AddBoolToObject(object, "named", reading.named ? 1 : 0);
+    addText(object, "pixelFormat", pixelFormatOf(reading.format));
+    addText(object, "command", commandFor(reading, report.dump.path, report.conversion));
+}
+
+}  // namespace
+
+void printText(const Report& report) {
+    const DumpCheck& dump = report.dump;
+    const FileJob& job = dump.job;
+    printf("%s\n", printable(dump.path).c_str());
+    if (dump.hasReading()) {
+        printLine(nameOf(job.inputFormat), ", ", dump.size, ", aligned ",
+                  FrameSize{job.alignedWidth, job.alignedHeight}, ", by ",
+                  dump.rule ? "the rule " + *dump.rule : "the options");
+    }
+    if (dump.frames) {
+        printLine("Whole frames: ", *dump.frames);
+    }
+    if (!dump.outputs.empty()) {
+        printLine("Raw output: ", dump.outputs.front());
+    }
+    if (dump.outputs.size() > 1) {
+        printLine("Pictures: ", dump.outputs[1],
+                  dump.outputs.size() > 2 ? " to " + dump.outputs.back() : "");
+    }
+    for (const Problem& problem : dump.problems) {
+        printLine("Problem: ", problem.text);
+    }
+    for (const std::string& note : dump.notes) {
+        printLine("Note: ", note);
+    }
+    printCandidates(report);
+    const std::string show = showCommand(report);
+    if (!show.empty()) {
+        printLine("Show: ", show);
+    }
+    printLine(textOf(dump.verdict(), report.isAfterRun));
+}
+
+void printJson(const Report& report) {
+    const DumpCheck& dump = report.dump;
+    const FileJob& job = dump.job;
+    const std::unique_ptr<cJSON, decltype(&cJSON_Delete)> owner(cJSON_CreateObject(),
+                                                                &cJSON_Delete);
+    cJSON* object = owner.get();
+    addText(object, "file", dump.path);
+    addTextOrNull(object, "rule", dump.rule.value_or(""));
+    addTextOrNull(object, "format", nameOf(job.inputFormat));
+    const std::pair<const char*, int> sizes[] = {{"width", dump.size.width},
+                                                 {"height", dump.size.height},
+                                                 {"alignedWidth", job.alignedWidth},
+                                                 {"alignedHeight", job.alignedHeight}};
+    for (const auto& [key, size] : sizes) {
+        dump.hasReading() ? addNumber(object, key, size) : (void)cJSON_AddNullToObject(object, key);
+    }
+    dump.frames ? addNumber(object, "frames", *dump.frames)
+                : (void)cJSON_AddNullToObject(object, "frames");
+    cJSON_AddBoolToObject(object, "converts", dump.verdict() == Verdict::CONVERTS ? 1 : 0);
+    addText(object, "verdict", keyOf(dump.verdict()));
+    cJSON_AddBoolToObject(object, "doubted", report.search.doubted ? 1 : 0);
+    addTexts(object, "outputs", dump.outputs);
+    addTextOrNull(object, "pixelFormat", dump.hasReading() ? pixelFormatOf(job.inputFormat) : "");
+    addTextOrNull(object, "show", showCommand(report));
+    cJSON* problems = cJSON_AddArrayToObject(object, "problems");
+    for (const Problem& problem : dump.problems) {
+        cJSON_AddItemToArray(problems, cJSON_CreateString(asUtf8(problem.text).c_str()));
+    }
+    addTexts(object, "notes", dump.notes);
+    const auto& readings = report.search.readings;
+    addTextOrNull(object, "sure",
+                  readings.empty()        ? ""
+                  : report.search.isClear ? "clear"
+                                          : "uncertain");
+    cJSON* candidates = cJSON_AddArrayToObject(object, "candidates");
+    for (size_t i = 0; i < readings.size(); ++i) {
+        addCandidate(candidates, report, i);
+    }
+    const std::unique_ptr<char, decltype(&cJSON_free)> text(cJSON_Print(object), &cJSON_free);
+    fputs(text.get(), stdout);
+}
