@@ -11,8 +11,6 @@
 #include <map>
 #include <regex>
 
-std::vector<FormatConfig> formatConfigs;
-
 namespace {
 
 // Calls work with that many bytes of stack. If this thread's limit doesn't allow them, a thread is

@@ -20,11 +20,6 @@ std::shared_ptr<DeviceMemory> makeBuffer(bool ion, int size) {
     return std::make_shared<DmabufMemory>(size, DeviceMemory::NO_FD);
 }
 
-// True when the buffer is allocated and could be mapped.
-bool mapBuffer(DeviceMemory& buffer) {
-    return DeviceMemory::isOpen(buffer.getFd()) && buffer.data() != nullptr;
-}
-
 // Returns '/' and the file's name without folder and extension.
 std::string baseNameOf(const std::string& path) {
     const size_t start = path.rfind('/') + 1;  // 0 if there is no '/': npos + 1
@@ -64,6 +59,8 @@ class Conversion {
         const bool ion = BufferAllocator::CheckIonSupport();
         mSrc = makeBuffer(ion, mSrcSize);
         mDst = makeBuffer(ion, mDstSize);
+        mSrcFd = mSrc->getFd();
+        mDstFd = mDst->getFd();
         mConverter = std::make_shared<ColorConvert>();
         if (mJob.separate) {
             convertSeparate();
@@ -85,7 +82,8 @@ class Conversion {
     }
 
     bool mapBuffers() {
-        if (mapBuffer(*mSrc) && mapBuffer(*mDst)) {
+        if (DeviceMemory::isOpen(mSrcFd) && mSrc->data() != nullptr &&
+            DeviceMemory::isOpen(mDstFd) && mDst->data() != nullptr) {
             return true;
         }
         report("failed to make the device buffers");
@@ -133,8 +131,8 @@ class Conversion {
     }
 
     bool convert() {
-        const auto src = describe(mJob.inputFormat, mOptions.inputColorSpace, *mSrc);
-        const auto dst = describe(mJob.outputFormat, mOptions.outputColorSpace, *mDst);
+        const auto src = describe(mJob.inputFormat, mOptions.inputColorSpace, mSrcFd);
+        const auto dst = describe(mJob.outputFormat, mOptions.outputColorSpace, mDstFd);
         if (mConverter->convertFrame({src, dst}) < 0) {
             fprintf(stderr, "Error: failed to convertFrame\n");
             return false;
@@ -143,9 +141,8 @@ class Conversion {
     }
 
     ColorConvert::ColorConvertBuffer describe(ColorConvert::ColorFormat format,
-                                              ColorConvert::ColorSpace space,
-                                              DeviceMemory& memory) const {
-        return {format, space, mJob.alignedWidth, mJob.alignedHeight, memory.getFd()};
+                                              ColorConvert::ColorSpace space, int32_t fd) const {
+        return {format, space, mJob.alignedWidth, mJob.alignedHeight, fd};
     }
 
     void write(int frame) {
@@ -164,6 +161,8 @@ class Conversion {
     const std::string& mOutputFolder;
     const int mSrcSize;  // bytes of a frame; negative when out of range
     const int mDstSize;
+    int32_t mSrcFd = DeviceMemory::NO_FD;
+    int32_t mDstFd = DeviceMemory::NO_FD;
     // Released in reverse order: converter, destination, source.
     std::shared_ptr<DeviceMemory> mSrc;
     std::shared_ptr<DeviceMemory> mDst;

@@ -5,6 +5,8 @@
 
 #include "fileutils/FileUtils.h"
 
+std::vector<FormatConfig> formatConfigs;
+
 namespace {
 
 ColorConvert::ColorFormat outputFormatFor(ColorConvert::ColorFormat inputFormat, bool png) {

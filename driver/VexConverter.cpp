@@ -49,13 +49,14 @@ void forEachFile(const std::vector<std::string>& inputFiles, Convert convert) {
 void convertWithCmdline(const std::vector<std::string>& inputFiles, const std::string& outputFolder,
                         const CommandLineOptions& options) {
     fprintf(stderr, "Convert with cmdline arguments\n");
-    FileJob job;
-    if (!getFileJobFromCmdline(options, job)) {
-        fprintf(stderr, "Error: failed to get convert config from cmdline arguments\n\n");
-        printUsage(1);
-    }
-    forEachFile(inputFiles,
-                [&](const std::string& path) { convertFile(path, job, outputFolder, options); });
+    forEachFile(inputFiles, [&](const std::string& path) {
+        FileJob job;
+        if (!getFileJobFromCmdline(options, job)) {
+            fprintf(stderr, "Error: failed to get convert config from cmdline arguments\n\n");
+            printUsage(1);
+        }
+        convertFile(path, job, outputFolder, options);
+    });
 }
 
 void convertWithConfig(const std::vector<std::string>& inputFiles, const std::string& outputFolder,
