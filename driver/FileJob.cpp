@@ -100,12 +100,12 @@ bool getFileJobFromMatch(const FormatConfig& match, bool png, FileJob& job) {
 }
 
 ConfigResult getFileJobFromConfig(const std::string& path, const CommandLineOptions& options,
-                                  bool firstFile, SeparateFiles& convertedSeparateFiles,
+                                  bool isFirstFile, SeparateFiles& convertedSeparateFiles,
                                   FileJob& job) {
     if (formatConfigs.empty()) {
         loadRules(options.configFilePath);
     }
-    if (firstFile) {
+    if (isFirstFile) {
         fprintf(stderr, "Convert with arguments parsed from config file\n");
     }
     const std::optional<FormatConfig> match = findMatch(path);

@@ -8,7 +8,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <new>
 
 #include "config/DefaultConfig.h"
 #include "config/FormatConfig.h"
@@ -200,12 +199,8 @@ int FileUtils::parseConfigFile(std::string path) {
         }
     }
     const Json document(cJSON_Parse(path.empty() ? defaultConfig : text.get()), &cJSON_Delete);
-    try {
-        if (document != nullptr) {
-            return addRules(document.get());
-        }
-    } catch (const std::bad_alloc&) {
-        // Reported below, like a lack of memory in the parser.
+    if (document != nullptr) {
+        return addRules(document.get());
     }
     LOGE("parseConfigFile: Failed to parse config file: %s\n", path.c_str());
     return -1;

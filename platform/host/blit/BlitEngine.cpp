@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
-#include <new>
 
 #define LOG(level, ...) __android_log_print(ANDROID_LOG_##level, "PxAsyncBlitStream", __VA_ARGS__)
 #define REFUSE(error, ...) (LOG(ERROR, __VA_ARGS__), -(error))
@@ -155,11 +154,7 @@ int BlitEngine::run(const JobSide& src, const JobSide& dst) {
     if (error != 0) {
         return error;
     }
-    try {
-        return mapAndConvert(from, to);
-    } catch (const std::bad_alloc&) {
-        return REFUSE(ENOMEM, "no memory for a strip of %d pixels\n", from.width);
-    }
+    return mapAndConvert(from, to);
 }
 
 int BlitEngine::mapAndConvert(Frame& src, Frame& dst) {

@@ -31,8 +31,8 @@ struct JobSide {
 class BlitEngine {
   public:
     // Returns 0 when the frame is converted. Otherwise logs the reason and returns a negated errno:
-    // the frames don't fit their buffers, the engine doesn't support the conversion, or memory runs
-    // short.
+    // the frames don't fit their buffers, the engine doesn't support the conversion, or the buffers
+    // can't be mapped.
     int run(const JobSide& src, const JobSide& dst);
 
   private:
