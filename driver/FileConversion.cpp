@@ -20,11 +20,12 @@ std::shared_ptr<DeviceMemory> makeBuffer(bool ion, int size) {
     return std::make_shared<DmabufMemory>(size, DeviceMemory::NO_FD);
 }
 
-// Returns '/' and the file's name without folder and extension.
+// Returns '/' and the file's name without folder and extension. The extension is searched in the
+// name alone, because a folder's name may have a dot too.
 std::string baseNameOf(const std::string& path) {
-    const size_t start = path.rfind('/') + 1;  // 0 if there is no '/': npos + 1
-    // If the name has no dot, the length reaches beyond the end and substr takes the rest.
-    return '/' + path.substr(start, path.rfind('.') - start);
+    const size_t slash = path.rfind('/');
+    const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
+    return '/' + name.substr(0, name.rfind('.'));
 }
 
 // Reads a frame of size bytes from the file. Where the file is short or can't be read it clears the
@@ -64,7 +65,7 @@ class Conversion {
         mConverter = std::make_shared<ColorConvert>();
         if (mJob.separate) {
             convertSeparate();
-        } else if (hasNumberedFrames(fileSize, mSrcSize)) {
+        } else if (holdsSeveralFrames(fileSize, mSrcSize)) {
             convertFrames(mSrcSize == 0 ? 0 : fileSize / mSrcSize);
         } else if (mapBuffers()) {
             readFrame(mSrc->data(), mSrcSize, mPath, 0);

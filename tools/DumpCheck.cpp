@@ -184,7 +184,7 @@ void listOutputs(DumpCheck& dump, const std::string& folder, int frameSize) {
     if (Color::getFrameSize(job.alignedWidth, job.alignedHeight, Color::RGBA8888) < 0) {
         return;
     }
-    const int64_t last = job.separate || !hasNumberedFrames(sizeOf(dump.path), frameSize)
+    const int64_t last = job.separate || !holdsSeveralFrames(sizeOf(dump.path), frameSize)
                              ? 0
                              : dump.frames.value_or(0);
     if (last == 0) {

@@ -6,14 +6,26 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <cstdarg>
+#include <cstdio>
 #include <cstring>
 
 #define LOG(level, ...) __android_log_print(ANDROID_LOG_##level, "PxAsyncBlitStream", __VA_ARGS__)
-#define REFUSE(error, ...) (LOG(ERROR, __VA_ARGS__), -(error))
 
 namespace host {
 
 namespace {
+
+// Logs the reason and returns the negated error.
+[[gnu::format(printf, 2, 3)]] int refuse(int error, const char* format, ...) {
+    char reason[200];
+    va_list values;
+    va_start(values, format);
+    vsnprintf(reason, sizeof reason, format, values);
+    va_end(values);
+    LOG(ERROR, "%s", reason);
+    return -error;
+}
 
 // True for the conversions that compute samples: to RGBA32, and between two color spaces in one YUV
 // format.
@@ -51,7 +63,7 @@ int BlitEngine::checkPlane(const char* name, const JobSide& side, Frame& frame, 
         bytes = rows == 0 ? 0 : (rows - 1) * frame.pitches[i] + rowBytes;
     } else {
         if (samples % plane.blockWidth != 0 || rows % plane.blockHeight != 0) {
-            return REFUSE(EINVAL, "%s: %d x %d is not a whole number of blocks\n", name, side.width,
+            return refuse(EINVAL, "%s: %d x %d is not a whole number of blocks\n", name, side.width,
                           side.height);
         }
         frame.pitches[i] = int64_t{samples} / plane.blockWidth * plane.blockBytes;
@@ -59,7 +71,7 @@ int BlitEngine::checkPlane(const char* name, const JobSide& side, Frame& frame, 
     }
     const uint32_t declared = side.sizes[layout.sizeCount == 1 ? 0 : index];
     if (bytes > declared || frame.offsets.planes[i] + bytes > frame.buffer.size) {
-        return REFUSE(EINVAL, "%s: plane %d needs %lld bytes at %lld, has %u of a buffer of %lld\n",
+        return refuse(EINVAL, "%s: plane %d needs %lld bytes at %lld, has %u of a buffer of %lld\n",
                       name, index, static_cast<long long>(bytes),
                       static_cast<long long>(frame.offsets.planes[i]), declared,
                       static_cast<long long>(frame.buffer.size));
@@ -68,7 +80,32 @@ int BlitEngine::checkPlane(const char* name, const JobSide& side, Frame& frame, 
     frame.padding[i] = declared - bytes;
     const int64_t alignment = alignmentOf(layout);
     if (frame.pitches[i] % alignment != 0 || frame.offsets.planes[i] % alignment != 0) {
-        return REFUSE(EINVAL, "%s: plane %d is not aligned to its samples\n", name, index);
+        return refuse(EINVAL, "%s: plane %d is not aligned to its samples\n", name, index);
+    }
+    return 0;
+}
+
+// Checks the sizes that the side declares for the whole frame.
+int BlitEngine::checkSizes(const char* name, const JobSide& side, const Frame& frame) {
+    const Layout& layout = *frame.layout;
+    // This limit keeps rows of working memory small and every product below within 64 bits.
+    constexpr int MAX_WIDTH = 1 << 20;
+    if (side.width <= 0 || side.height <= 0 || side.width > MAX_WIDTH) {
+        return refuse(EINVAL, "%s: bad size %d x %d\n", name, side.width, side.height);
+    }
+    const int64_t yPitch = int64_t{layout.yPitchOfTwoPixels} * side.width / 2;
+    const int64_t uvPitch = int64_t{layout.uvPitchOfTwoPixels} * side.width / 2;
+    if (side.yPitch < yPitch || side.uvPitch < uvPitch ||
+        (!layout.planes[0].isLinear() && (side.yPitch != yPitch || side.uvPitch != uvPitch))) {
+        return refuse(EINVAL, "%s: bad pitches %d, %d\n", name, side.yPitch, side.uvPitch);
+    }
+    if (side.planeCount != static_cast<uint32_t>(layout.sizeCount)) {
+        return refuse(EINVAL, "%s: bad plane count %u\n", name, side.planeCount);
+    }
+    const int64_t total = int64_t{side.sizes[0]} + side.sizes[1] + side.sizes[2];
+    if (total > std::min<int64_t>(frame.buffer.size, INT_MAX)) {
+        return refuse(EINVAL, "%s: planes of %lld bytes in a buffer of %lld\n", name,
+                      static_cast<long long>(total), static_cast<long long>(frame.buffer.size));
     }
     return 0;
 }
@@ -77,63 +114,43 @@ int BlitEngine::checkSide(const char* name, const JobSide& side, Frame& frame) {
     frame = {};
     frame.layout = findLayout(side.color);
     if (frame.layout == nullptr) {
-        return REFUSE(EINVAL, "%s: unknown color format 0x%08X\n", name, side.color);
+        return refuse(EINVAL, "%s: unknown color format 0x%08X\n", name, side.color);
     }
-    const Layout& layout = *frame.layout;
     frame.profile = findProfile(side.profile);
     if (frame.profile == nullptr) {
-        return REFUSE(EINVAL, "%s: unknown color profile %u\n", name, side.profile);
+        return refuse(EINVAL, "%s: unknown color profile %u\n", name, side.profile);
     }
     struct stat status = {};
     if (fstat(side.fd, &status) != 0) {
-        return REFUSE(EBADF, "%s: bad descriptor %d\n", name, side.fd);
+        return refuse(EBADF, "%s: bad descriptor %d\n", name, side.fd);
     }
     frame.buffer = {side.fd, status.st_dev, status.st_ino, status.st_size};
-    // This limit keeps rows of working memory small and every product below within 64 bits.
-    constexpr int MAX_WIDTH = 1 << 20;
-    if (side.width <= 0 || side.height <= 0 || side.width > MAX_WIDTH) {
-        return REFUSE(EINVAL, "%s: bad size %d x %d\n", name, side.width, side.height);
-    }
-    const int64_t yPitch = int64_t{layout.yPitch} * side.width / 2;
-    const int64_t uvPitch = int64_t{layout.uvPitch} * side.width / 2;
-    if (side.yPitch < yPitch || side.uvPitch < uvPitch ||
-        (!layout.planes[0].isLinear() && (side.yPitch != yPitch || side.uvPitch != uvPitch))) {
-        return REFUSE(EINVAL, "%s: bad pitches %d, %d\n", name, side.yPitch, side.uvPitch);
-    }
-    if (side.planeCount != static_cast<uint32_t>(layout.sizeCount)) {
-        return REFUSE(EINVAL, "%s: bad plane count %u\n", name, side.planeCount);
-    }
-    const int64_t total = int64_t{side.sizes[0]} + side.sizes[1] + side.sizes[2];
-    if (total > std::min<int64_t>(frame.buffer.size, INT_MAX)) {
-        return REFUSE(EINVAL, "%s: planes of %lld bytes in a buffer of %lld\n", name,
-                      static_cast<long long>(total), static_cast<long long>(frame.buffer.size));
-    }
     frame.width = side.width;
     frame.height = side.height;
-    frame.offsets = layout.offsets(side.width, side.height, side.sizes);
-    for (int i = 0; i < layout.planeCount; ++i) {
-        const int error = checkPlane(name, side, frame, i);
-        if (error != 0) {
-            return error;
-        }
+    int error = checkSizes(name, side, frame);
+    if (error == 0) {
+        frame.offsets = frame.layout->offsets(side.width, side.height, side.sizes);
     }
-    return 0;
+    for (int i = 0; error == 0 && i < frame.layout->planeCount; ++i) {
+        error = checkPlane(name, side, frame, i);
+    }
+    return error;
 }
 
 // Checks what depends on both sides.
 int BlitEngine::checkPair(const Frame& src, const Frame& dst) {
     if (src.width != dst.width || src.height != dst.height) {
-        return REFUSE(EOPNOTSUPP, "scaling %d x %d to %d x %d is not supported\n", src.width,
+        return refuse(EOPNOTSUPP, "scaling %d x %d to %d x %d is not supported\n", src.width,
                       src.height, dst.width, dst.height);
     }
     if (src.buffer.device == dst.buffer.device && src.buffer.inode == dst.buffer.inode) {
-        return REFUSE(EINVAL, "source and destination are one buffer\n");
+        return refuse(EINVAL, "source and destination are one buffer\n");
     }
     const Layout& from = *src.layout;
     const Layout& to = *dst.layout;
     if (!to.isUnpacked() ||
         (changesColors(src, dst) && !canComputeSamples(from.format, to.format))) {
-        return REFUSE(EOPNOTSUPP, "converting 0x%08X to 0x%08X is not supported\n", from.code,
+        return refuse(EOPNOTSUPP, "converting 0x%08X to 0x%08X is not supported\n", from.code,
                       to.code);
     }
     return 0;
@@ -164,7 +181,7 @@ int BlitEngine::mapAndConvert(Frame& src, Frame& dst) {
     dst.data = dstMapping.data();
     if (src.data == nullptr || dst.data == nullptr) {
         const int error = errno;
-        return REFUSE(error, "failed to map the buffers, %s\n", strerror(error));
+        return refuse(error, "failed to map the buffers, %s\n", strerror(error));
     }
     warnOfCompression(src);
     convert(src, dst);
@@ -239,6 +256,8 @@ void BlitEngine::unpack(const Frame& src, int index, int top, int rowCount, Rows
     const PlaneLayout& plane = src.layout->planes[index];
     const int samples = plane.samplesPerRow(format, src.width);
     switch (plane.component) {
+        case Component::NONE:
+            break;
         case Component::RGB:
         case Component::LUMA:
         case Component::CBCR:

@@ -55,6 +55,7 @@ class BlitEngine {
     };
 
     static int checkSide(const char* name, const JobSide& side, Frame& frame);
+    static int checkSizes(const char* name, const JobSide& side, const Frame& frame);
     static int checkPlane(const char* name, const JobSide& side, Frame& frame, int index);
     static int checkPair(const Frame& src, const Frame& dst);
     static bool changesColors(const Frame& src, const Frame& dst);

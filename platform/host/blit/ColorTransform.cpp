@@ -174,8 +174,8 @@ const RowKernels& kernelsOf(LinearFormat format) {
     return bitsOf(format) == 8 ? KERNELS<uint8_t> : KERNELS<uint16_t>;
 }
 
-// Calls row(line) for each line of a strip. Where a chroma row begins, it first computes the chroma
-// terms of the first outputs of the transform.
+// Calls row(line) for each line of a strip. Before the first line of each chroma row, it computes
+// what that row adds to each output: to R, G and B, or to luma alone if there is one output.
 template <typename Row>
 void forEachLine(LinearFormat format, const ColorTransform& transform, const Strip& strip,
                  ConstRows chroma, int outputs, int32_t* terms, Row row) {
