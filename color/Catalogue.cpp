@@ -22,15 +22,14 @@ void setPlanes(Buffer& buffer, std::initializer_list<Size> planes, Size yPitch, 
     buffer.mPlaneCount = total.fits() && yPitch.fits() ? count : 0;
 }
 
-void calculateRGB888(Buffer& buffer) {
-    const Size pitch = Size(3) * buffer.mWidth;
+void calculatePixels(Buffer& buffer, int pixelBytes) {
+    const Size pitch = Size(pixelBytes) * buffer.mWidth;
     setPlanes(buffer, {pitch * buffer.mHeight}, pitch, 0);
 }
 
-void calculateRGBA8888(Buffer& buffer) {
-    const Size pitch = Size(4) * buffer.mWidth;
-    setPlanes(buffer, {pitch * buffer.mHeight}, pitch, 0);
-}
+void calculateRGB888(Buffer& buffer) { calculatePixels(buffer, 3); }
+
+void calculateRGBA8888(Buffer& buffer) { calculatePixels(buffer, 4); }
 
 void calculateRGBA1010102(Buffer& buffer) { calculateRGBA8888(buffer); }
 
@@ -146,6 +145,7 @@ void calculateNV12_LUMO(Buffer& buffer) { calculateLumo(buffer, partsOfNV12_LUMO
 
 void calculateP010_LUMO(Buffer& buffer) { calculateLumo(buffer, partsOfP010_LUMO, 18); }
 
+constexpr const char* NO_BOARD[] = {nullptr};
 constexpr const char* VX2105[] = {"vx2105", nullptr};
 constexpr const char* WITHOUT_CPQ[] = {"vx2215", "vx2210", "vx2105", nullptr};
 constexpr const char* WITH_AFBC_RGB[] = {"vx2415", "vx2410", "vx2365", "vx2340", "vx2360", "vx2350",
@@ -153,7 +153,7 @@ constexpr const char* WITH_AFBC_RGB[] = {"vx2415", "vx2410", "vx2365", "vx2340",
 constexpr const char* WITH_AFBC_YUV[] = {"vx2415", "vx2410", "vx2365", "vx2340", "vx2355", nullptr};
 constexpr const char* WITH_LUMO[] = {"vx2415", nullptr};
 
-constexpr PlatformSupport EVERYWHERE = {PlatformSupport::EVERYWHERE, nullptr};
+constexpr PlatformSupport EVERYWHERE = {PlatformSupport::ALL_BUT, NO_BOARD};
 constexpr PlatformSupport NOT_VX2105 = {PlatformSupport::ALL_BUT, VX2105};
 constexpr PlatformSupport CPQ_BOARDS = {PlatformSupport::ALL_BUT, WITHOUT_CPQ};
 constexpr PlatformSupport AFBC_RGB_BOARDS = {PlatformSupport::ONLY_ON, WITH_AFBC_RGB};

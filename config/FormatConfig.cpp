@@ -85,17 +85,13 @@ bool isInUse(const std::smatch& found, int32_t group) {
     return group >= 1 && static_cast<size_t>(group) < found.size();
 }
 
-std::string textOf(const std::smatch& found, int32_t group) {
-    return found.str(static_cast<size_t>(group));
-}
-
 // Sets value to the group's decimal number when the group is in use; false when it holds none of 32
 // bits.
 bool readNumber(const std::smatch& found, int32_t group, int32_t& value) {
     if (!isInUse(found, group)) {
         return true;
     }
-    const std::string digits = textOf(found, group);
+    const std::string digits = found[static_cast<size_t>(group)];
     char* end = nullptr;
     const long long number = strtoll(digits.c_str(), &end, 10);
     if (end == digits.c_str() || number < INT32_MIN || number > INT32_MAX) {
@@ -166,7 +162,7 @@ bool FormatConfig::match(std::string fileName) {
     if (!isInUse(found, colorFormatIndex)) {
         return true;
     }
-    const std::string code = textOf(found, colorFormatIndex);
+    const std::string code = found[static_cast<size_t>(colorFormatIndex)];
     const auto pair =
         std::find_if(formatPairs.begin(), formatPairs.end(),
                      [&code](const FormatPair& known) { return known.formatStr == code; });

@@ -69,7 +69,7 @@ class Conversion {
             convertFrames(mSrcSize == 0 ? 0 : fileSize / mSrcSize);
         } else if (mapBuffers()) {
             readFrame(mSrc->data(), mSrcSize, mPath, 0);
-            convertSingle();
+            convertAndWrite(0);
         }
     }
 
@@ -107,13 +107,7 @@ class Conversion {
             const auto [size, offset] = parts[i];
             readFrame(mSrc->data() + offset, size, *files[i], 0);
         }
-        convertSingle();
-    }
-
-    void convertSingle() {
-        if (convert()) {
-            write(0);
-        }
+        convertAndWrite(0);
     }
 
     void convertFrames(int frames) {
@@ -124,33 +118,26 @@ class Conversion {
             // The lower-case k is intended: the line is part of the interface as it stands.
             fprintf(stderr, "\r\033[kProcess: frame #%d of %d", i + 1, frames);
             readFrame(mSrc->data(), mSrcSize, mPath, i);
-            if (convert()) {
-                write(i + 1);
-            }
+            convertAndWrite(i + 1);
         }
         fprintf(stderr, "\n");
     }
 
-    bool convert() {
-        const auto src = describe(mJob.inputFormat, mOptions.inputColorSpace, mSrcFd);
-        const auto dst = describe(mJob.outputFormat, mOptions.outputColorSpace, mDstFd);
-        if (mConverter->convertFrame({src, dst}) < 0) {
+    // frame: as in getOutputPath.
+    void convertAndWrite(int frame) {
+        const int32_t width = mJob.alignedWidth;
+        const int32_t height = mJob.alignedHeight;
+        const ColorConvert::ColorConvertConfig config = {
+            {mJob.inputFormat, mOptions.inputColorSpace, width, height, mSrcFd},
+            {mJob.outputFormat, mOptions.outputColorSpace, width, height, mDstFd}};
+        if (mConverter->convertFrame(config) < 0) {
             fprintf(stderr, "Error: failed to convertFrame\n");
-            return false;
+            return;
         }
-        return true;
-    }
-
-    ColorConvert::ColorConvertBuffer describe(ColorConvert::ColorFormat format,
-                                              ColorConvert::ColorSpace space, int32_t fd) const {
-        return {format, space, mJob.alignedWidth, mJob.alignedHeight, fd};
-    }
-
-    void write(int frame) {
         const std::string name =
             getOutputPath(mPath, mJob.outputFormat, mOutputFolder, mOptions.png, frame);
         if (mOptions.png) {
-            FileUtils::writeToPNG(name, mJob.alignedWidth, mJob.alignedHeight, mDst->data(), 4);
+            FileUtils::writeToPNG(name, width, height, mDst->data(), 4);
         } else {
             FileUtils::writeToFile(name, mDst->data(), mDstSize);
         }

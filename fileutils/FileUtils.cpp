@@ -69,9 +69,6 @@ size_t writeAll(int fd, const unsigned char* buffer, size_t size) {
 // Cuts off a part of a frame, which would shift every frame that is appended to it. It stays if the
 // file has grown by more than that, because the other bytes are somebody else's.
 void cutOff(int fd, size_t written, const struct stat& before, const std::string& path) {
-    if (written == 0) {
-        return;
-    }
     struct stat after = {};
     const auto ownEnd = before.st_size + static_cast<off_t>(written);
     if (fstat(fd, &after) != 0 || after.st_size != ownEnd) {
@@ -162,7 +159,7 @@ int FileUtils::writeToFile(std::string path, const unsigned char* buffer, int si
     const size_t written = writeAll(fd, buffer, bytesOf(size));
     const bool complete = written == bytesOf(size);
     const int writeError = errno;
-    if (!complete && regular) {
+    if (!complete && written > 0 && regular) {
         cutOff(fd, written, before, path);
     }
     const bool closed = fclose(file.release()) == 0;

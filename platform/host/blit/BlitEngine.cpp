@@ -10,9 +10,34 @@
 #include <cstdio>
 #include <cstring>
 
+#include "BufferMapping.h"
+
 #define LOG(level, ...) __android_log_print(ANDROID_LOG_##level, "PxAsyncBlitStream", __VA_ARGS__)
 
 namespace host {
+
+// A side that has been checked: its planes lie inside its buffer.
+struct Frame {
+    const Layout* layout;
+    const Profile* profile;
+    BufferId buffer;
+    Offsets offsets;
+    PerPlane pitches;  // bytes per row, or per row of blocks
+    PerPlane sizes;    // bytes of a plane's rows
+    PerPlane padding;  // bytes of a plane after its last row
+    int width;         // pixels
+    int height;        // lines
+    uint8_t* data;     // the mapped buffer; null until it is mapped
+
+    // The plane's rows, beginning with the one of that number. In a plane of blocks, the rows
+    // of blocks, beginning with the one that holds it.
+    Rows rows(int plane, int row) const {
+        const auto i = static_cast<size_t>(plane);
+        const int blockRow = row / layout->planes[plane].blockHeight;
+        return {data + offsets.planes[i] + blockRow * pitches[i],
+                static_cast<ptrdiff_t>(pitches[i])};
+    }
+};
 
 namespace {
 
@@ -47,10 +72,8 @@ int chromaRowOf(int line, int chromaRows) {
     return std::max(0, std::min(line / 2, chromaRows - 1));
 }
 
-}  // namespace
-
 // Fills in the frame's entries for one plane, and refuses a plane that doesn't fit its buffer.
-int BlitEngine::checkPlane(const char* name, const JobSide& side, Frame& frame, int index) {
+int checkPlane(const char* name, const JobSide& side, Frame& frame, int index) {
     const auto i = static_cast<size_t>(index);
     const Layout& layout = *frame.layout;
     const PlaneLayout& plane = layout.planes[index];
@@ -86,7 +109,7 @@ int BlitEngine::checkPlane(const char* name, const JobSide& side, Frame& frame, 
 }
 
 // Checks the sizes that the side declares for the whole frame.
-int BlitEngine::checkSizes(const char* name, const JobSide& side, const Frame& frame) {
+int checkSizes(const char* name, const JobSide& side, const Frame& frame) {
     const Layout& layout = *frame.layout;
     // This limit keeps rows of working memory small and every product below within 64 bits.
     constexpr int MAX_WIDTH = 1 << 20;
@@ -110,7 +133,7 @@ int BlitEngine::checkSizes(const char* name, const JobSide& side, const Frame& f
     return 0;
 }
 
-int BlitEngine::checkSide(const char* name, const JobSide& side, Frame& frame) {
+int checkSide(const char* name, const JobSide& side, Frame& frame) {
     frame = {};
     frame.layout = findLayout(side.color);
     if (frame.layout == nullptr) {
@@ -137,8 +160,14 @@ int BlitEngine::checkSide(const char* name, const JobSide& side, Frame& frame) {
     return error;
 }
 
+// True when the job computes samples, false when it only moves them.
+bool changesColors(const Frame& src, const Frame& dst) {
+    const LinearFormat format = src.layout->format;
+    return format != dst.layout->format || (isYuv(format) && src.profile != dst.profile);
+}
+
 // Checks what depends on both sides.
-int BlitEngine::checkPair(const Frame& src, const Frame& dst) {
+int checkPair(const Frame& src, const Frame& dst) {
     if (src.width != dst.width || src.height != dst.height) {
         return refuse(EOPNOTSUPP, "scaling %d x %d to %d x %d is not supported\n", src.width,
                       src.height, dst.width, dst.height);
@@ -156,11 +185,69 @@ int BlitEngine::checkPair(const Frame& src, const Frame& dst) {
     return 0;
 }
 
-// True when the job computes samples, false when it only moves them.
-bool BlitEngine::changesColors(const Frame& src, const Frame& dst) {
-    const LinearFormat format = src.layout->format;
-    return format != dst.layout->format || (isYuv(format) && src.profile != dst.profile);
+// A job may declare a plane larger than its rows, as for P010 of an odd height. This clears what
+// follows the rows, so that every byte of the destination depends on the source alone.
+void clearPadding(const Frame& dst) {
+    for (size_t i = 0; i < static_cast<size_t>(dst.layout->planeCount); ++i) {
+        memset(dst.data + dst.offsets.planes[i] + dst.sizes[i], 0,
+               static_cast<size_t>(dst.padding[i]));
+    }
 }
+
+// Unpacks rows of a plane of the linear format, beginning with row top. index: the plane of the
+// layout that holds them; of separate planes of Cb and Cr, which are merged, the first one.
+void unpack(const Frame& src, int index, int top, int rowCount, Rows to) {
+    const LinearFormat format = src.layout->format;
+    const PlaneLayout& plane = src.layout->planes[index];
+    const int samples = plane.samplesPerRow(format, src.width);
+    switch (plane.component) {
+        case Component::NONE:
+            break;
+        case Component::RGB:
+        case Component::LUMA:
+        case Component::CBCR:
+            unpackPlane(plane, sampleBytesOf(format), src.rows(index, top), samples, rowCount, to);
+            break;
+        case Component::CB:
+        case Component::CR:
+            mergeChroma(src.rows(src.layout->cbPlane(), top), src.rows(src.layout->crPlane(), top),
+                        samples, rowCount, to);
+            // The pairs of an odd width leave the last byte of the row; it gets the neutral value.
+            for (int row = 0; src.width % 2 != 0 && row < rowCount; ++row) {
+                to.data[row * to.pitch + src.width - 1] = 128;
+            }
+            break;
+    }
+}
+
+// Unpacks straight into the destination.
+void copyStrip(const Frame& src, const Frame& dst, int top, const Strip& strip) {
+    unpack(src, 0, top, strip.lines, dst.rows(0, top));
+    if (strip.chromaRows > 0) {
+        const int chromaTop = chromaRowOf(top, src.height / 2);
+        unpack(src, 1, chromaTop, strip.chromaRows, dst.rows(1, chromaTop));
+    }
+}
+
+// Returns rows of a plane of the linear format: the source's own where they are stored so, else
+// rows that it unpacks to memory.
+ConstRows linearRows(const Frame& src, int index, int top, int rowCount,
+                     std::vector<uint8_t>& memory) {
+    if (rowCount == 0) {
+        return {};
+    }
+    const PlaneLayout& plane = src.layout->planes[index];
+    if (plane.isUnpacked()) {
+        return src.rows(index, top);
+    }
+    const ptrdiff_t pitch = ptrdiff_t{src.width} * bytesOf(src.layout->format);
+    memory.resize(static_cast<size_t>(pitch * rowCount));
+    const Rows unpacked = {memory.data(), pitch};
+    unpack(src, index, top, rowCount, unpacked);
+    return unpacked;
+}
+
+}  // namespace
 
 int BlitEngine::run(const JobSide& src, const JobSide& dst) {
     Frame from;
@@ -171,21 +258,17 @@ int BlitEngine::run(const JobSide& src, const JobSide& dst) {
     if (error != 0) {
         return error;
     }
-    return mapAndConvert(from, to);
-}
-
-int BlitEngine::mapAndConvert(Frame& src, Frame& dst) {
-    const BufferMapping srcMapping(src.buffer, false);
-    const BufferMapping dstMapping(dst.buffer, true);
-    src.data = srcMapping.data();
-    dst.data = dstMapping.data();
-    if (src.data == nullptr || dst.data == nullptr) {
-        const int error = errno;
+    const BufferMapping srcMapping(from.buffer, false);
+    const BufferMapping dstMapping(to.buffer, true);
+    from.data = srcMapping.data();
+    to.data = dstMapping.data();
+    if (from.data == nullptr || to.data == nullptr) {
+        error = errno;
         return refuse(error, "failed to map the buffers, %s\n", strerror(error));
     }
-    warnOfCompression(src);
-    convert(src, dst);
-    clearPadding(dst);
+    warnOfCompression(from);
+    convert(from, to);
+    clearPadding(to);
     return 0;
 }
 
@@ -207,15 +290,6 @@ void BlitEngine::warnOfCompression(const Frame& src) {
             "%s: the blocks are most likely compressed, which only the device reads; the picture "
             "will look like noise\n",
             src.layout->compressed);
-    }
-}
-
-// A job may declare a plane larger than its rows, as for P010 of an odd height. This clears what
-// follows the rows, so that every byte of the destination depends on the source alone.
-void BlitEngine::clearPadding(const Frame& dst) {
-    for (size_t i = 0; i < static_cast<size_t>(dst.layout->planeCount); ++i) {
-        memset(dst.data + dst.offsets.planes[i] + dst.sizes[i], 0,
-               static_cast<size_t>(dst.padding[i]));
     }
 }
 
@@ -241,65 +315,6 @@ void BlitEngine::convert(const Frame& src, const Frame& dst) {
             copyStrip(src, dst, top, strip);
         }
     }
-}
-
-Rows BlitEngine::Frame::rows(int plane, int row) const {
-    const auto i = static_cast<size_t>(plane);
-    const int blockRow = row / layout->planes[plane].blockHeight;
-    return {data + offsets.planes[i] + blockRow * pitches[i], static_cast<ptrdiff_t>(pitches[i])};
-}
-
-// Unpacks rows of a plane of the linear format, beginning with row top. index: the plane of the
-// layout that holds them; of separate planes of Cb and Cr, which are merged, the first one.
-void BlitEngine::unpack(const Frame& src, int index, int top, int rowCount, Rows to) {
-    const LinearFormat format = src.layout->format;
-    const PlaneLayout& plane = src.layout->planes[index];
-    const int samples = plane.samplesPerRow(format, src.width);
-    switch (plane.component) {
-        case Component::NONE:
-            break;
-        case Component::RGB:
-        case Component::LUMA:
-        case Component::CBCR:
-            unpackPlane(plane, sampleBytesOf(format), src.rows(index, top), samples, rowCount, to);
-            break;
-        case Component::CB:
-        case Component::CR:
-            mergeChroma(src.rows(src.layout->cbPlane(), top), src.rows(src.layout->crPlane(), top),
-                        samples, rowCount, to);
-            // The pairs of an odd width leave the last byte of the row; it gets the neutral value.
-            for (int row = 0; src.width % 2 != 0 && row < rowCount; ++row) {
-                to.data[row * to.pitch + src.width - 1] = 128;
-            }
-            break;
-    }
-}
-
-// Unpacks straight into the destination.
-void BlitEngine::copyStrip(const Frame& src, const Frame& dst, int top, const Strip& strip) {
-    unpack(src, 0, top, strip.lines, dst.rows(0, top));
-    if (strip.chromaRows > 0) {
-        const int chromaTop = chromaRowOf(top, src.height / 2);
-        unpack(src, 1, chromaTop, strip.chromaRows, dst.rows(1, chromaTop));
-    }
-}
-
-// Returns rows of a plane of the linear format: the source's own where they are stored so, else
-// rows that it unpacks to memory.
-ConstRows BlitEngine::linearRows(const Frame& src, int index, int top, int rowCount,
-                                 std::vector<uint8_t>& memory) {
-    if (rowCount == 0) {
-        return {};
-    }
-    const PlaneLayout& plane = src.layout->planes[index];
-    if (plane.isUnpacked()) {
-        return src.rows(index, top);
-    }
-    const ptrdiff_t pitch = ptrdiff_t{src.width} * bytesOf(src.layout->format);
-    memory.resize(static_cast<size_t>(pitch * rowCount));
-    const Rows unpacked = {memory.data(), pitch};
-    unpack(src, index, top, rowCount, unpacked);
-    return unpacked;
 }
 
 void BlitEngine::convertStrip(const Frame& src, const Frame& dst, int top, const Strip& strip,
