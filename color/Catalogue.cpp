@@ -22,20 +22,23 @@ void setPlanes(Buffer& buffer, std::initializer_list<Size> planes, Size yPitch, 
     buffer.mPlaneCount = total.fits() && yPitch.fits() ? count : 0;
 }
 
-void calculateRGB888(Buffer& buffer) {
-    const Size pitch = Size(3) * buffer.mWidth;
+void calculatePixels(Buffer& buffer, int pixelBytes) {
+    const Size pitch = Size(pixelBytes) * buffer.mWidth;
     setPlanes(buffer, {pitch * buffer.mHeight}, pitch, 0);
 }
 
-void calculateRGBA8888(Buffer& buffer) {
-    const Size pitch = Size(4) * buffer.mWidth;
-    setPlanes(buffer, {pitch * buffer.mHeight}, pitch, 0);
-}
+void calculateRGB888(Buffer& buffer) { calculatePixels(buffer, 3); }
+
+void calculateRGBA8888(Buffer& buffer) { calculatePixels(buffer, 4); }
+
+void calculateRGBA1010102(Buffer& buffer) { calculateRGBA8888(buffer); }
 
 void calculateRGBA8888_AFBC(Buffer& buffer) {
     const Size area = Size(buffer.mWidth) * buffer.mHeight;
     setPlanes(buffer, {alignUp(area / 16, 1024) + 4 * area}, Size(4) * buffer.mWidth, 0);
 }
+
+void calculateRGBA1010102_AFBC(Buffer& buffer) { calculateRGBA8888_AFBC(buffer); }
 
 void calculateNV12(Buffer& buffer) {
     const Size w = buffer.mWidth;
@@ -91,7 +94,12 @@ void calculateNV12_BLK_10BIT_V(Buffer& buffer) {
     setPlanes(buffer, {alignUp((10 * w) * h / 8, 512), (10 * w) * (h >> 1) / 8}, 40 * w, 20 * w);
 }
 
-// CPQ: bodies first, then headers. The blit engine takes plane sizes and pitches of a block frame.
+// The blit engine takes plane sizes and pitches of a block frame for CPQ.
+void calculateCPQ(Buffer& buffer) { calculateNV12_BLK(buffer); }
+
+void calculateCPQ_10BIT_V(Buffer& buffer) { calculateNV12_BLK_10BIT_V(buffer); }
+
+// CPQ: bodies first, then headers.
 FrameParts cpqParts(Size area, Size lumaBody, Size chromaBody) {
     const Size lumaHeader = alignUp((area >> 8) + 128, 64);
     const Size chromaHeader = alignUp((lumaHeader >> 1) + 112, 32);
@@ -137,6 +145,7 @@ void calculateNV12_LUMO(Buffer& buffer) { calculateLumo(buffer, partsOfNV12_LUMO
 
 void calculateP010_LUMO(Buffer& buffer) { calculateLumo(buffer, partsOfP010_LUMO, 18); }
 
+constexpr const char* NO_BOARD[] = {nullptr};
 constexpr const char* VX2105[] = {"vx2105", nullptr};
 constexpr const char* WITHOUT_CPQ[] = {"vx2215", "vx2210", "vx2105", nullptr};
 constexpr const char* WITH_AFBC_RGB[] = {"vx2415", "vx2410", "vx2365", "vx2340", "vx2360", "vx2350",
@@ -144,7 +153,7 @@ constexpr const char* WITH_AFBC_RGB[] = {"vx2415", "vx2410", "vx2365", "vx2340",
 constexpr const char* WITH_AFBC_YUV[] = {"vx2415", "vx2410", "vx2365", "vx2340", "vx2355", nullptr};
 constexpr const char* WITH_LUMO[] = {"vx2415", nullptr};
 
-constexpr PlatformSupport EVERYWHERE = {PlatformSupport::EVERYWHERE, nullptr};
+constexpr PlatformSupport EVERYWHERE = {PlatformSupport::ALL_BUT, NO_BOARD};
 constexpr PlatformSupport NOT_VX2105 = {PlatformSupport::ALL_BUT, VX2105};
 constexpr PlatformSupport CPQ_BOARDS = {PlatformSupport::ALL_BUT, WITHOUT_CPQ};
 constexpr PlatformSupport AFBC_RGB_BOARDS = {PlatformSupport::ONLY_ON, WITH_AFBC_RGB};
@@ -173,9 +182,9 @@ constexpr std::array<ColorFormatInfo, Color::COLOR_FORMAT_COUNT> colorFormatInfo
     {Color::UNKNOWN,             0x00000000, "",                   nullptr,                      1,  1, Color::NV12,         "yuv",         nullptr,            EVERYWHERE,      ""},
     {Color::RGB888,              0x00201821, "RGB888",             calculateRGB888,              1,  1, Color::RGB888,       "rgb888",      nullptr,            EVERYWHERE,      "RGB888"},
     {Color::RGBA8888,            0x00202022, "RGBA8888",           calculateRGBA8888,            1,  1, Color::RGBA8888,     "rgba8888",    nullptr,            EVERYWHERE,      "RGBA8888"},
-    {Color::RGBA1010102,         0x10202022, "RGBA1010102",        calculateRGBA8888,            1,  1, Color::RGBA1010102,  "rgba1010102", nullptr,            NOT_VX2105,      "RGBA1010102"},
+    {Color::RGBA1010102,         0x10202022, "RGBA1010102",        calculateRGBA1010102,         1,  1, Color::RGBA1010102,  "rgba1010102", nullptr,            NOT_VX2105,      "RGBA1010102"},
     {Color::RGBA8888_AFBC,       0x20202022, "RGBA8888_AFBC",      calculateRGBA8888_AFBC,      32, 32, Color::RGBA8888,     "yuv",         nullptr,            AFBC_RGB_BOARDS, "AFBC RGBA8888"},
-    {Color::RGBA1010102_AFBC,    0x30202022, "RGBA1010102_AFBC",   calculateRGBA8888_AFBC,      32, 32, Color::RGBA1010102,  "yuv",         nullptr,            AFBC_RGB_BOARDS, "AFBC RGBA1010102"},
+    {Color::RGBA1010102_AFBC,    0x30202022, "RGBA1010102_AFBC",   calculateRGBA1010102_AFBC,   32, 32, Color::RGBA1010102,  "yuv",         nullptr,            AFBC_RGB_BOARDS, "AFBC RGBA1010102"},
     {Color::NV12,                0x004C084C, "NV12",               calculateNV12,                2,  2, Color::NV12,         "nv12",        nullptr,            EVERYWHERE,      "NV12"},
     {Color::P010,                0x084C104C, "P010",               calculateP010,                2,  2, Color::P010,         "p010",        nullptr,            NOT_VX2105,      "10bit NV12"},
     {Color::YV12,                0x006C0868, "YV12",               calculateYV12,               16,  2, Color::NV12,         "yuv",         nullptr,            EVERYWHERE,      "Android YV12"},
@@ -184,8 +193,8 @@ constexpr std::array<ColorFormatInfo, Color::COLOR_FORMAT_COUNT> colorFormatInfo
     {Color::YUV420P_10BIT_AFBC,  0x302C104C, "YUV420P_10BIT_AFBC", calculateYUV420P_10BIT_AFBC, 32, 32, Color::P010,         "yuv",         nullptr,            AFBC_YUV_BOARDS, "AFBC 10bit YUV420P"},
     {Color::NV12_BLK,            0x00CD004C, "NV12_BLK",           calculateNV12_BLK,           16, 32, Color::NV12,         "yuv",         nullptr,            EVERYWHERE,      "VEX NV12 Frame Block YUV"},
     {Color::NV12_BLK_10BIT_V,    0x18CD404C, "NV12_BLK_10BIT_V",   calculateNV12_BLK_10BIT_V,   16, 32, Color::P010,         "yuv",         nullptr,            EVERYWHERE,      "VEX 10bit NV12 Frame Tile YUV"},
-    {Color::CPQ,                 0x02CD004C, "CPQ",                calculateNV12_BLK,           32, 32, Color::NV12,         "yuv",         partsOfCPQ,         CPQ_BOARDS,      "VEX NV12 Frame Block CPQ YUV"},
-    {Color::CPQ_10BIT_V,         0x1ACD404C, "CPQ_10BIT_V",        calculateNV12_BLK_10BIT_V,   32, 32, Color::P010,         "yuv",         partsOfCPQ_10BIT_V, CPQ_BOARDS,      "VEX 10bit NV12 Frame Tile CPQ YUV"},
+    {Color::CPQ,                 0x02CD004C, "CPQ",                calculateCPQ,                32, 32, Color::NV12,         "yuv",         partsOfCPQ,         CPQ_BOARDS,      "VEX NV12 Frame Block CPQ YUV"},
+    {Color::CPQ_10BIT_V,         0x1ACD404C, "CPQ_10BIT_V",        calculateCPQ_10BIT_V,        32, 32, Color::P010,         "yuv",         partsOfCPQ_10BIT_V, CPQ_BOARDS,      "VEX 10bit NV12 Frame Tile CPQ YUV"},
     {Color::NV12_LUMO,           0x402C0C4C, "NV12_Lumo",          calculateNV12_LUMO,          64, 64, Color::NV12,         "yuv",         partsOfNV12_LUMO,   LUMO_BOARDS,     "VEX Lumo NV12"},
     {Color::P010_LUMO,           0x502C124C, "P010_Lumo",          calculateP010_LUMO,          64, 64, Color::P010,         "yuv",         partsOfP010_LUMO,   LUMO_BOARDS,     "VEX Lumo P010"},
 }};

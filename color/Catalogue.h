@@ -10,7 +10,7 @@
 
 // Boards (ro.board.platform) on which a format works: only the listed ones, or all but those.
 struct PlatformSupport {
-    enum Kind { EVERYWHERE, ONLY_ON, ALL_BUT };
+    enum Kind { ONLY_ON, ALL_BUT };
     Kind kind;
     const char* const* boards;  // ends with a null pointer
 };

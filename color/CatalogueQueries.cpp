@@ -53,14 +53,7 @@ bool ColorConvert::checkPlatformSupport(ColorFormat format) {
     char board[PROPERTY_VALUE_MAX] = {};
     property_get("ro.board.platform", board, "");
     const PlatformSupport& support = colorFormatInfo(format).support;
-    switch (support.kind) {
-        case PlatformSupport::ONLY_ON:
-            return contains(support.boards, board);
-        case PlatformSupport::ALL_BUT:
-            return !contains(support.boards, board);
-        default:
-            return true;
-    }
+    return contains(support.boards, board) == (support.kind == PlatformSupport::ONLY_ON);
 }
 
 int64_t ColorConvert::roundUp(int value, int alignment) {
@@ -83,14 +76,10 @@ int ColorConvert::getFrameSize(int width, int height, ColorFormat format) {
         return 0;
     }
     // A separate frame also holds its headers, which the plane rule may leave out.
-    if (info.parts != nullptr) {
-        int end = 0;
-        for (const FramePart& part : info.parts(Size(width) * height)) {
-            const Size partEnd = part.offset + part.size;
-            if (!partEnd.fits()) {
-                return -1;
-            }
-            end = std::max(end, partEnd.value());
+    if (isSeparate(format)) {
+        int end = -1;
+        for (const auto& [size, offset] : getSeparateSize(width, height, format)) {
+            end = std::max(end, offset + size);
         }
         return end;
     }
@@ -107,10 +96,13 @@ int ColorConvert::getFrameSize(int width, int height, ColorFormat format) {
 std::vector<std::pair<int, int>> ColorConvert::getSeparateSize(int width, int height,
                                                                ColorFormat format) {
     std::vector<std::pair<int, int>> list;
-    if (!isSeparate(format) || getFrameSize(width, height, format) < 0) {
+    if (!isSeparate(format)) {
         return list;
     }
     for (const FramePart& part : colorFormatInfo(format).parts(Size(width) * height)) {
+        if (!(part.offset + part.size).fits()) {
+            return {};
+        }
         list.emplace_back(part.size.value(), part.offset.value());
     }
     return list;

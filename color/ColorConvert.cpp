@@ -33,9 +33,13 @@ bool describePlanes(Buffer& buffer) {
     return buffer.mPlaneCount > 0;
 }
 
-void logFailure(const char* step, int error) {
-    __android_log_print(ANDROID_LOG_ERROR, TAG,
-                        "ColorConvert::convertFrame %s fail with error = %d\n", step, error);
+// Logs the step if its status is an error; returns whether it is none.
+bool succeeded(const char* step, int status) {
+    if (status != 0) {
+        __android_log_print(ANDROID_LOG_ERROR, TAG,
+                            "ColorConvert::convertFrame %s fail with error = %d\n", step, status);
+    }
+    return status == 0;
 }
 
 // Describes the job to the blit engine and starts it.
@@ -46,17 +50,15 @@ bool submit(PxAsyncBlitStream& stream, unsigned int jobId, Buffer& src, Buffer& 
     PxRect frame = {0, 0, 0, 0, src.mWidth, 0, src.mHeight, 0};
 
     stream.setConfigBegin(jobId);
-    int status = stream.setSrcBuffer(src.mFd, src.mPlaneSize, src.mPlaneCount, -1);
-    if (status != 0) {
-        logFailure("setSrcBuffer", status);
+    if (!succeeded("setSrcBuffer",
+                   stream.setSrcBuffer(src.mFd, src.mPlaneSize, src.mPlaneCount, -1))) {
         return false;
     }
     stream.setSrcConfig(src.mWidth, src.mHeight, src.mYPitch, src.mUVPitch, colorOf(src),
                         profileOf(src), PROGRESSIVE, NOT_SECURE, false, 0);
     stream.setSrcCrop(OUTPUT, frame);
-    status = stream.setDstBuffer(OUTPUT, dst.mFd, dst.mPlaneSize, dst.mPlaneCount, -1);
-    if (status != 0) {
-        logFailure("setDstBuffer", status);
+    if (!succeeded("setDstBuffer",
+                   stream.setDstBuffer(OUTPUT, dst.mFd, dst.mPlaneSize, dst.mPlaneCount, -1))) {
         return false;
     }
     stream.setDstConfig(OUTPUT, dst.mWidth, dst.mHeight, dst.mYPitch, dst.mUVPitch, colorOf(dst),
@@ -64,12 +66,7 @@ bool submit(PxAsyncBlitStream& stream, unsigned int jobId, Buffer& src, Buffer& 
     stream.setConfigEnd();
     timeval now = {};
     gettimeofday(&now, nullptr);
-    status = stream.invalidate(&now);
-    if (status != 0) {
-        logFailure("Invalidate", status);
-        return false;
-    }
-    return true;
+    return succeeded("Invalidate", stream.invalidate(&now));
 }
 
 }  // namespace

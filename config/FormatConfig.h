@@ -39,9 +39,9 @@ class FormatConfig {
                        std::string cHeader);
 
     // Searches the file's path for the pattern; when it occurs, fills the result fields and
-    // returns true. False, with all fields unchanged, also for a pattern that is no valid
-    // expression or can't be searched within bounds (logged once a pattern), and for a width or
-    // height group without a number of 32 bits.
+    // returns true. False, with all fields unchanged, also for a pattern that the standard library
+    // can't use (logged once a pattern), and for a width or height group without a number of 32
+    // bits.
     bool match(std::string fileName);
 
     std::string name;
@@ -71,7 +71,8 @@ class FormatConfig {
     std::string cHeaderFile;
 };
 
-// The rules in use, in the order in which they are tried; empty until they are loaded.
+// The rules in use, in the order in which they are tried; empty until they are loaded. They belong to
+// the driver.
 extern std::vector<FormatConfig> formatConfigs;
 
 // A copy of the first rule in use that decodes the path, with what it found.

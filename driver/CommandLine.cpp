@@ -1,5 +1,6 @@
 #include "driver/CommandLine.h"
 
+#include <errno.h>
 #include <getopt.h>
 #include <stdlib.h>
 
@@ -8,6 +9,10 @@
 #include "color/Catalogue.h"
 
 namespace {
+
+#ifdef __GLIBC__  // whose stdlib.h lacks this function of the device's
+const char* getprogname() { return program_invocation_short_name; }
+#endif
 
 // Values that getopt_long returns for options without a short form. The gap before
 // LIST_COLORSPACES is intended: these numbers are part of the interface.

@@ -20,16 +20,12 @@ std::shared_ptr<DeviceMemory> makeBuffer(bool ion, int size) {
     return std::make_shared<DmabufMemory>(size, DeviceMemory::NO_FD);
 }
 
-// True when the buffer is allocated and could be mapped.
-bool mapBuffer(DeviceMemory& buffer) {
-    return DeviceMemory::isOpen(buffer.getFd()) && buffer.data() != nullptr;
-}
-
-// Returns '/' and the file's name without folder and extension.
+// Returns '/' and the file's name without folder and extension. The extension is searched in the
+// name alone, because a folder's name may have a dot too.
 std::string baseNameOf(const std::string& path) {
-    const size_t start = path.rfind('/') + 1;  // 0 if there is no '/': npos + 1
-    // If the name has no dot, the length reaches beyond the end and substr takes the rest.
-    return '/' + path.substr(start, path.rfind('.') - start);
+    const size_t slash = path.rfind('/');
+    const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
+    return '/' + name.substr(0, name.rfind('.'));
 }
 
 // Reads a frame of size bytes from the file. Where the file is short or can't be read it clears the
@@ -64,14 +60,16 @@ class Conversion {
         const bool ion = BufferAllocator::CheckIonSupport();
         mSrc = makeBuffer(ion, mSrcSize);
         mDst = makeBuffer(ion, mDstSize);
+        mSrcFd = mSrc->getFd();
+        mDstFd = mDst->getFd();
         mConverter = std::make_shared<ColorConvert>();
         if (mJob.separate) {
             convertSeparate();
-        } else if (hasNumberedFrames(fileSize, mSrcSize)) {
+        } else if (holdsSeveralFrames(fileSize, mSrcSize)) {
             convertFrames(mSrcSize == 0 ? 0 : fileSize / mSrcSize);
         } else if (mapBuffers()) {
             readFrame(mSrc->data(), mSrcSize, mPath, 0);
-            convertSingle();
+            convertAndWrite(0);
         }
     }
 
@@ -85,7 +83,8 @@ class Conversion {
     }
 
     bool mapBuffers() {
-        if (mapBuffer(*mSrc) && mapBuffer(*mDst)) {
+        if (DeviceMemory::isOpen(mSrcFd) && mSrc->data() != nullptr &&
+            DeviceMemory::isOpen(mDstFd) && mDst->data() != nullptr) {
             return true;
         }
         report("failed to make the device buffers");
@@ -108,13 +107,7 @@ class Conversion {
             const auto [size, offset] = parts[i];
             readFrame(mSrc->data() + offset, size, *files[i], 0);
         }
-        convertSingle();
-    }
-
-    void convertSingle() {
-        if (convert()) {
-            write(0);
-        }
+        convertAndWrite(0);
     }
 
     void convertFrames(int frames) {
@@ -125,34 +118,26 @@ class Conversion {
             // The lower-case k is intended: the line is part of the interface as it stands.
             fprintf(stderr, "\r\033[kProcess: frame #%d of %d", i + 1, frames);
             readFrame(mSrc->data(), mSrcSize, mPath, i);
-            if (convert()) {
-                write(i + 1);
-            }
+            convertAndWrite(i + 1);
         }
         fprintf(stderr, "\n");
     }
 
-    bool convert() {
-        const auto src = describe(mJob.inputFormat, mOptions.inputColorSpace, *mSrc);
-        const auto dst = describe(mJob.outputFormat, mOptions.outputColorSpace, *mDst);
-        if (mConverter->convertFrame({src, dst}) < 0) {
+    // frame: as in getOutputPath.
+    void convertAndWrite(int frame) {
+        const int32_t width = mJob.alignedWidth;
+        const int32_t height = mJob.alignedHeight;
+        const ColorConvert::ColorConvertConfig config = {
+            {mJob.inputFormat, mOptions.inputColorSpace, width, height, mSrcFd},
+            {mJob.outputFormat, mOptions.outputColorSpace, width, height, mDstFd}};
+        if (mConverter->convertFrame(config) < 0) {
             fprintf(stderr, "Error: failed to convertFrame\n");
-            return false;
+            return;
         }
-        return true;
-    }
-
-    ColorConvert::ColorConvertBuffer describe(ColorConvert::ColorFormat format,
-                                              ColorConvert::ColorSpace space,
-                                              DeviceMemory& memory) const {
-        return {format, space, mJob.alignedWidth, mJob.alignedHeight, memory.getFd()};
-    }
-
-    void write(int frame) {
         const std::string name =
             getOutputPath(mPath, mJob.outputFormat, mOutputFolder, mOptions.png, frame);
         if (mOptions.png) {
-            FileUtils::writeToPNG(name, mJob.alignedWidth, mJob.alignedHeight, mDst->data(), 4);
+            FileUtils::writeToPNG(name, width, height, mDst->data(), 4);
         } else {
             FileUtils::writeToFile(name, mDst->data(), mDstSize);
         }
@@ -164,6 +149,8 @@ class Conversion {
     const std::string& mOutputFolder;
     const int mSrcSize;  // bytes of a frame; negative when out of range
     const int mDstSize;
+    int32_t mSrcFd = DeviceMemory::NO_FD;
+    int32_t mDstFd = DeviceMemory::NO_FD;
     // Released in reverse order: converter, destination, source.
     std::shared_ptr<DeviceMemory> mSrc;
     std::shared_ptr<DeviceMemory> mDst;

@@ -13,10 +13,10 @@ void convertFile(const std::string& path, const FileJob& job, const std::string&
                  const CommandLineOptions& options);
 
 // True when convertFile takes a file of that many bytes for several frames of frameSize bytes,
-// which have numbers in the names of pictures. Otherwise the file is one frame.
-inline bool hasNumberedFrames(int64_t fileSize, int frameSize) { return fileSize > frameSize; }
+// whose pictures have the frame's number in their names. Otherwise the file is one frame.
+inline bool holdsSeveralFrames(int64_t fileSize, int frameSize) { return fileSize > frameSize; }
 
-// The file to which convertFile writes a frame of the dump: the number of the frame, from 1 on, or
-// 0 for the frame of a file without numbered frames. All raw frames go to one file.
+// The file to which convertFile writes a frame of the dump. frame: its number, from 1 on; 0 if the
+// file holds one frame alone. All raw frames go to one file.
 std::string getOutputPath(const std::string& path, ColorConvert::ColorFormat outputFormat,
                           const std::string& outputFolder, bool png, int frame);

@@ -1,9 +1,13 @@
 #include "driver/FileJob.h"
 
+#include <cstdarg>
 #include <cstdio>
 #include <optional>
+#include <tuple>
 
 #include "fileutils/FileUtils.h"
+
+std::vector<FormatConfig> formatConfigs;
 
 namespace {
 
@@ -22,24 +26,24 @@ void loadRules(const std::string& configFilePath) {
     }
 }
 
+// Prints the error unless the condition holds, and returns the condition.
+[[gnu::format(printf, 2, 3)]] bool check(bool condition, const char* error, ...) {
+    if (!condition) {
+        va_list values;
+        va_start(values, error);
+        vfprintf(stderr, error, values);
+        va_end(values);
+    }
+    return condition;
+}
+
+// Makes every check, so that each one that fails is printed.
 bool checkMatch(const FormatConfig& match, ColorConvert::ColorFormat format) {
-    bool usable = true;
-    if (match.width < 1) {
-        fprintf(stderr, "Error: match width <= 0, width: %d\n", match.width);
-        usable = false;
-    }
-    if (match.height < 1) {
-        fprintf(stderr, "Error: match height <= 0, height: %d\n", match.height);
-        usable = false;
-    }
-    if (format == ColorConvert::UNKNOWN) {
-        fprintf(stderr, "Error: unknown match input color format\n");
-        usable = false;
-    }
-    if (!ColorConvert::checkPlatformSupport(format)) {
-        fprintf(stderr, "Error: unsupported match input color format on this platform\n");
-        usable = false;
-    }
+    bool usable = check(match.width >= 1, "Error: match width <= 0, width: %d\n", match.width);
+    usable &= check(match.height >= 1, "Error: match height <= 0, height: %d\n", match.height);
+    usable &= check(format != ColorConvert::UNKNOWN, "Error: unknown match input color format\n");
+    usable &= check(ColorConvert::checkPlatformSupport(format),
+                    "Error: unsupported match input color format on this platform\n");
     return usable;
 }
 
@@ -50,35 +54,21 @@ bool isConfigurationMode(const CommandLineOptions& options) {
 }
 
 bool getFileJobFromCmdline(const CommandLineOptions& options, FileJob& job) {
-    bool usable = true;
-    if (options.width <= 0) {
-        fprintf(stderr, "Error: width <= 0, width: %d\n", options.width);
-        usable = false;
-    }
-    if (options.height <= 0) {
-        fprintf(stderr, "Error: height <= 0, height: %d\n", options.height);
-        usable = false;
-    }
-    if (options.inputFormat == ColorConvert::UNKNOWN) {
-        fprintf(stderr, "Error: unknown input frame color format\n");
-        usable = false;
-    } else if (ColorConvert::isSeparate(options.inputFormat)) {
-        fprintf(stderr, "Error: unsupported separate frame using cmdline arguments\n");
-        usable = false;
-    }
-    if (!ColorConvert::checkPlatformSupport(options.inputFormat)) {
-        fprintf(stderr, "Error: unsupported input color format on this platform\n");
-        usable = false;
-    }
+    const ColorConvert::ColorFormat format = options.inputFormat;
+    bool usable = check(options.width > 0, "Error: width <= 0, width: %d\n", options.width);
+    usable &= check(options.height > 0, "Error: height <= 0, height: %d\n", options.height);
+    usable &= check(format != ColorConvert::UNKNOWN, "Error: unknown input frame color format\n");
+    usable &= check(!ColorConvert::isSeparate(format),
+                    "Error: unsupported separate frame using cmdline arguments\n");
+    usable &= check(ColorConvert::checkPlatformSupport(format),
+                    "Error: unsupported input color format on this platform\n");
     if (!usable) {
         return false;
     }
-    job.inputFormat = options.inputFormat;
-    job.outputFormat = outputFormatFor(options.inputFormat, options.png);
-    const auto [width, height] =
-        ColorConvert::getDefaultAlignedSize(options.width, options.height, options.inputFormat);
-    job.alignedWidth = width;
-    job.alignedHeight = height;
+    job.inputFormat = format;
+    job.outputFormat = outputFormatFor(format, options.png);
+    std::tie(job.alignedWidth, job.alignedHeight) =
+        ColorConvert::getDefaultAlignedSize(options.width, options.height, format);
     return true;
 }
 
@@ -98,12 +88,12 @@ bool getFileJobFromMatch(const FormatConfig& match, bool png, FileJob& job) {
 }
 
 ConfigResult getFileJobFromConfig(const std::string& path, const CommandLineOptions& options,
-                                  bool firstFile, SeparateFiles& convertedSeparateFiles,
+                                  bool isFirstFile, SeparateFiles& convertedSeparateFiles,
                                   FileJob& job) {
     if (formatConfigs.empty()) {
         loadRules(options.configFilePath);
     }
-    if (firstFile) {
+    if (isFirstFile) {
         fprintf(stderr, "Convert with arguments parsed from config file\n");
     }
     const std::optional<FormatConfig> match = findMatch(path);
@@ -112,12 +102,9 @@ ConfigResult getFileJobFromConfig(const std::string& path, const CommandLineOpti
         return ConfigResult::FAILED;
     }
     const bool aligned = getFileJobFromMatch(*match, options.png, job);
-    if (!checkMatch(*match, job.inputFormat)) {
-        return ConfigResult::FAILED;
-    }
-    if (!aligned) {
-        fprintf(stderr, "Error: match size %d x %d can't be aligned to %d x %d\n", match->width,
-                match->height, match->widthAlignment, match->heightAlignment);
+    if (!checkMatch(*match, job.inputFormat) ||
+        !check(aligned, "Error: match size %d x %d can't be aligned to %d x %d\n", match->width,
+               match->height, match->widthAlignment, match->heightAlignment)) {
         return ConfigResult::FAILED;
     }
     if (job.separate) {

@@ -41,5 +41,5 @@ using SeparateFiles = std::unordered_set<std::string>;
 // yet. Prints the reasons of FAILED. Returns ALREADY_CONVERTED, and prints nothing, for a file of a
 // set in convertedSeparateFiles.
 ConfigResult getFileJobFromConfig(const std::string& path, const CommandLineOptions& options,
-                                  bool firstFile, SeparateFiles& convertedSeparateFiles,
+                                  bool isFirstFile, SeparateFiles& convertedSeparateFiles,
                                   FileJob& job);

@@ -3,13 +3,11 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <exception>
+#include <new>
 
-// From now on an allocation that fails and that nobody handles ends the process with this message
-// and status 1. That includes a lack of memory for the exception itself, where the runtime calls
-// std::terminate at once.
+// From now on an operator new without memory ends the process with this message and status 1.
 inline void exitWhenOutOfMemory() {
-    std::set_terminate([] {
+    std::set_new_handler([] {
         fflush(stdout);
         fputs("Error: out of memory\n", stderr);
         _Exit(1);

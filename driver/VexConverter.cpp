@@ -1,7 +1,6 @@
 // The program: options, input files, output folder, then one conversion per file.
 #include <csignal>
 #include <cstdio>
-#include <new>
 #include <string>
 #include <vector>
 
@@ -34,40 +33,28 @@ std::vector<std::string> collectInputFiles(const std::vector<std::string>& input
     return files;
 }
 
-// When memory runs short for a file, that file is skipped and the others are converted.
-template <typename Convert>
-void forEachFile(const std::vector<std::string>& inputFiles, Convert convert) {
-    for (const std::string& path : inputFiles) {
-        try {
-            convert(path);
-        } catch (const std::bad_alloc&) {
-            fprintf(stderr, "Error: out of memory, skip this file: %s\n", path.c_str());
-        }
-    }
-}
-
 void convertWithCmdline(const std::vector<std::string>& inputFiles, const std::string& outputFolder,
                         const CommandLineOptions& options) {
     fprintf(stderr, "Convert with cmdline arguments\n");
-    FileJob job;
-    if (!getFileJobFromCmdline(options, job)) {
-        fprintf(stderr, "Error: failed to get convert config from cmdline arguments\n\n");
-        printUsage(1);
+    for (const std::string& path : inputFiles) {
+        FileJob job;
+        if (!getFileJobFromCmdline(options, job)) {
+            fprintf(stderr, "Error: failed to get convert config from cmdline arguments\n\n");
+            printUsage(1);
+        }
+        convertFile(path, job, outputFolder, options);
     }
-    forEachFile(inputFiles,
-                [&](const std::string& path) { convertFile(path, job, outputFolder, options); });
 }
 
 void convertWithConfig(const std::vector<std::string>& inputFiles, const std::string& outputFolder,
                        const CommandLineOptions& options) {
     SeparateFiles convertedSeparateFiles;
-    bool firstFile = true;
-    forEachFile(inputFiles, [&](const std::string& path) {
+    bool isFirstFile = true;
+    for (const std::string& path : inputFiles) {
         FileJob job;
-        const bool first = firstFile;
-        firstFile = false;
         const ConfigResult result =
-            getFileJobFromConfig(path, options, first, convertedSeparateFiles, job);
+            getFileJobFromConfig(path, options, isFirstFile, convertedSeparateFiles, job);
+        isFirstFile = false;
         if (result == ConfigResult::JOB) {
             convertFile(path, job, outputFolder, options);
         } else if (result == ConfigResult::FAILED) {
@@ -75,7 +62,7 @@ void convertWithConfig(const std::vector<std::string>& inputFiles, const std::st
                     "Error: failed to get convert config from config file, skip this file: %s\n",
                     path.c_str());
         }
-    });
+    }
 }
 
 void convertAll(const CommandLineOptions& options) {

@@ -8,7 +8,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <new>
 
 #include "config/DefaultConfig.h"
 #include "config/FormatConfig.h"
@@ -108,25 +107,23 @@ bool addPairs(FormatConfig& rule, const cJSON* object, const std::string& place)
 bool addRule(std::vector<FormatConfig>& rules, const cJSON* object) {
     std::string place = "rule " + std::to_string(rules.size() + 1);
     ObjectReader keys(object, place);
-    const std::string name = keys.text("Name");
-    const std::string description = keys.text("Description");
-    const std::string pattern = keys.text("Pattern");
-    const int widthIndex = keys.number("WidthIndex");
-    const int heightIndex = keys.number("HeightIndex");
-    const int colorFormatIndex = keys.number("ColorFormatIndex");
-    const int separateStringIndex = keys.number("SeparateStringIndex");
-    const int defaultWidth = keys.number("DefaultWidth");
-    const int defaultHeight = keys.number("DefaultHeight");
-    const int defaultWidthAlignment = keys.number("DefaultWidthAlignment");
-    const int defaultHeightAlignment = keys.number("DefaultHeightAlignment");
-    const std::string defaultColorFormat = keys.text("DefaultColorFormat");
+    // In braces the keys are read in this order, so that the first one that is missing is logged.
+    FormatConfig rule{keys.text("Name"),
+                      keys.text("Description"),
+                      keys.text("Pattern"),
+                      keys.number("WidthIndex"),
+                      keys.number("HeightIndex"),
+                      keys.number("ColorFormatIndex"),
+                      keys.number("SeparateStringIndex"),
+                      keys.number("DefaultWidth"),
+                      keys.number("DefaultHeight"),
+                      keys.number("DefaultWidthAlignment"),
+                      keys.number("DefaultHeightAlignment"),
+                      keys.text("DefaultColorFormat")};
     if (!keys.complete()) {
         return false;
     }
-    FormatConfig rule(name, description, pattern, widthIndex, heightIndex, colorFormatIndex,
-                      separateStringIndex, defaultWidth, defaultHeight, defaultWidthAlignment,
-                      defaultHeightAlignment, defaultColorFormat);
-    place += " \"" + name + "\"";
+    place += " \"" + rule.name + "\"";
     if (!addPairs(rule, object, place)) {
         return false;
     }
@@ -200,12 +197,8 @@ int FileUtils::parseConfigFile(std::string path) {
         }
     }
     const Json document(cJSON_Parse(path.empty() ? defaultConfig : text.get()), &cJSON_Delete);
-    try {
-        if (document != nullptr) {
-            return addRules(document.get());
-        }
-    } catch (const std::bad_alloc&) {
-        // Reported below, like a lack of memory in the parser.
+    if (document != nullptr) {
+        return addRules(document.get());
     }
     LOGE("parseConfigFile: Failed to parse config file: %s\n", path.c_str());
     return -1;

@@ -51,6 +51,35 @@ File openForFrames(const std::string& path, const char* mode, const char* operat
 
 size_t bytesOf(int size) { return static_cast<size_t>(std::max(size, 0)); }
 
+// Writes until the file has all bytes or a call fails, and returns the number of bytes that it has.
+// The device's fwrite would make a call for each 1,024 bytes.
+size_t writeAll(int fd, const unsigned char* buffer, size_t size) {
+    size_t written = 0;
+    while (written < size) {
+        const ssize_t bytes = write(fd, buffer + written, size - written);
+        if (bytes > 0) {
+            written += static_cast<size_t>(bytes);
+        } else if (bytes == 0 || errno != EINTR) {
+            break;
+        }
+    }
+    return written;
+}
+
+// Cuts off a part of a frame, which would shift every frame that is appended to it. It stays if the
+// file has grown by more than that, because the other bytes are somebody else's.
+void cutOff(int fd, size_t written, const struct stat& before, const std::string& path) {
+    struct stat after = {};
+    const auto ownEnd = before.st_size + static_cast<off_t>(written);
+    if (fstat(fd, &after) != 0 || after.st_size != ownEnd) {
+        LOGE("writeToFile: Left a part of a frame in file: %s, which others write to\n",
+             path.c_str());
+    } else if (ftruncate(fd, before.st_size) != 0) {
+        LOGE("writeToFile: Failed to truncate file: %s, errno: %d, %s\n", path.c_str(), errno,
+             strerror(errno));
+    }
+}
+
 }  // namespace
 
 bool FileUtils::isFile(std::string path) { return hasType(path, S_IFREG); }
@@ -123,17 +152,19 @@ int FileUtils::writeToFile(std::string path, const unsigned char* buffer, int si
     if (file == nullptr) {
         return -errno;
     }
+    const int fd = fileno(file.get());
     struct stat before = {};
-    const bool regular = fstat(fileno(file.get()), &before) == 0 && S_ISREG(before.st_mode);
+    const bool regular = fstat(fd, &before) == 0 && S_ISREG(before.st_mode);
     errno = 0;
-    const size_t written = fwrite(buffer, 1, bytesOf(size), file.get());
-    if ((fclose(file.release()) != 0) || written < bytesOf(size)) {
-        const int error = errno;
-        // Half a frame would shift every frame that is appended to it.
-        if (regular && truncate(path.c_str(), before.st_size) != 0) {
-            LOGE("writeToFile: Failed to truncate file: %s, errno: %d, %s\n", path.c_str(), errno,
-                 strerror(errno));
-        }
+    const size_t written = writeAll(fd, buffer, bytesOf(size));
+    const bool complete = written == bytesOf(size);
+    const int writeError = errno;
+    if (!complete && written > 0 && regular) {
+        cutOff(fd, written, before, path);
+    }
+    const bool closed = fclose(file.release()) == 0;
+    if (!complete || !closed) {
+        const int error = complete ? errno : writeError;
         LOGE("writeToFile: Failed to write file: %s, %d of %d bytes, errno: %d, %s\n", path.c_str(),
              static_cast<int>(written), size, error, strerror(error));
     }

@@ -28,7 +28,7 @@ class FileUtils {
 
     // Appends size bytes of buffer to the file, which it creates if there is none. Returns the
     // number of bytes written, or the negated errno of a failed open. If not all could be written,
-    // a regular file gets back its earlier length.
+    // a regular file gets back its earlier length, unless others have written to it meanwhile.
     static int writeToFile(std::string path, const unsigned char* buffer, int size);
 
     // Writes a picture of height rows of width pixels, each with this many 8-bit components,

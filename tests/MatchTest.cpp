@@ -1,13 +1,8 @@
-// Rules: bounds of a search, and the built-in ones against the catalogue.
-#include <climits>
-
+// Rules: what patterns find in names, and the built-in rules against the catalogue.
 #include "TestFiles.h"
 #include "color/ColorConvert.h"
 #include "config/FormatConfig.h"
-#include "config/PatternSearch.h"
 #include "fileutils/FileUtils.h"
-
-using namespace std::string_literals;
 
 namespace {
 
@@ -28,69 +23,86 @@ TEST(Match, BuiltInRulesAlignAsTheCatalogueDoes) {
     }
 }
 
-std::string repeated(int count, const std::string& text) {
+FormatConfig ruleOf(const std::string& pattern, int widthGroup, int heightGroup) {
+    return {"", "", pattern, widthGroup, heightGroup, -1, -1, 0, 0, 1, 1, "NV12"};
+}
+
+// The size that the pattern finds in the name, or "none".
+std::string sizeFound(const std::string& pattern, const std::string& name, int widthGroup = 1,
+                      int heightGroup = 2) {
+    FormatConfig rule = ruleOf(pattern, widthGroup, heightGroup);
+    const bool found = rule.match(name);
+    const std::string size = std::to_string(rule.width) + "x" + std::to_string(rule.height);
+    EXPECT_TRUE(found || size == "0x0") << pattern;
+    return found ? size : "none";
+}
+
+class PatternTest : public FolderTest {
+  protected:
+    PatternTest() { setenv("VEX_HOST_LOG", (mFolder + "/log").c_str(), 1); }
+    ~PatternTest() override { setenv("VEX_HOST_LOG", "/dev/null", 1); }
+
+    auto logEntries() const {
+        const std::string log = readFile(mFolder + "/log");
+        return std::count(log.begin(), log.end(), '\n');
+    }
+};
+
+TEST_F(PatternTest, NamesAreSearchedAndPatternsThatFailAreLoggedOnce) {
+    for (const auto& [pattern, name, result] :
+         table<std::string, std::string, std::string>("patterns.txt")) {
+        const bool isValid = result != "invalid";
+        const auto before = logEntries();
+        for (int i = 0; i < 2; ++i) {
+            EXPECT_EQ(sizeFound(pattern, name), isValid ? result : "none") << pattern;
+        }
+        EXPECT_EQ(logEntries() - before, isValid ? 0 : 1) << pattern;
+    }
+}
+
+#ifdef _LIBCPP_VERSION  // GCC's library would search for hours.
+TEST_F(PatternTest, SearchesThatTheLibraryGivesUpAreLogged) {
+    EXPECT_EQ(sizeFound("(a+)+$", std::string(40, 'a') + "b"), "none");
+    EXPECT_EQ(logEntries(), 1);
+}
+#endif
+
+std::string repeated(const std::string& text, size_t size) {
     std::string all;
-    while (count-- > 0) {
+    while (all.size() + text.size() <= size) {
         all += text;
     }
     return all;
 }
 
-#ifdef VEX_SANITIZE  // which widens the matcher's frames
-constexpr int LONG = PATH_MAX / 8, NAMES = 100;
-#else
-constexpr int LONG = PATH_MAX - 40, NAMES = 300;
-#endif
-
-TEST(Match, LongNamesAndPatternsAreSearched) {
-    const std::string name = "vdec_output_" + std::string(LONG, 'W') + "W64H32_s_Y.x";
-    EXPECT_EQ(searchPattern(name, "vdec_output_.*W(\\d+)H(\\d+)_(.)_(.*)").groups.at(2).length, 2U);
-    const std::string names =
-        "(" + repeated(NAMES, "camera-\\d_of_a_set_of_captures_\\d\\d|") + "W)";
-    EXPECT_EQ(searchPattern(name.substr(0, 255), names).groups.at(1).length, 1U);
-    for (const char* pattern : {"^(?!.*(tmp|old))v(.)", "(?=v)(v)", "_(?!o)(.)|(W)(\\2{4})(?!tmp_)",
-                                "(d)(?=[^.]*H32)(?!.*tmp)"}) {
-        const std::string shorter = name.substr(0, 12) + name.substr(name.size() - 150);
-        EXPECT_GT(searchPattern(shorter, pattern).groups.size(), 1U) << pattern;
+TEST_F(PatternTest, LongNamesAndPatternsAreSearched) {
+    constexpr size_t LONGEST = 4095;
+    const std::string end = "W64H32.yuv";
+    const std::string name = repeated("v", LONGEST - end.size()) + end;
+    for (const char* pattern :
+         {"W(\\d+)H(\\d+)", "(?:(?:.))*W(\\d+)H(\\d+)", "(?:[a-zA-Z_]|\\d)*W(\\d+)H(\\d+)",
+          "^(?!.*(?:tmp|old))v.*W(\\d+)H(\\d+)"}) {
+        EXPECT_EQ(sizeFound(pattern, name), "64x32") << pattern;
     }
-    EXPECT_EQ(searchPattern("\\1", "\\\\1").outcome, PatternSearch::FOUND) << "no back reference";
-    EXPECT_EQ(searchPattern("ab", "a\\01*b").outcome, PatternSearch::NOT_FOUND)
-        << "no back reference";
+    EXPECT_EQ(sizeFound("((((((((((.))))))))))*W(\\d+)H(\\d+)", name, 11, 12), "64x32");
+    std::string names;
+    for (int i = 0; i < 900; ++i) {
+        names += "camera_" + std::to_string(i) + "_in_a_room|";
+    }
+    EXPECT_EQ(sizeFound("(?:" + names + "v)W(\\d+)H(\\d+)", name.substr(4000)), "64x32");
+    EXPECT_EQ(logEntries(), 0);
 }
 
-// The bounds that hold before a search begins.
-TEST(Match, LongAndComplexPatternsAreRefused) {
-    const std::string name(PATH_MAX - 40, 'a');
-    const auto longest = (1U << 23) / (name.size() + 1);
-    EXPECT_EQ(searchPattern(name, std::string(longest, 'b')).error, "");
-    const std::pair<std::string, std::string> complex[] = {
-        {name, std::string(longest + 1, 'b')},
-        {name, "(?:(?=" + std::string(300, 'a') + ")|)Z"},
-        {"a", "(?:(?=.*)|)Z"},
-        {"a", "a(?=(b))"},
-        {"a", "a(?=[ab]*.*)Z"}};
-    for (const auto& [searched, pattern] : complex) {
-        EXPECT_EQ(searchPattern(searched, pattern).error,
-                  "the pattern is too complex for a name of this length")
-            << pattern.substr(0, 40);
-    }
-    for (const std::string& pattern : {std::string(600'000, '^'), "a{9999999999999999999}"s}) {
-        EXPECT_EQ(searchPattern(name, pattern).error, "the pattern or a number in it is too long");
-    }
-}
-
-// The steps alone would let some of them search for hours.
-TEST(Match, HostilePatternsEndWithAResult) {
-    for (const std::string& pattern :
-         {"(a+)+$"s, "((.))*Z"s, repeated(60, "(") + "b" + repeated(60, "*)*") + "z",
-          "(?:|){4000}z"s, "(?:|){24}(){1200}Z"s, "(x)?(?:|){60}\\1Z"s, "((a{99}){99}){99}"s,
-          "(){30000}z"s, "(?:((((((((((a))))))))))*z"s, "(?:(){300}a)*z"s, std::string(70'000, '^'),
-          repeated(5000, "(") + repeated(5000, ")") + "z", "(?:(?=.*)|){24}(?=.*)Z"s,
-          "(?:|){24}(?=.*)Z"s, "(?:(?=" + std::string(90, 'a') + ")|){24}Z",
-          "(?:[" + std::string(2000, 'x') + "]|a)*Z"}) {
-        const PatternSearch search =
-            searchPattern(std::string(PATH_MAX - 2, 'a') + "b", pattern, 1'000'000);
-        EXPECT_NE(search.outcome, PatternSearch::FOUND) << pattern.substr(0, 40);
+// Otherwise this test would not end.
+TEST(Match, BuiltInRulesSearchAnyName) {
+    ASSERT_EQ(FileUtils::parseConfigFile(""), 0);
+    const std::string start = "vdec_output_";
+    const std::string digits(1300, '1');
+    for (const std::string& name :
+         {repeated(start, 4000), repeated("venc_input_W1H1_F0", 4000),
+          start + "W" + digits + digits, repeated(start + "W1H1_F0_", 4000),
+          repeated(start, 1300) + repeated("W1", 1300) + "H" + digits}) {
+        EXPECT_FALSE(findMatch(name)) << name.substr(0, 40);
     }
 }
 

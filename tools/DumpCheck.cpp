@@ -200,7 +200,7 @@ void checkLength(DumpCheck& dump, int64_t frameSize) {
 
 // The number of the last picture, or 0 if there is one picture, without a number.
 int64_t lastPictureOf(const DumpCheck& dump) {
-    return dump.job.separate || !hasNumberedFrames(dump.fileSize, dump.reading().frameSize)
+    return dump.job.separate || !holdsSeveralFrames(dump.fileSize, dump.reading().frameSize)
                ? 0
                : dump.frames.value_or(0);
 }

@@ -3,7 +3,6 @@
 #include "FrameGeometry.h"
 
 using host::Component;
-using host::Packing;
 using host::PlaneLayout;
 
 namespace {
@@ -16,19 +15,6 @@ struct Target {
     int pitch;        // bytes per row of a linear plane
     int sampleBytes;  // in a linear plane
 };
-
-int bitsOf(Packing packing) {
-    switch (packing) {
-        case Packing::LINEAR:
-        case Packing::BLOCKS_8:
-            return 8;
-        case Packing::BLOCKS_10:
-            return 10;
-        case Packing::BLOCKS_12:
-            return 12;
-    }
-    return 0;
-}
 
 void orBits(uint8_t* bytes, int64_t bit, unsigned value) {
     value <<= bit % 8;
@@ -48,7 +34,7 @@ void put(const Target& target, int x, int y, int value) {
     const int64_t block =
         int64_t{y / plane.blockHeight} * (target.samples / plane.blockWidth) + x / plane.blockWidth;
     const int sample = y % plane.blockHeight * plane.blockWidth + x % plane.blockWidth;
-    const int bits = bitsOf(plane.packing);
+    const int bits = host::bitsOf(plane.packing);
     // A sample of 10 bits is stored as the highest of 12.
     const int shift = bits == 12 ? 2 : 0;
     orBits(target.start + block * plane.blockBytes + plane.blockOffset, int64_t{sample} * bits,
@@ -58,6 +44,8 @@ void put(const Target& target, int x, int y, int value) {
 // Sample x of row y of a plane with that component.
 int valueAt(const LinearFrame& frame, Component component, int x, int y) {
     switch (component) {
+        case Component::NONE:
+            return 0;
         case Component::RGB:
             return frame.rgbByte(x, y);
         case Component::LUMA:

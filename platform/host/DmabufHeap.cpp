@@ -2,14 +2,12 @@
 #include <BufferAllocator/BufferAllocator.h>
 #include <BufferAllocator/BufferAllocatorWrapper.h>
 
-#include <new>
-
 #include "Settings.h"
 #include "SharedBuffer.h"
 
 bool BufferAllocator::CheckIonSupport() { return host::hasIon(); }
 
-BufferAllocator* CreateDmabufHeapBufferAllocator() { return new (std::nothrow) BufferAllocator; }
+BufferAllocator* CreateDmabufHeapBufferAllocator() { return new BufferAllocator; }
 
 void FreeDmabufHeapBufferAllocator(BufferAllocator* buffer_allocator) { delete buffer_allocator; }
 

@@ -7,6 +7,7 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -28,44 +29,29 @@ struct Priority {
     int syslogLevel;
 };
 
-const Priority& priorityOf(int priority) {
-    static constexpr Priority FROM_VERBOSE[] = {
-        {'V', LOG_DEBUG}, {'D', LOG_DEBUG}, {'I', LOG_INFO}, {'W', LOG_WARNING}, {'E', LOG_ERR}};
-    const bool known = priority >= ANDROID_LOG_VERBOSE && priority <= ANDROID_LOG_ERROR;
-    return FROM_VERBOSE[(known ? priority : ANDROID_LOG_ERROR) - ANDROID_LOG_VERBOSE];
-}
+// From ANDROID_LOG_VERBOSE to ANDROID_LOG_ERROR.
+constexpr Priority PRIORITIES[] = {
+    {'V', LOG_DEBUG}, {'D', LOG_DEBUG}, {'I', LOG_INFO}, {'W', LOG_WARNING}, {'E', LOG_ERR}};
 
-// Number of bytes of the control character at the start of the text, 0 if there is none. In UTF-8
-// the control characters from U+0080 on have two bytes.
-int controlBytes(const char* text) {
-    const auto* bytes = reinterpret_cast<const unsigned char*>(text);
-    if (bytes[0] == 0xC2 && bytes[1] >= 0x80 && bytes[1] < 0xA0) {
-        return 2;
-    }
-    return bytes[0] < ' ' || bytes[0] == 0x7F ? 1 : 0;
+// True for a byte of a control character. In UTF-8 those from U+0080 on have two bytes, 0xC2 and
+// one below 0xA0.
+bool isControl(unsigned char before, unsigned char byte, unsigned char after) {
+    return byte < ' ' || byte == 0x7F || (byte == 0xC2 && after < 0xA0) ||
+           (before == 0xC2 && byte < 0xA0);
 }
 
 // Makes one line of the text. It drops the last newline and writes control characters, which a file
 // name may have, as \n or \x1B, so that they neither split the entry nor reach a terminal.
 void putOneLine(const char* text, char* line, size_t size) {
-    constexpr size_t MAX_ESCAPED = 8;  // bytes that one character may become
-    const char* end = text + strlen(text);
-    end -= end != text && end[-1] == '\n' ? 1 : 0;
+    constexpr size_t MAX_ESCAPED = 5;  // bytes that one byte may become, and the end of the line
+    unsigned char before = 0;
     size_t at = 0;
-    while (text != end && at + MAX_ESCAPED < size) {
-        int controls = controlBytes(text);
-        if (*text == '\n') {
-            line[at++] = '\\';
-            line[at++] = 'n';
-            ++text;
-        } else if (controls == 0) {
-            line[at++] = *text++;
-        } else {
-            for (; controls > 0; --controls, ++text) {
-                at += static_cast<size_t>(
-                    snprintf(line + at, MAX_ESCAPED, "\\x%02X", static_cast<unsigned char>(*text)));
-            }
-        }
+    for (; *text != '\0' && strcmp(text, "\n") != 0 && at + MAX_ESCAPED <= size; ++text) {
+        const auto byte = static_cast<unsigned char>(*text);
+        const bool control = isControl(before, byte, static_cast<unsigned char>(text[1]));
+        const char* format = !control ? "%c" : byte == '\n' ? "\\n" : "\\x%02X";
+        at += static_cast<size_t>(snprintf(line + at, MAX_ESCAPED, format, byte));
+        before = byte;
     }
     line[at] = '\0';
 }
@@ -134,7 +120,9 @@ int __android_log_print(int prio, const char* tag, const char* fmt, ...) {
     putOneLine(text, lastEntry, sizeof lastEntry);
     char time[40];
     putLocalTime(time, sizeof time);
-    const Priority& priority = priorityOf(prio);
+    const Priority& priority =
+        PRIORITIES[std::clamp<int>(prio, ANDROID_LOG_VERBOSE, ANDROID_LOG_ERROR) -
+                   ANDROID_LOG_VERBOSE];
     char entry[MAX_LOG_ENTRY + 200];
     snprintf(entry, sizeof entry, "%s %c %s: %s\n", time, priority.letter, tag, lastEntry);
 

@@ -76,12 +76,14 @@ class BufferPool {
 
     // An idle file of that size, or NONE.
     int findIdle(size_t size) const {
-        const auto* found = std::find_if(mFiles.begin(), mFiles.end(), [size](int file) {
+        for (const int file : mFiles) {
             struct stat status = {};
-            return fstat(file, &status) == 0 && status.st_size == static_cast<off_t>(size) &&
-                   isIdle(file);
-        });
-        return found == mFiles.end() ? NONE : *found;
+            if (fstat(file, &status) == 0 && status.st_size == static_cast<off_t>(size) &&
+                isIdle(file)) {
+                return file;
+            }
+        }
+        return NONE;
     }
 
     // Makes room for one more file.

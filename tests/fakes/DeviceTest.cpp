@@ -245,4 +245,45 @@ TEST_F(ConvertFileTest, FailingFileCallsHaveOrderlyResults) {
                                  start + "opendir missing\n");
 }
 
+// A frame is written in one call, and in more if that is short. If a call fails, the part that was
+// written is cut off, but not if others have written meanwhile.
+TEST_F(DeviceTest, FramesAreWrittenWholeAndOthersBytesStay) {
+    const std::string path = mFolder + "/out";
+    const std::string start = "VexConverter-FileUtils: writeToFile: ";
+    const std::string left =
+        start + "Left a part of a frame in file: " + path + ", which others write to\n" + start;
+    const std::string failed = "Failed to write file: " + path + ", ";
+    const std::string full = " of 6 bytes, errno: 28, No space left on device\n";
+    // The calls of write: so many bytes, "i"nterrupted, no "s"pace. "o": others write before it.
+    const std::tuple<std::string, std::string, int, std::string> cases[] = {
+        {"6", "old-FRAME2", 6, ""},
+        {"i6", "old-FRAME2", 6, ""},
+        {"24", "old-FRAME2", 6, ""},
+        {"30", "old-", 3, start + failed + "3 of 6 bytes, errno: 0, Success\n"},
+        {"s", "old-", 0, start + failed + "0" + full},
+        {"3s", "old-", 3, start + failed + "3" + full},
+        {"3os", "old-FRAothers", 3, left + failed + "3" + full},
+        {"2o2s", "old-FRothersAM", 4, left + failed + "4" + full},
+    };
+    for (const auto& [calls, file, result, log] : cases) {
+        SCOPED_TRACE(calls);
+        write("out", "old-");
+        mPlatform.log.clear();
+        size_t call = 0;
+        mPlatform.write = [&, &steps = calls] {
+            if (steps.at(call) == 'o') {
+                std::ofstream(path, std::ios::app) << "others";
+                ++call;
+            }
+            const char step = steps.at(call++);
+            return step == 'i' ? -EINTR : step == 's' ? -ENOSPC : step - '0';
+        };
+        const auto* frame = reinterpret_cast<const unsigned char*>("FRAME2");
+        EXPECT_EQ(FileUtils::writeToFile(path, frame, 6), result);
+        EXPECT_EQ(call, calls.size());
+        EXPECT_EQ(readFile(path), file);
+        EXPECT_EQ(mPlatform.log, log);
+    }
+}
+
 }  // namespace

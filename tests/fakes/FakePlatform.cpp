@@ -164,6 +164,7 @@ void* __real_mmap(void* address, size_t length, int prot, int flags, int fd, off
 int __real_munmap(void* address, size_t length);
 int __real_dup(int fd);
 int __real_close(int fd);
+ssize_t __real_write(int fd, const void* bytes, size_t count);
 
 void* __wrap_mmap(void* address, size_t length, int prot, int flags, int fd, off_t offset) {
     if (!isFake(fd)) {
@@ -193,6 +194,14 @@ dirent* __wrap_readdir(DIR* directory) {
         return nullptr;
     }
     return __real_readdir(directory);
+}
+ssize_t __wrap_write(int fd, const void* bytes, size_t count) {
+    if (fakePlatform == nullptr || !fakePlatform->write) {
+        return __real_write(fd, bytes, count);
+    }
+    const int taken = fakePlatform->write();
+    errno = taken < 0 ? -taken : 0;
+    return taken < 0 ? -1 : __real_write(fd, bytes, static_cast<size_t>(taken));
 }
 int __wrap_dup(int fd) { return !isFake(fd) ? __real_dup(fd) : result("dup") == 0 ? openFd() : -1; }
 

@@ -2,6 +2,7 @@
 // resources the tool still holds.
 #pragma once
 
+#include <functional>
 #include <set>
 #include <string>
 
@@ -10,11 +11,12 @@ struct FakePlatform {
     std::string log;                  // lines as the tool formats them
     std::multiset<std::string> held;  // descriptors, handles, mappings, allocators, streams
     bool ion = false;
-    int failNth = 0;       // the n-th call that can fail, counted from 1, fails,
-    std::string failCall;  // or the calls of this name
-    std::string failed;    // name of the call that failed last
-    int canFail = 0;       // number of calls so far that could have failed
-    int opened = 0;        // number of descriptors so far, without the number 1
+    int failNth = 0;             // number, from 1 on, of the call that fails; 0 for none
+    std::string failCall;        // name of the calls that fail
+    std::string failed;          // name of the call that failed last
+    int canFail = 0;             // number of calls so far that could have failed
+    std::function<int()> write;  // the bytes that a write takes, or the negated errno; none: all
+    int opened = 0;              // number of descriptors so far, without the number 1
 };
 
 // The platform of the running test; a new one for each test.

@@ -1,4 +1,4 @@
-// Any bytes as a configuration: the loader ends with a result, and what it loads can be matched.
+// Any bytes as a configuration: the loader ends with a result.
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -22,11 +22,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const int status = FileUtils::parseConfigFile("/proc/self/fd/" + std::to_string(file));
     if (status > 0 || (status < 0 && !formatConfigs.empty())) {
         abort();
-    }
-    // A few, so that a document of many slow patterns is no slow input.
-    for (size_t i = 0; i < formatConfigs.size() && i < 3; ++i) {
-        FormatConfig copy = formatConfigs[i];
-        copy.match("/data/vdec_output_1_W64H32_F0x7F000010_5_C.len");
     }
     return 0;
 }

@@ -6,15 +6,51 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <cstdarg>
+#include <cstdio>
 #include <cstring>
-#include <new>
+
+#include "BufferMapping.h"
 
 #define LOG(level, ...) __android_log_print(ANDROID_LOG_##level, "PxAsyncBlitStream", __VA_ARGS__)
-#define REFUSE(error, ...) (LOG(ERROR, __VA_ARGS__), -(error))
 
 namespace host {
 
+// A side that has been checked: its planes lie inside its buffer.
+struct Frame {
+    const Layout* layout;
+    const Profile* profile;
+    BufferId buffer;
+    Offsets offsets;
+    PerPlane pitches;  // bytes per row, or per row of blocks
+    PerPlane sizes;    // bytes of a plane's rows
+    PerPlane padding;  // bytes of a plane after its last row
+    int width;         // pixels
+    int height;        // lines
+    uint8_t* data;     // the mapped buffer; null until it is mapped
+
+    // The plane's rows, beginning with the one of that number. In a plane of blocks, the rows
+    // of blocks, beginning with the one that holds it.
+    Rows rows(int plane, int row) const {
+        const auto i = static_cast<size_t>(plane);
+        const int blockRow = row / layout->planes[plane].blockHeight;
+        return {data + offsets.planes[i] + blockRow * pitches[i],
+                static_cast<ptrdiff_t>(pitches[i])};
+    }
+};
+
 namespace {
+
+// Logs the reason and returns the negated error.
+[[gnu::format(printf, 2, 3)]] int refuse(int error, const char* format, ...) {
+    char reason[200];
+    va_list values;
+    va_start(values, format);
+    vsnprintf(reason, sizeof reason, format, values);
+    va_end(values);
+    LOG(ERROR, "%s", reason);
+    return -error;
+}
 
 // True for the conversions that compute samples: to RGBA32, and between two color spaces in one YUV
 // format.
@@ -36,10 +72,8 @@ int chromaRowOf(int line, int chromaRows) {
     return std::max(0, std::min(line / 2, chromaRows - 1));
 }
 
-}  // namespace
-
 // Fills in the frame's entries for one plane, and refuses a plane that doesn't fit its buffer.
-int BlitEngine::checkPlane(const char* name, const JobSide& side, Frame& frame, int index) {
+int checkPlane(const char* name, const JobSide& side, Frame& frame, int index) {
     const auto i = static_cast<size_t>(index);
     const Layout& layout = *frame.layout;
     const PlaneLayout& plane = layout.planes[index];
@@ -52,7 +86,7 @@ int BlitEngine::checkPlane(const char* name, const JobSide& side, Frame& frame, 
         bytes = rows == 0 ? 0 : (rows - 1) * frame.pitches[i] + rowBytes;
     } else {
         if (samples % plane.blockWidth != 0 || rows % plane.blockHeight != 0) {
-            return REFUSE(EINVAL, "%s: %d x %d is not a whole number of blocks\n", name, side.width,
+            return refuse(EINVAL, "%s: %d x %d is not a whole number of blocks\n", name, side.width,
                           side.height);
         }
         frame.pitches[i] = int64_t{samples} / plane.blockWidth * plane.blockBytes;
@@ -60,7 +94,7 @@ int BlitEngine::checkPlane(const char* name, const JobSide& side, Frame& frame, 
     }
     const uint32_t declared = side.sizes[layout.sizeCount == 1 ? 0 : index];
     if (bytes > declared || frame.offsets.planes[i] + bytes > frame.buffer.size) {
-        return REFUSE(EINVAL, "%s: plane %d needs %lld bytes at %lld, has %u of a buffer of %lld\n",
+        return refuse(EINVAL, "%s: plane %d needs %lld bytes at %lld, has %u of a buffer of %lld\n",
                       name, index, static_cast<long long>(bytes),
                       static_cast<long long>(frame.offsets.planes[i]), declared,
                       static_cast<long long>(frame.buffer.size));
@@ -69,82 +103,151 @@ int BlitEngine::checkPlane(const char* name, const JobSide& side, Frame& frame, 
     frame.padding[i] = declared - bytes;
     const int64_t alignment = alignmentOf(layout);
     if (frame.pitches[i] % alignment != 0 || frame.offsets.planes[i] % alignment != 0) {
-        return REFUSE(EINVAL, "%s: plane %d is not aligned to its samples\n", name, index);
+        return refuse(EINVAL, "%s: plane %d is not aligned to its samples\n", name, index);
     }
     return 0;
 }
 
-int BlitEngine::checkSide(const char* name, const JobSide& side, Frame& frame) {
-    frame = {};
-    frame.layout = findLayout(side.color);
-    if (frame.layout == nullptr) {
-        return REFUSE(EINVAL, "%s: unknown color format 0x%08X\n", name, side.color);
-    }
+// Checks the sizes that the side declares for the whole frame.
+int checkSizes(const char* name, const JobSide& side, const Frame& frame) {
     const Layout& layout = *frame.layout;
-    frame.profile = findProfile(side.profile);
-    if (frame.profile == nullptr) {
-        return REFUSE(EINVAL, "%s: unknown color profile %u\n", name, side.profile);
-    }
-    struct stat status = {};
-    if (fstat(side.fd, &status) != 0) {
-        return REFUSE(EBADF, "%s: bad descriptor %d\n", name, side.fd);
-    }
-    frame.buffer = {side.fd, status.st_dev, status.st_ino, status.st_size};
     // This limit keeps rows of working memory small and every product below within 64 bits.
     constexpr int MAX_WIDTH = 1 << 20;
     if (side.width <= 0 || side.height <= 0 || side.width > MAX_WIDTH) {
-        return REFUSE(EINVAL, "%s: bad size %d x %d\n", name, side.width, side.height);
+        return refuse(EINVAL, "%s: bad size %d x %d\n", name, side.width, side.height);
     }
-    const int64_t yPitch = int64_t{layout.yPitch} * side.width / 2;
-    const int64_t uvPitch = int64_t{layout.uvPitch} * side.width / 2;
+    const int64_t yPitch = int64_t{layout.yPitchOfTwoPixels} * side.width / 2;
+    const int64_t uvPitch = int64_t{layout.uvPitchOfTwoPixels} * side.width / 2;
     if (side.yPitch < yPitch || side.uvPitch < uvPitch ||
         (!layout.planes[0].isLinear() && (side.yPitch != yPitch || side.uvPitch != uvPitch))) {
-        return REFUSE(EINVAL, "%s: bad pitches %d, %d\n", name, side.yPitch, side.uvPitch);
+        return refuse(EINVAL, "%s: bad pitches %d, %d\n", name, side.yPitch, side.uvPitch);
     }
     if (side.planeCount != static_cast<uint32_t>(layout.sizeCount)) {
-        return REFUSE(EINVAL, "%s: bad plane count %u\n", name, side.planeCount);
+        return refuse(EINVAL, "%s: bad plane count %u\n", name, side.planeCount);
     }
     const int64_t total = int64_t{side.sizes[0]} + side.sizes[1] + side.sizes[2];
     if (total > std::min<int64_t>(frame.buffer.size, INT_MAX)) {
-        return REFUSE(EINVAL, "%s: planes of %lld bytes in a buffer of %lld\n", name,
+        return refuse(EINVAL, "%s: planes of %lld bytes in a buffer of %lld\n", name,
                       static_cast<long long>(total), static_cast<long long>(frame.buffer.size));
-    }
-    frame.width = side.width;
-    frame.height = side.height;
-    frame.offsets = layout.offsets(side.width, side.height, side.sizes);
-    for (int i = 0; i < layout.planeCount; ++i) {
-        const int error = checkPlane(name, side, frame, i);
-        if (error != 0) {
-            return error;
-        }
     }
     return 0;
 }
 
+int checkSide(const char* name, const JobSide& side, Frame& frame) {
+    frame = {};
+    frame.layout = findLayout(side.color);
+    if (frame.layout == nullptr) {
+        return refuse(EINVAL, "%s: unknown color format 0x%08X\n", name, side.color);
+    }
+    frame.profile = findProfile(side.profile);
+    if (frame.profile == nullptr) {
+        return refuse(EINVAL, "%s: unknown color profile %u\n", name, side.profile);
+    }
+    struct stat status = {};
+    if (fstat(side.fd, &status) != 0) {
+        return refuse(EBADF, "%s: bad descriptor %d\n", name, side.fd);
+    }
+    frame.buffer = {side.fd, status.st_dev, status.st_ino, status.st_size};
+    frame.width = side.width;
+    frame.height = side.height;
+    int error = checkSizes(name, side, frame);
+    if (error == 0) {
+        frame.offsets = frame.layout->offsets(side.width, side.height, side.sizes);
+    }
+    for (int i = 0; error == 0 && i < frame.layout->planeCount; ++i) {
+        error = checkPlane(name, side, frame, i);
+    }
+    return error;
+}
+
+// True when the job computes samples, false when it only moves them.
+bool changesColors(const Frame& src, const Frame& dst) {
+    const LinearFormat format = src.layout->format;
+    return format != dst.layout->format || (isYuv(format) && src.profile != dst.profile);
+}
+
 // Checks what depends on both sides.
-int BlitEngine::checkPair(const Frame& src, const Frame& dst) {
+int checkPair(const Frame& src, const Frame& dst) {
     if (src.width != dst.width || src.height != dst.height) {
-        return REFUSE(EOPNOTSUPP, "scaling %d x %d to %d x %d is not supported\n", src.width,
+        return refuse(EOPNOTSUPP, "scaling %d x %d to %d x %d is not supported\n", src.width,
                       src.height, dst.width, dst.height);
     }
     if (src.buffer.device == dst.buffer.device && src.buffer.inode == dst.buffer.inode) {
-        return REFUSE(EINVAL, "source and destination are one buffer\n");
+        return refuse(EINVAL, "source and destination are one buffer\n");
     }
     const Layout& from = *src.layout;
     const Layout& to = *dst.layout;
     if (!to.isUnpacked() ||
         (changesColors(src, dst) && !canComputeSamples(from.format, to.format))) {
-        return REFUSE(EOPNOTSUPP, "converting 0x%08X to 0x%08X is not supported\n", from.code,
+        return refuse(EOPNOTSUPP, "converting 0x%08X to 0x%08X is not supported\n", from.code,
                       to.code);
     }
     return 0;
 }
 
-// True when the job computes samples, false when it only moves them.
-bool BlitEngine::changesColors(const Frame& src, const Frame& dst) {
-    const LinearFormat format = src.layout->format;
-    return format != dst.layout->format || (isYuv(format) && src.profile != dst.profile);
+// A job may declare a plane larger than its rows, as for P010 of an odd height. This clears what
+// follows the rows, so that every byte of the destination depends on the source alone.
+void clearPadding(const Frame& dst) {
+    for (size_t i = 0; i < static_cast<size_t>(dst.layout->planeCount); ++i) {
+        memset(dst.data + dst.offsets.planes[i] + dst.sizes[i], 0,
+               static_cast<size_t>(dst.padding[i]));
+    }
 }
+
+// Unpacks rows of a plane of the linear format, beginning with row top. index: the plane of the
+// layout that holds them; of separate planes of Cb and Cr, which are merged, the first one.
+void unpack(const Frame& src, int index, int top, int rowCount, Rows to) {
+    const LinearFormat format = src.layout->format;
+    const PlaneLayout& plane = src.layout->planes[index];
+    const int samples = plane.samplesPerRow(format, src.width);
+    switch (plane.component) {
+        case Component::NONE:
+            break;
+        case Component::RGB:
+        case Component::LUMA:
+        case Component::CBCR:
+            unpackPlane(plane, sampleBytesOf(format), src.rows(index, top), samples, rowCount, to);
+            break;
+        case Component::CB:
+        case Component::CR:
+            mergeChroma(src.rows(src.layout->cbPlane(), top), src.rows(src.layout->crPlane(), top),
+                        samples, rowCount, to);
+            // The pairs of an odd width leave the last byte of the row; it gets the neutral value.
+            for (int row = 0; src.width % 2 != 0 && row < rowCount; ++row) {
+                to.data[row * to.pitch + src.width - 1] = 128;
+            }
+            break;
+    }
+}
+
+// Unpacks straight into the destination.
+void copyStrip(const Frame& src, const Frame& dst, int top, const Strip& strip) {
+    unpack(src, 0, top, strip.lines, dst.rows(0, top));
+    if (strip.chromaRows > 0) {
+        const int chromaTop = chromaRowOf(top, src.height / 2);
+        unpack(src, 1, chromaTop, strip.chromaRows, dst.rows(1, chromaTop));
+    }
+}
+
+// Returns rows of a plane of the linear format: the source's own where they are stored so, else
+// rows that it unpacks to memory.
+ConstRows linearRows(const Frame& src, int index, int top, int rowCount,
+                     std::vector<uint8_t>& memory) {
+    if (rowCount == 0) {
+        return {};
+    }
+    const PlaneLayout& plane = src.layout->planes[index];
+    if (plane.isUnpacked()) {
+        return src.rows(index, top);
+    }
+    const ptrdiff_t pitch = ptrdiff_t{src.width} * bytesOf(src.layout->format);
+    memory.resize(static_cast<size_t>(pitch * rowCount));
+    const Rows unpacked = {memory.data(), pitch};
+    unpack(src, index, top, rowCount, unpacked);
+    return unpacked;
+}
+
+}  // namespace
 
 int BlitEngine::run(const JobSide& src, const JobSide& dst) {
     Frame from;
@@ -155,25 +258,17 @@ int BlitEngine::run(const JobSide& src, const JobSide& dst) {
     if (error != 0) {
         return error;
     }
-    try {
-        return mapAndConvert(from, to);
-    } catch (const std::bad_alloc&) {
-        return REFUSE(ENOMEM, "no memory for a strip of %d pixels\n", from.width);
+    const BufferMapping srcMapping(from.buffer, false);
+    const BufferMapping dstMapping(to.buffer, true);
+    from.data = srcMapping.data();
+    to.data = dstMapping.data();
+    if (from.data == nullptr || to.data == nullptr) {
+        error = errno;
+        return refuse(error, "failed to map the buffers, %s\n", strerror(error));
     }
-}
-
-int BlitEngine::mapAndConvert(Frame& src, Frame& dst) {
-    const BufferMapping srcMapping(src.buffer, false);
-    const BufferMapping dstMapping(dst.buffer, true);
-    src.data = srcMapping.data();
-    dst.data = dstMapping.data();
-    if (src.data == nullptr || dst.data == nullptr) {
-        const int error = errno;
-        return REFUSE(error, "failed to map the buffers, %s\n", strerror(error));
-    }
-    warnOfCompression(src);
-    convert(src, dst);
-    clearPadding(dst);
+    warnOfCompression(from);
+    convert(from, to);
+    clearPadding(to);
     return 0;
 }
 
@@ -195,15 +290,6 @@ void BlitEngine::warnOfCompression(const Frame& src) {
             "%s: the blocks are most likely compressed, which only the device reads; the picture "
             "will look like noise\n",
             src.layout->compressed);
-    }
-}
-
-// A job may declare a plane larger than its rows, as for P010 of an odd height. This clears what
-// follows the rows, so that every byte of the destination depends on the source alone.
-void BlitEngine::clearPadding(const Frame& dst) {
-    for (size_t i = 0; i < static_cast<size_t>(dst.layout->planeCount); ++i) {
-        memset(dst.data + dst.offsets.planes[i] + dst.sizes[i], 0,
-               static_cast<size_t>(dst.padding[i]));
     }
 }
 
@@ -229,63 +315,6 @@ void BlitEngine::convert(const Frame& src, const Frame& dst) {
             copyStrip(src, dst, top, strip);
         }
     }
-}
-
-Rows BlitEngine::Frame::rows(int plane, int row) const {
-    const auto i = static_cast<size_t>(plane);
-    const int blockRow = row / layout->planes[plane].blockHeight;
-    return {data + offsets.planes[i] + blockRow * pitches[i], static_cast<ptrdiff_t>(pitches[i])};
-}
-
-// Unpacks rows of a plane of the linear format, beginning with row top. index: the plane of the
-// layout that holds them; of separate planes of Cb and Cr, which are merged, the first one.
-void BlitEngine::unpack(const Frame& src, int index, int top, int rowCount, Rows to) {
-    const LinearFormat format = src.layout->format;
-    const PlaneLayout& plane = src.layout->planes[index];
-    const int samples = plane.samplesPerRow(format, src.width);
-    switch (plane.component) {
-        case Component::RGB:
-        case Component::LUMA:
-        case Component::CBCR:
-            unpackPlane(plane, sampleBytesOf(format), src.rows(index, top), samples, rowCount, to);
-            break;
-        case Component::CB:
-        case Component::CR:
-            mergeChroma(src.rows(src.layout->cbPlane(), top), src.rows(src.layout->crPlane(), top),
-                        samples, rowCount, to);
-            // The pairs of an odd width leave the last byte of the row; it gets the neutral value.
-            for (int row = 0; src.width % 2 != 0 && row < rowCount; ++row) {
-                to.data[row * to.pitch + src.width - 1] = 128;
-            }
-            break;
-    }
-}
-
-// Unpacks straight into the destination.
-void BlitEngine::copyStrip(const Frame& src, const Frame& dst, int top, const Strip& strip) {
-    unpack(src, 0, top, strip.lines, dst.rows(0, top));
-    if (strip.chromaRows > 0) {
-        const int chromaTop = chromaRowOf(top, src.height / 2);
-        unpack(src, 1, chromaTop, strip.chromaRows, dst.rows(1, chromaTop));
-    }
-}
-
-// Returns rows of a plane of the linear format: the source's own where they are stored so, else
-// rows that it unpacks to memory.
-ConstRows BlitEngine::linearRows(const Frame& src, int index, int top, int rowCount,
-                                 std::vector<uint8_t>& memory) {
-    if (rowCount == 0) {
-        return {};
-    }
-    const PlaneLayout& plane = src.layout->planes[index];
-    if (plane.isUnpacked()) {
-        return src.rows(index, top);
-    }
-    const ptrdiff_t pitch = ptrdiff_t{src.width} * bytesOf(src.layout->format);
-    memory.resize(static_cast<size_t>(pitch * rowCount));
-    const Rows unpacked = {memory.data(), pitch};
-    unpack(src, index, top, rowCount, unpacked);
-    return unpacked;
 }
 
 void BlitEngine::convertStrip(const Frame& src, const Frame& dst, int top, const Strip& strip,

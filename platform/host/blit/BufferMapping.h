@@ -1,6 +1,8 @@
 // Access to the bytes of a device buffer while a job runs.
 #pragma once
 
+#include <sys/mman.h>
+
 #include <cstddef>
 #include <cstdint>
 
@@ -13,8 +15,23 @@ namespace host {
 // would be counted twice. Otherwise it maps the buffer until destruction.
 class BufferMapping {
   public:
-    BufferMapping(const BufferId& buffer, bool writable);
-    ~BufferMapping();
+    BufferMapping(const BufferId& buffer, bool writable)
+        : mData(findMapping(buffer, writable)), mSize(static_cast<size_t>(buffer.size)) {
+        if (mData != nullptr) {
+            return;
+        }
+        const int protection = writable ? PROT_READ | PROT_WRITE : PROT_READ;
+        void* address = mmap(nullptr, mSize, protection, MAP_SHARED, buffer.fd, 0);
+        if (address != MAP_FAILED) {
+            mData = static_cast<uint8_t*>(address);
+            mOwned = true;
+        }
+    }
+    ~BufferMapping() {
+        if (mOwned) {
+            munmap(mData, mSize);
+        }
+    }
     BufferMapping(const BufferMapping&) = delete;
     BufferMapping& operator=(const BufferMapping&) = delete;
 

@@ -1,4 +1,5 @@
 // KERNEL marks a function that gets one version per level of the processor (SSE2, AVX2, AVX-512).
+// With SSE2 alone, the loops of color transforms take 2 to 3.5 times as long as with AVX-512.
 #pragma once
 
 // The function that selects the version runs before a sanitizer is initialized, so builds with one

@@ -59,7 +59,7 @@ Offsets lumo12(int64_t width, int64_t height, const uint32_t* /*sizes*/) {
     return lumo(width * height, 6 * width * height / 4);
 }
 
-constexpr PlaneLayout NONE = {Component::RGB, Packing::LINEAR};
+constexpr PlaneLayout NONE = {Component::NONE, Packing::LINEAR};
 constexpr PlaneLayout RGB = {Component::RGB, Packing::LINEAR};
 constexpr PlaneLayout LUMA = {Component::LUMA, Packing::LINEAR};
 constexpr PlaneLayout CBCR = {Component::CBCR, Packing::LINEAR};
@@ -117,7 +117,7 @@ constexpr bool canUnpack(const PlaneLayout& plane, LinearFormat format) {
     }
     switch (plane.packing) {
         case Packing::LINEAR:
-            return plane.isUnpacked();
+            return true;
         case Packing::BLOCKS_8:
             return bytes && (width == 8 || width == 16 || width == 64);
         case Packing::BLOCKS_10:
@@ -143,6 +143,19 @@ constexpr bool canUnpackAll() {
     return true;
 }
 static_assert(canUnpackAll(), "Unpack.cpp cannot unpack a layout of the table");
+
+constexpr bool allBlocksHoldTheirSamples() {
+    for (const Layout& layout : LAYOUTS) {
+        for (const PlaneLayout& plane : layout.planes) {
+            const int bits = plane.blockWidth * plane.blockHeight * bitsOf(plane.packing);
+            if (plane.blockOffset * 8 + bits > plane.blockBytes * 8) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+static_assert(allBlocksHoldTheirSamples(), "a block of the table has fewer bytes than samples");
 
 }  // namespace
 

@@ -33,13 +33,20 @@ constexpr int bitsOf(LinearFormat format) { return format == LinearFormat::YUV42
 // every layout.
 constexpr int STRIP_LINES = 32;
 
-// What the samples of a plane are. CBCR: Cb and Cr alternate. CB and CR come as a pair of planes.
-enum class Component { RGB, LUMA, CBCR, CB, CR };
+// What the samples of a plane are. NONE: the layout has no such plane. CBCR: Cb and Cr alternate.
+// CB and CR come as a pair of planes.
+enum class Component { NONE, RGB, LUMA, CBCR, CB, CR };
 
 // How the samples of a plane are stored: in rows, each sample as in the linear format, or in
 // blocks, line by line. A sample in a block has 8, 10 or 12 bits, packed little-endian without
 // gaps.
 enum class Packing { LINEAR, BLOCKS_8, BLOCKS_10, BLOCKS_12 };
+
+// Bits of a sample in a block.
+constexpr int bitsOf(Packing packing) {
+    constexpr int BITS[] = {0, 8, 10, 12};
+    return BITS[static_cast<int>(packing)];
+}
 
 struct PlaneLayout {
     Component component;
@@ -53,6 +60,8 @@ struct PlaneLayout {
     // Samples in a row of a frame that is width pixels wide.
     int samplesPerRow(LinearFormat format, int width) const {
         switch (component) {
+            case Component::NONE:
+                return 0;
             case Component::RGB:
                 return width * bytesOf(format);
             case Component::LUMA:
@@ -67,6 +76,8 @@ struct PlaneLayout {
     // Rows of the plane in a frame of height lines.
     int rows(int height) const {
         switch (component) {
+            case Component::NONE:
+                return 0;
             case Component::RGB:
             case Component::LUMA:
                 return height;
@@ -108,10 +119,10 @@ struct Layout {
     int planeCount;
     PlaneLayout planes[MAX_PLANES];
     int sizeCount;  // plane sizes that a job passes; 1: one size for all planes together
-    // Pitches that a job passes, in half bytes per pixel of width: the minimum for linear planes,
-    // the exact value for blocks.
-    int yPitch;
-    int uvPitch;
+    // Pitches that a job passes, in bytes for two pixels of the width: the minimum for linear
+    // planes, the exact value for blocks.
+    int yPitchOfTwoPixels;
+    int uvPitchOfTwoPixels;
     // sizes: bytes of each plane, as the job passes them.
     Offsets (*offsets)(int64_t width, int64_t height, const uint32_t* sizes);
     const char* compressed;  // name of a format that the device compresses; null for others

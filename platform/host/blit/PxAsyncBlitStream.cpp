@@ -65,9 +65,8 @@ struct PxAsyncBlitStream::State {
 
     // Records a call that is accepted (status 0) and logs one that is refused.
     int record(Call call, const char* name, int status) {
-        if (status == 0) {
-            accepted.set(call);
-        } else {
+        accepted.set(call, status == 0);
+        if (status != 0) {
             logRefusal(name);
         }
         return status;

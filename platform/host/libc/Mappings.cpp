@@ -62,12 +62,14 @@ namespace host {
 
 uint8_t* findMapping(const BufferId& buffer, bool writable) {
     const int wanted = writable ? PROT_READ | PROT_WRITE : PROT_READ;
-    const auto* found = std::find_if(mappings.begin(), mappings.end(), [&](const Mapping& mapping) {
-        return mapping.device == buffer.device && mapping.inode == buffer.inode &&
-               mapping.size >= static_cast<size_t>(buffer.size) &&
-               (mapping.protection & wanted) == wanted;
-    });
-    return found == mappings.end() ? nullptr : found->start;
+    for (const Mapping& mapping : mappings) {
+        if (mapping.device == buffer.device && mapping.inode == buffer.inode &&
+            mapping.size >= static_cast<size_t>(buffer.size) &&
+            (mapping.protection & wanted) == wanted) {
+            return mapping.start;
+        }
+    }
+    return nullptr;
 }
 
 }  // namespace host
