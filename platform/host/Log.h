@@ -3,8 +3,8 @@
 
 namespace host {
 
-// The text of the latest log entry, as one line; empty if there is none yet. The next entry replaces
-// it.
+// The text of the latest log entry, as one line; empty if there is none yet. The next entry
+// replaces it.
 const char* lastLogEntry();
 
 }  // namespace host
