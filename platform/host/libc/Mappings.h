@@ -1,7 +1,8 @@
 // Knows where the process has device buffers mapped, so that the blit engine can use the owner's
 // mapping (blit/BufferMapping.h says why). The linker directs the process's calls of mmap and
-// munmap to Mappings.cpp, which records buffers and maps them with huge pages: conversions of
-// single frames then take half the time.
+// munmap to Mappings.cpp, which records buffers and maps them with huge pages. Without it a folder
+// of single frames takes two to six times as long. An engine that keeps its mappings from job to
+// job, and a pool of buffers that owns mappings, were tried and take almost twice as long.
 #pragma once
 
 #include <sys/types.h>
