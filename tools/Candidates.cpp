@@ -172,8 +172,8 @@ class Collection {
 // Scores readings of one file. likelySizes: those that its name or options give.
 class Ranking {
   public:
-    Ranking(FrameScorer& scorer, const std::vector<FrameSize>& likelySizes)
-        : mScorer(scorer), mLikelySizes(likelySizes) {}
+    Ranking(FrameScorer& scorer, std::vector<FrameSize> likelySizes)
+        : mScorer(scorer), mLikelySizes(std::move(likelySizes)) {}
 
     // Returns the best readings, the best first, at most count and the named one. Readings that
     // can't be scored are left out.

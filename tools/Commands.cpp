@@ -1,6 +1,7 @@
 #include "Commands.h"
 
 #include "Text.h"
+#include "blit/Layout.h"
 #include "color/Catalogue.h"
 #include "driver/FileConversion.h"
 
@@ -50,16 +51,7 @@ std::string showCommandFor(const Reading& reading, const std::string& path,
 }
 
 const char* pixelFormatOf(Color::ColorFormat format) {
-    switch (Color::getDefaultOutputFormat(format)) {
-        case Color::RGB888:
-            return "rgb24";
-        case Color::RGBA8888:
-            return "rgba";
-        case Color::RGBA1010102:
-            return "x2bgr10le";
-        case Color::P010:
-            return "p010le";
-        default:
-            return "nv12";
-    }
+    // In the order of host::LinearFormat.
+    constexpr const char* NAMES[] = {"rgb24", "rgba", "x2bgr10le", "nv12", "p010le"};
+    return NAMES[static_cast<int>(host::findLayout(colorFormatInfo(format).pxColor)->format)];
 }

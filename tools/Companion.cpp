@@ -17,6 +17,9 @@
 
 namespace {
 
+constexpr int FIRST_LONG = 256;  // the letters of options that have none begin here
+enum { HELP = 1000, VERSION };
+
 // The letters and digits of a name, in lower case.
 std::string simplified(const std::string& name) {
     std::string letters;
@@ -28,18 +31,15 @@ std::string simplified(const std::string& name) {
     return letters;
 }
 
-// Says that no row of the table has the name, and which one was likely meant or which there are:
-// the name that has the same letters, or else the first one that begins as the value does.
+// Says that no row of the table has the name, and which one has the same letters, or which there
+// are.
 template <typename Table>
 std::string describeUnknown(const char* what, const std::string& value, const Table& table) {
     const std::string wanted = simplified(value);
     std::string all;
     std::string likely;
     for (const auto& row : table) {
-        const std::string known = simplified(row.name);
-        const size_t common = std::min(known.size(), wanted.size());
-        if (known == wanted ||
-            (likely.empty() && common > 2 && known.substr(0, common) == wanted.substr(0, common))) {
+        if (simplified(row.name) == wanted) {
             likely = row.name;
         }
         all += (all.empty() ? "" : ", ") + std::string(row.name);
@@ -59,28 +59,31 @@ Companion::Companion(const char* name, const char* usage, int wrongStatus)
 
 std::vector<std::string> Companion::parseOptions(int argc, char* argv[],
                                                  const std::vector<OptionRow>& rows) const {
-    enum { HELP = 1000, VERSION };
-    std::vector<option> options = {{"help", no_argument, nullptr, HELP},
-                                   {"version", no_argument, nullptr, VERSION}};
+    std::vector<option> options;
     std::string letters;
-    for (const OptionRow& row : rows) {
+    const auto add = [&](const OptionRow& row) {
         options.push_back({row.name, row.takesValue ? 1 : 0, nullptr, row.letter});
-        if (row.letter < 256) {
+        if (row.letter < FIRST_LONG) {
             letters += static_cast<char>(row.letter);
             letters += row.takesValue ? ":" : "";
         }
-    }
+    };
+    std::vector<OptionRow> all = rows;
+    const auto print = [this](const std::string& text) {
+        fputs(text.c_str(), stdout);
+        exit(finish(0));
+    };
+    all.push_back({"help", HELP, false, [&](const char*) { print(mUsage); }});
+    all.push_back({"version", VERSION, false,
+                   [&](const char*) { print(concat(mName, " " VEX_VERSION "\n")); }});
+    std::for_each(all.begin(), all.end(), add);
     options.push_back({});
     int letter = 0;
     while ((letter = getopt_long(argc, argv, letters.c_str(), options.data(), nullptr)) != -1) {
-        if (letter == HELP || letter == VERSION) {
-            printf("%s", letter == HELP ? mUsage : concat(mName, " " VEX_VERSION "\n").c_str());
-            exit(finish(0));
-        }
-        const auto row = std::find_if(rows.begin(), rows.end(), [letter](const OptionRow& option) {
+        const auto row = std::find_if(all.begin(), all.end(), [letter](const OptionRow& option) {
             return option.letter == letter;
         });
-        if (row == rows.end()) {
+        if (row == all.end()) {
             fputs(mUsage, stderr);
             exit(mWrongStatus);
         }

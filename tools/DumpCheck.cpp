@@ -310,9 +310,25 @@ void checkOutput(const std::string& folder, const std::string& output, bool isRa
     }
 }
 
+// The dumps that have an output of each name.
+using Writers = std::map<std::string, std::vector<const DumpCheck*>>;
+
+// Says that another dump has one of the dump's outputs too.
+void checkSharing(const Writers& writers, DumpCheck& dump) {
+    for (const std::string& output : dump.outputs) {
+        const auto& sharers = writers.at(output);
+        if (sharers.size() > 1) {
+            dump.add(Verdict::APPENDS, "The output ", output, " would be written for ",
+                     sharers[&dump == sharers[0] ? 1 : 0]->path,
+                     " too: give each an output folder of its own.");
+            return;
+        }
+    }
+}
+
 // Says which outputs can't be written, are there already, or are written for two dumps.
 void checkOutputs(std::vector<DumpCheck>& dumps, const std::string& folder) {
-    std::map<std::string, std::vector<const DumpCheck*>> writers;
+    Writers writers;
     for (const DumpCheck& dump : dumps) {
         for (const std::string& output : dump.outputs) {
             writers[output].push_back(&dump);
@@ -333,15 +349,7 @@ void checkOutputs(std::vector<DumpCheck>& dumps, const std::string& folder) {
         if (dump.verdict() != Verdict::NOTHING) {
             checkOutput(folder, dump.outputs.back(), dump.outputs.size() == 1, dump);
         }
-        for (const std::string& output : dump.outputs) {
-            const auto& sources = writers[output];
-            if (sources.size() > 1) {
-                dump.add(Verdict::APPENDS, "The output ", output, " would be written for ",
-                         sources[&dump == sources[0] ? 1 : 0]->path,
-                         " too: give each an output folder of its own.");
-                break;
-            }
-        }
+        checkSharing(writers, dump);
     }
 }
 

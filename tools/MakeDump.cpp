@@ -56,20 +56,11 @@ struct Options {
 };
 
 const host::Layout& layoutOf(ColorConvert::ColorFormat format) {
-    const host::Layout* layout = host::findLayout(colorFormatInfo(format).pxColor);
-    if (layout == nullptr) {
-        program().fail(concat("the blit engine knows no layout of ", colorFormatInfo(format).name));
-    }
-    return *layout;
+    return *host::findLayout(colorFormatInfo(format).pxColor);
 }
 
 const host::Profile& profileOf(ColorConvert::ColorSpace space) {
-    const ColorSpaceInfo& info = colorSpaceInfos[static_cast<size_t>(space)];
-    const host::Profile* profile = host::findProfile(info.pxProfile);
-    if (profile == nullptr) {
-        program().fail(concat("the blit engine knows no profile of ", info.name));
-    }
-    return *profile;
+    return *host::findProfile(colorSpaceInfos[static_cast<size_t>(space)].pxProfile);
 }
 
 Options parseOptions(int argc, char* argv[]) {
@@ -240,6 +231,7 @@ void writeDump(const Options& options) {
                                      : ColorConvert::getSeparateSize(width, height, options.format);
     // A set of part files for each frame, or one file for all.
     std::vector<DumpName> names;
+    names.reserve(static_cast<size_t>(source.frames()));
     for (int i = 0; i < (parts.empty() ? 1 : source.frames()); ++i) {
         names.push_back(nameDump(options.folder, options.format, options.width, options.height,
                                  !parts.empty(), i));

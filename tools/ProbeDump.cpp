@@ -163,10 +163,10 @@ class Prober {
         if (!search.failure.empty()) {
             dump.add(Verdict::WRONG, "The samples can't be looked at: ", search.failure, ".");
         }
-        const auto isBlank = [&](const Reading& reading) {
-            return reading.isTransparent && (reading.named || &reading == &search.readings[0]);
-        };
-        if (std::any_of(search.readings.begin(), search.readings.end(), isBlank)) {
+        const auto& readings = search.readings;
+        if (std::any_of(readings.begin(), readings.end(), [&](const Reading& reading) {
+                return reading.isTransparent && (reading.named || !dump.hasReading());
+            })) {
             dump.notes.emplace_back(
                 "Alpha is 0 in all pixels that were read, so viewers may show an empty picture. "
                 "The pictures that --pictures writes are opaque.");
@@ -202,9 +202,8 @@ class Prober {
         search.doubted = named.frameSize > 0 && search.isClear;
         if (!search.tried) {
             dump.notes.emplace_back(
-                "No size was tried, because the file is too small for all of those in use, or none "
-                "of "
-                "them has the given width or height: give -w and -h.");
+                "No size was tried. The file is too small for those in use, or none of them has "
+                "the given width or height: give -w and -h.");
         } else if (search.readings.empty()) {
             dump.notes.emplace_back(
                 "The samples do not tell the format: they all have one value, or look like noise.");
@@ -274,20 +273,16 @@ int main(int argc, char* argv[]) {
     for (const auto& inputs : splitIntoRuns(options.tool.inputPaths)) {
         Run run = checkRun(inputs, options.tool);
         for (DumpCheck& dump : run.dumps) {
-            Search search;
-            if (!options.writtenFolder.empty()) {
+            const bool isAfterRun = !options.writtenFolder.empty();
+            if (isAfterRun) {
                 checkWrittenOutputs(dump, options.writtenFolder);
-            } else {
-                search = prober.probe(dump);
             }
-            const Report report = {dump, search, conversion, run.outputFolder,
-                                   !options.writtenFolder.empty()};
+            const Search search = isAfterRun ? Search() : prober.probe(dump);
             if (options.json) {
                 fputs(std::exchange(separator, ",\n"), stdout);
-                printJson(report);
-            } else {
-                printText(report);
             }
+            const auto print = options.json ? printJson : printText;
+            print({dump, search, conversion, run.outputFolder, isAfterRun});
             allConvert = allConvert && dump.verdict() == Verdict::CONVERTS;
         }
     }
