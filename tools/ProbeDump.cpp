@@ -256,6 +256,27 @@ class Prober {
     std::map<std::tuple<int, int, int, int, int64_t>, int> mRightOfKind;
 };
 
+// Prints what is to be said of each dump of a run. Returns true if all convert, or after a run if
+// all outputs are whole. separator: what comes before the next object of JSON.
+bool reportRun(Run run, const Options& options, Prober& prober, const char*& separator) {
+    const Conversion conversion = {options.tool.outputPath, !options.pictureFolder.empty()};
+    const bool isAfterRun = !options.writtenFolder.empty();
+    bool allConvert = true;
+    for (DumpCheck& dump : run.dumps) {
+        if (isAfterRun) {
+            checkWrittenOutputs(dump, options.writtenFolder);
+        }
+        const Search search = isAfterRun ? Search() : prober.probe(dump);
+        if (options.json) {
+            fputs(std::exchange(separator, ",\n"), stdout);
+        }
+        const auto print = options.json ? printJson : printText;
+        print({dump, search, conversion, run.outputFolder, isAfterRun});
+        allConvert = allConvert && dump.verdict() == Verdict::CONVERTS;
+    }
+    return allConvert;
+}
+
 }  // namespace
 
 int main(int argc, char* argv[]) {
@@ -266,25 +287,11 @@ int main(int argc, char* argv[]) {
         std::error_code error;
         std::filesystem::create_directories(options.pictureFolder, error);
     }
-    const Conversion conversion = {options.tool.outputPath, !options.pictureFolder.empty()};
     Prober prober(options);
     bool allConvert = true;
     const char* separator = "[";
     for (const auto& inputs : splitIntoRuns(options.tool.inputPaths)) {
-        Run run = checkRun(inputs, options.tool);
-        for (DumpCheck& dump : run.dumps) {
-            const bool isAfterRun = !options.writtenFolder.empty();
-            if (isAfterRun) {
-                checkWrittenOutputs(dump, options.writtenFolder);
-            }
-            const Search search = isAfterRun ? Search() : prober.probe(dump);
-            if (options.json) {
-                fputs(std::exchange(separator, ",\n"), stdout);
-            }
-            const auto print = options.json ? printJson : printText;
-            print({dump, search, conversion, run.outputFolder, isAfterRun});
-            allConvert = allConvert && dump.verdict() == Verdict::CONVERTS;
-        }
+        allConvert &= reportRun(checkRun(inputs, options.tool), options, prober, separator);
     }
     if (options.json) {
         puts("]");
