@@ -94,7 +94,8 @@ class Collection {
             (mKnown.height == 0 || mKnown.height == reading.size.height) && reading.frameSize > 0 &&
             mFileSize >= reading.frameSize / 2 && mSeen.count(idOf(reading.twin)) == 0 &&
             mSeen.insert(idOf(reading.format)).second) {
-            (reading.cutOff ? mCutOff : mWhole).push_back(reading);
+            mFills = mFills || !reading.cutOff;
+            (reading.cutOff && !reading.named ? mCutOff : mFirst).push_back(reading);
         }
     }
 
@@ -120,14 +121,15 @@ class Collection {
 
     const std::vector<Color::ColorFormat>& formats() const { return mFormats; }
 
-    // Takes the readings whose frames fill the file and that were not taken before.
-    Readings takeWhole() { return std::exchange(mWhole, {}); }
+    // Takes the readings that were not taken before: those whose frames fill the file, and the
+    // named one.
+    Readings take() { return std::exchange(mFirst, {}); }
 
-    // The readings that are cut off.
+    // The others, which are cut off.
     const Readings& cutOff() const { return mCutOff; }
 
     bool tried() const { return !mSeen.empty(); }
-    bool fills() const { return mSeen.size() > mCutOff.size(); }
+    bool fills() const { return mFills; }
 
   private:
     // Adds the sizes of frames of that many bytes.
@@ -165,8 +167,9 @@ class Collection {
     const CommandLineOptions mKnown;
     std::vector<Color::ColorFormat> mFormats;
     std::set<std::tuple<Color::ColorFormat, int, int>> mSeen;  // formats and aligned sizes
-    Readings mWhole;
+    Readings mFirst;
     Readings mCutOff;
+    bool mFills = false;
 };
 
 // Scores readings of one file. likelySizes: those that its name or options give.
@@ -311,19 +314,19 @@ Search searchReadings(const std::string& path, const CommandLineOptions& known,
     readings.addSizes(likelySizes);
     readings.addSizes(SIZES);
     // Few lines are enough to find the best readings; many decide between them.
-    Readings best = ranking.best(readings.takeWhole(), ScoredLines::FEW, KEPT);
+    Readings best = ranking.best(readings.take(), ScoredLines::FEW, KEPT);
     if (!best.empty()) {
         for (const FrameSize& size : variantsOf(best[0].size)) {
             readings.add(makeReading(file.size(), best[0].format, size));
         }
-        append(best, readings.takeWhole());
+        append(best, readings.take());
         best = ranking.best(best, ScoredLines::MANY, KEPT);
     }
     if (!isClear(best) || best[0].score > PICTURE || !ranking.isUsual(best[0])) {
         Readings more;
         for (const Color::ColorFormat format : readings.formats()) {
             readings.addSizesThatFill(format);
-            append(more, ranking.best(readings.takeWhole(), ScoredLines::LEAST, KEPT));
+            append(more, ranking.best(readings.take(), ScoredLines::LEAST, KEPT));
         }
         append(best, ranking.best(more, ScoredLines::FEW, KEPT));
         append(best, ranking.best(readings.cutOff(), ScoredLines::FEW, KEPT));
@@ -344,7 +347,7 @@ Search checkReading(const std::string& path, const Reading& named) {
     readings.add(named);
     readings.addSizes(variantsOf(named.size));
     readings.addSizes(SIZES);
-    Readings best = ranking.best(readings.takeWhole(), ScoredLines::LEAST, KEPT);
+    Readings best = ranking.best(readings.take(), ScoredLines::LEAST, KEPT);
     best = ranking.best(best, ScoredLines::FEW, KEPT);
     const auto found = std::find_if(best.begin(), best.end(),
                                     [](const Reading& reading) { return reading.named; });
