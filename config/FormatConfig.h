@@ -71,8 +71,8 @@ class FormatConfig {
     std::string cHeaderFile;
 };
 
-// The rules in use, in the order in which they are tried; empty until they are loaded. They belong
-// to the driver.
+// The rules in use, in the order in which they are tried; empty until they are loaded. The
+// driver defines them, in driver/FileJob.cpp.
 extern std::vector<FormatConfig> formatConfigs;
 
 // A copy of the first rule in use that decodes the path, with what it found.

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <new>
 
-// From now on an operator new without memory ends the process with this message and status 1.
+// From now on the process ends with this message and status 1 when operator new finds no memory.
 inline void exitWhenOutOfMemory() {
     std::set_new_handler([] {
         fflush(stdout);

@@ -36,9 +36,9 @@ void useHugePages(int file, size_t size) {
     }
 }
 
-// Opens the file once more, for the buffer's owner. While the owner has it open the system grants
-// no lease, by which the pool below knows that the buffer is in use; memfd_create doesn't count as
-// opening.
+// Opens the file once more, for the buffer's owner, because memfd_create doesn't count as opening.
+// While the owner has it open, the system grants no lease on the file. By that the pool below knows
+// that the buffer is in use.
 int reopen(int file) {
     const std::string path = "/proc/self/fd/" + std::to_string(file);
     const int opened = resultOf(open(path.c_str(), O_RDWR | O_CLOEXEC));
@@ -68,8 +68,8 @@ int createFile(const char* name, size_t size) {
 
 // Keeps the files of the latest buffers, as many as a conversion uses, and hands them out again for
 // buffers of the same size, with the bytes that they hold. With new memory for each file, a folder
-// of single frames takes three times as long. A file in the pool is idle when nobody has it open or mapped; only then does the
-// system grant a lease to write it.
+// of single frames takes three times as long. A file in the pool is idle when nobody has it open or
+// mapped; only then does the system grant a lease to write it.
 class BufferPool {
   public:
     static constexpr int NONE = -1;

@@ -11,7 +11,7 @@ struct FakePlatform {
     std::string log;                  // lines as the tool formats them
     std::multiset<std::string> held;  // descriptors, handles, mappings, allocators, streams
     bool ion = false;
-    int failNth = 0;             // number, from 1 on, of the call that fails; 0 for none
+    int failNth = 0;             // which of the calls that can fail does, from 1 on; 0: none
     std::string failCall;        // name of the calls that fail
     std::string failed;          // name of the call that failed last
     int canFail = 0;             // number of calls so far that could have failed

@@ -194,8 +194,8 @@ void clearPadding(const Frame& dst) {
     }
 }
 
-// Unpacks rows of a plane of the linear format, beginning with row top. index: the plane of the
-// layout that holds them; of separate planes of Cb and Cr, which are merged, the first one.
+// Unpacks rows of one of the source's planes, from row top on, to rows of its linear format. index:
+// the number of the plane. Planes of Cb and Cr are merged; index is then that of the first one.
 void unpack(const Frame& src, int index, int top, int rowCount, Rows to) {
     const LinearFormat format = src.layout->format;
     const PlaneLayout& plane = src.layout->planes[index];
@@ -229,8 +229,8 @@ void copyStrip(const Frame& src, const Frame& dst, int top, const Strip& strip) 
     }
 }
 
-// Returns rows of a plane of the linear format: the source's own where they are stored so, else
-// rows that it unpacks to memory.
+// Returns rows of one of the source's planes, from row top on, in its linear format. If they are
+// stored so, these are the source's own rows; otherwise it unpacks them to memory.
 ConstRows linearRows(const Frame& src, int index, int top, int rowCount,
                      std::vector<uint8_t>& memory) {
     if (rowCount == 0) {

@@ -34,7 +34,7 @@ KERNEL_INLINE int32_t shiftAndClamp(int32_t sum, int32_t max) {
 // pair serves both of its pixels. Sample by sample, color spaces would take 1.56 times as long.
 template <typename Sample>
 struct PairOf {
-    static constexpr bool WORDS = sizeof(Sample) == 2;  // of 10 bits, the highest of 16
+    static constexpr bool WORDS = sizeof(Sample) == 2;  // 10 bits, the highest of 16; else bytes
     using Word = std::conditional_t<WORDS, uint32_t, uint16_t>;
     static constexpr int UNUSED = WORDS ? 6 : 0;   // lowest bits of a sample
     static constexpr int SECOND = WORDS ? 22 : 8;  // lowest bit in use of the second sample
