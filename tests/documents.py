@@ -8,7 +8,6 @@ import re
 import subprocess
 import sys
 import tempfile
-from fractions import Fraction
 
 import jsonschema
 
@@ -35,13 +34,9 @@ def tables(name):
     return [[[cell.strip() for cell in row.split("|")[1:-1]] for row in table.splitlines()[2:]] for table in found]
 
 
-def bytes_of(area, row, width, height):
-    """The bytes that the row of an area gives, in a frame of the format whose row this is."""
-    bits, extra, multiple = Fraction(area[2]), int(area[3] or 0), int(area[4] or 1)
-    width, height = (up(size, int(step)) for size, step in zip((width, height), row[1].split(" × ")))
-    if area[:2] == ["YV12", "chroma"]:  # the page says so in a sentence
-        width = up(width, 32)
-    return up(width * height * bits / 8 + extra, multiple)
+def value_of(formula, size):
+    """The value of a formula on the page, for an aligned width and height."""
+    return eval(formula.strip("`"), {"w": size[0], "h": size[1], "up": up})
 
 
 def formats_are_listed():
@@ -50,25 +45,65 @@ def formats_are_listed():
     allowed = schema["definitions"]["colorFormat"]["enum"]
     assert allowed == names, f"the schema's color formats: {set(allowed) ^ set(names)}"
     facts = [row.split() for row in text("tests/data/formats.txt").splitlines() if row[0] != "#"]
-    extensions = {row[0]: row[2] for row in facts}
-    expected = [[row[0], f"{row[3]} × {row[4]}", row[1], extensions[row[1]]] for row in facts]
-    rows, areas = tables("docs/formats.md")[:2]
-    assert [row[0] for row in rows] == names, "the formats in docs/formats.md"
-    assert [[row[0], row[1], row[4], row[5]] for row in rows] == expected
-    parts = {"Y.dat": "luma body", "Y.len": "luma header", "C.dat": "chroma body", "C.len": "chroma header"}
+    assert all(row[2] in ("yuv", row[0].lower()) for row in facts), "extensions are formats in lower case"
+    rows, _, _, boards, sizes, parts, offsets, _ = tables("docs/formats.md")
+    assert [[row[0], row[1], row[4]] for row in rows] == [[row[0], f"{row[3]} × {row[4]}", row[1]] for row in facts]
+    formulas = {(name, "file"): row[1] for row in sizes for name in row[0].split(", ")}
+    separate = [row[0] for row in facts if row[5] == "separate"]
+    formulas |= {(name, row[0][-6:-1]): formula for row in parts for name, formula in zip(separate, row[1:])}
     with tempfile.TemporaryDirectory() as folder:
         for row in rows:
             made = run(make_dump, "-f", row[0], "-w", "1920", "-h", "1080", "--whole", "-o", folder)
             size = pathlib.Path(made.stdout.strip()).stat().st_size
             assert size == int(row[2]), f"docs/formats.md: a frame of {row[0]} has {size} bytes"
-            own = [area for area in areas if row[0] in area[0].split(", ")]
-            # Another multiple than each of the table's gives other bytes at one of these sizes.
+            # Another multiple than each of the formulas' gives other bytes at one of these sizes.
             for width, height in (513, 33), (337, 65):
                 made = run(make_dump, "-f", row[0], "-w", str(width), "-h", str(height), "-o", folder)
+                aligned = [up(size, int(step)) for size, step in zip((width, height), row[1].split(" × "))]
                 for name in made.stdout.splitlines():
-                    size = sum(bytes_of(area, row, width, height) for area in own
-                               if parts.get(name[-5:], area[1]) == area[1])
+                    formula = formulas[row[0], name[-5:] if row[0] in separate else "file"]
+                    size = value_of(formula, aligned)
                     assert size == pathlib.Path(name).stat().st_size, f"docs/formats.md: {name} has not {size} bytes"
+    # A column of sizes and offsets for each format; the test of the catalogue has the same numbers.
+    numbers = [row.split() for row in text("tests/data/parts.txt").splitlines() if " 1088 " in row]
+    expected = [[row[0], *(f"{offset}, {size}" for size, offset in zip(row[3::2], row[4::2]))] for row in numbers]
+    columns = [list(column) for column in zip(*(row[1:] for row in offsets))]
+    assert [[name, *column] for name, column in zip(separate, columns)] == expected, "offsets of parts"
+    for board in {"", *re.findall(r'"(vx\d+)"', text("color/Catalogue.cpp"))}:
+        env["VEX_HOST_BOARD_PLATFORM"] = board
+        listed = run(tool, "--list-formats").stderr.splitlines()[2:]
+        read = [name for row in boards for name in row[0].split(", ")
+                if row[1].startswith("all") != (board in re.findall(r"vx\d+", row[1]))]
+        assert {line.split()[0] for line in listed} == set(read), f"docs/formats.md: what the board {board} reads"
+    env["VEX_HOST_BOARD_PLATFORM"] = "vx2415"
+
+
+def codes_are_listed():
+    codes = {}
+    for rule in json.loads(text("config/default-rules.json")):
+        for pair in rule["ColorFormatPair"]:
+            row = (f"`{pair['FormatStr']}`", pair["ColorFormat"],
+                   f"{pair['WidthAlignment']} × {pair['HeightAlignment']}")
+            codes.setdefault(row, set()).add("part files" if pair["Separate"] else rule["Pattern"][1:4])
+    dumps = {"decoder": {"dec"}, "encoder": {"enc"}, "both": {"dec", "enc"}, "decoder, in part files": {"part files"}}
+    rows = tables("docs/configuration.md")[0]
+    assert {tuple(row[:3]): dumps[row[3]] for row in rows} == codes, "codes in docs/configuration.md"
+    without = re.search(r"([\w, ]+) have no code", text("docs/configuration.md"))[1]
+    coded = {row[1] for row in codes}
+    assert set(re.findall(r"[A-Z]\w+", without)) == {row[0] for row in tables("docs/formats.md")[0]} - coded
+
+
+def links_lead_somewhere():
+    """Pages link to pages that are installed with them, and to headings that exist."""
+    pages = {path.name: path.read_text() for path in (root / "docs").glob("*.md")}
+    for name, page in pages.items():
+        for target, heading in re.findall(r"\]\(([\w.-]*)(?:#([\w-]+))?\)", page):
+            if name in ("architecture.md", "host-engine.md") or not target.endswith((".md", "")):
+                continue
+            assert target not in ("architecture.md", "host-engine.md"), f"{name} links to {target}"
+            titles = re.findall(r"^#+ (.*)", pages[target or name], re.M)
+            anchors = [re.sub(r"[^\w -]", "", title.lower()).replace(" ", "-") for title in titles]
+            assert not heading or heading in anchors, f"{name} links to {target}#{heading}"
 
 
 def both_builds_have_the_same_sources():
@@ -93,6 +128,13 @@ def rules_and_example_fit_the_schema():
         assert not rules.is_valid(json.loads(rule)), f"a rule with something else for {old}"
 
 
+def promises_have_tests():
+    sources = "".join(path.read_text() for path in (root / "tests").rglob("*.cpp"))
+    for name in re.findall(r"`([\w./-]+)`", "".join(row[1] for row in tables("docs/reliability.md")[0])):
+        found = f", {name})" in sources or (root / name).is_file() or any((root / "tests").rglob(name))
+        assert found, f"docs/reliability.md: no test {name}"
+
+
 def documents_fit_the_terminal():
     code = run(make_dump, "--help").stdout.splitlines()
     for path in [root / "README.md", root / "CONTRIBUTING.md", *(root / "docs").glob("*.md")]:
@@ -104,6 +146,9 @@ def documents_fit_the_terminal():
 
 
 formats_are_listed()
+codes_are_listed()
+links_lead_somewhere()
+promises_have_tests()
 documents_fit_the_terminal()
 both_builds_have_the_same_sources()
 rules_and_example_fit_the_schema()
