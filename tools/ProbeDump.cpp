@@ -27,23 +27,22 @@ constexpr const char* USAGE =
     "Usage: probe-dump [-c RULES] [-w WIDTH] [-h HEIGHT] [-f FORMAT] [-o FOLDER]\n"
     "                  [--json] [--pictures FOLDER [--colorspace SPACE]]\n"
     "                  [--outputs FOLDER] FILE|FOLDER...\n"
-    "Says what each dump is, what VexConverter makes of it, and what the file could be\n"
-    "instead.\n"
-    "  -c, --config-file RULES  rules that decode the names (default: the built-in ones)\n"
+    "Says what each dump is, what VexConverter makes of it, and what else it may be.\n"
+    "  -c, --config-file RULES  rules that decode names, instead of the built-in ones\n"
     "  -w, --width WIDTH        width of the frames in pixels\n"
     "  -h, --height HEIGHT      height of the frames in lines\n"
     "  -f, --format FORMAT      color format, as VexConverter lists it. -w, -h and -f\n"
-    "                           together replace the rules; one or two of them limit\n"
-    "                           what the file could be\n"
+    "                           together replace the rules. One or two of them limit\n"
+    "                           the candidates\n"
     "  -o, --output FOLDER      output folder that you will give to VexConverter\n"
     "      --json               write a JSON array with an object for each dump\n"
-    "      --pictures FOLDER    write the first frame of each reading as a PNG picture\n"
-    "      --colorspace SPACE   color space of YUV in these pictures (BT601_LIMIT)\n"
-    "      --outputs FOLDER     after a run: check that its outputs are there and whole\n"
+    "      --pictures FOLDER    write the first frame of each candidate as a picture\n"
+    "      --colorspace SPACE   color space of YUV for them (default: BT601_LIMIT)\n"
+    "      --outputs FOLDER     check whether a run wrote all outputs to this folder\n"
     "      --version            show the version\n"
     "      --help               show this text\n"
-    "The status is 0 if every dump converts in full, 1 if some dump does not, and 2 if\n"
-    "the options are wrong or the answer can't be written.\n";
+    "The status is 0 if every dump converts in full, 1 if some dump does not, and 2\n"
+    "if the options are wrong or the answer can't be written.\n";
 
 struct Options {
     CommandLineOptions tool;  // as VexConverter takes them

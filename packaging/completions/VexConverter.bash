@@ -1,9 +1,9 @@
-# Completion of VexConverter, make-dump and probe-dump for bash, with or without the package bash-completion.
-# Options, formats and color spaces are those that the tools list themselves.
+# Completes the commands VexConverter, make-dump and probe-dump in bash, with or without the package
+# bash-completion. It asks the tools for their options, formats and color spaces.
 
 _vexconverter() {
     local tool=${1/#\~/$HOME} current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
-    # --option=value comes as three words.
+    # bash splits --option=value into three words.
     if [[ $current == = ]]; then
         current=''
     elif [[ $previous == = ]]; then
@@ -29,12 +29,12 @@ _vexconverter() {
             compopt +o default +o bashdefault
             return
             ;;
-        -o | --output | --pictures)
+        -o | --output | --outputs | --pictures)
             compopt +o default +o bashdefault -o dirnames
             return
             ;;
         *)
-            # What is no option is a file, which the shell itself completes.
+            # The shell itself completes files.
             [[ $current == -* ]] || return
             words=$("$tool" --help 2>&1 | sed -nE 's/^ *(-[a-z], )?(--[a-z-]+).*/\2/p')
             ;;
