@@ -10,18 +10,18 @@
 
 namespace {
 
-#ifdef __GLIBC__  // whose stdlib.h lacks this function of the device's
+#ifdef __GLIBC__  // The device's C library has this function, and glibc lacks it.
 const char* getprogname() { return program_invocation_short_name; }
 #endif
 
-// Values that getopt_long returns for options without a short form. The gap before
-// LIST_COLORSPACES is intended: these numbers are part of the interface.
+// getopt_long returns these values for options without a short form. The program's interface fixes
+// the numbers, and gives no option the number 3.
 enum LongOnly { PNG, INPUT_COLORSPACE, OUTPUT_COLORSPACE, LIST_COLORSPACES = 4, HELP };
 
 constexpr option LONG_OPTIONS[] = {
     {"input", required_argument, nullptr, 'i'},
     {"output", required_argument, nullptr, 'o'},
-    // Without this entry, --out could also mean --output-colorspace.
+    // Without this row getopt_long refuses --out, because --output-colorspace begins so too.
     {"out", required_argument, nullptr, 'o'},
     {"width", required_argument, nullptr, 'w'},
     {"height", required_argument, nullptr, 'h'},
@@ -44,7 +44,7 @@ void printInputFormatSection() {
     fprintf(stderr, "All supported input color formats:\n");
     printRow("Name", "Description");
     for (const ColorFormatInfo& info : colorFormatInfos) {
-        if (ColorConvert::checkPlatformSupport(info.value) && info.name[0] != '\0') {
+        if (ColorConvert::checkPlatformSupport(info.value) && info.value != ColorConvert::UNKNOWN) {
             printRow(info.name, info.description);
         }
     }
@@ -58,7 +58,7 @@ void printColorSpaceSection() {
     }
 }
 
-// By their interface both listings take the value of the option, which they don't need.
+// The interface of both listings has a parameter, the option's value, which they don't need.
 [[noreturn]] void printSupportedInputFormats(int /*unused*/) {
     printInputFormatSection();
     exit(0);
@@ -73,6 +73,7 @@ ColorConvert::ColorSpace colorSpaceFrom(const char* name) {
     return static_cast<ColorConvert::ColorSpace>(ColorConvert::getColorSpaceFromStr(name));
 }
 
+// value is what getopt_long returned. The option's argument is optarg.
 void applyOption(int value, CommandLineOptions& options) {
     switch (value) {
         case 'i':
@@ -154,10 +155,8 @@ CommandLineOptions parseCommandLine(int argc, char* argv[]) {
         printUsage(0);
     }
     CommandLineOptions options;
-    const auto next = [&] {
-        return getopt_long(argc, argv, "i:o:w:h:f:c:l", LONG_OPTIONS, nullptr);
-    };
-    for (int value = next(); value != -1; value = next()) {
+    int value = 0;
+    while ((value = getopt_long(argc, argv, "i:o:w:h:f:c:l", LONG_OPTIONS, nullptr)) != -1) {
         applyOption(value, options);
     }
     options.inputPaths.insert(options.inputPaths.end(), argv + optind, argv + argc);

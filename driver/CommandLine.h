@@ -1,4 +1,4 @@
-// The tool's options: parsing, help text and listings.
+// This reads the tool's options, and prints its help text and listings.
 #pragma once
 
 #include <cstdint>
@@ -19,8 +19,8 @@ struct CommandLineOptions {
     bool png = false;
 };
 
-// Applies the options in their order. Help and listings end the process at once with status 0, an
-// unknown option ends it with status 1 after the help text.
+// Applies the options in their order. --help and the listings end the process at once with status
+// 0. An option that is unknown or lacks its value ends it with status 1 after the help text.
 CommandLineOptions parseCommandLine(int argc, char* argv[]);
 
 // Prints the help text and ends the process.

@@ -20,22 +20,22 @@ std::shared_ptr<DeviceMemory> makeBuffer(bool ion, int size) {
     return std::make_shared<DmabufMemory>(size, DeviceMemory::NO_FD);
 }
 
-// Returns '/' and the file's name without folder and extension. The extension is searched in the
-// name alone, because a folder's name may have a dot too.
+// Returns the file's name without folder and extension. It looks for the extension in the name
+// alone, because a folder's name may have a dot too.
 std::string baseNameOf(const std::string& path) {
-    const size_t slash = path.rfind('/');
-    const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
-    return '/' + name.substr(0, name.rfind('.'));
+    const std::string name = path.substr(path.rfind('/') + 1);  // npos + 1 is 0
+    return name.substr(0, name.rfind('.'));
 }
 
-// Reads a frame of size bytes from the file. Where the file is short or can't be read it clears the
-// rest, because a buffer may hold bytes of an earlier file.
-void readFrame(unsigned char* buffer, int size, const std::string& path, int frame) {
-    const int bytes = std::max(0, FileUtils::readFromFile(path, buffer, size, size, frame));
+// Reads a frame of size bytes from the file. index is the frame's number, which counts from 0. If
+// the file is too short or can't be read, this clears the rest of the buffer, which may hold bytes
+// of an earlier file.
+void readFrame(unsigned char* buffer, int size, const std::string& path, int index) {
+    const int bytes = std::max(0, FileUtils::readFromFile(path, buffer, size, size, index));
     memset(buffer + bytes, 0, static_cast<size_t>(size - bytes));
 }
 
-// The conversion of one file: its buffers, its converter and its outputs.
+// Converts one file. It owns the buffers and the converter.
 class Conversion {
   public:
     Conversion(const std::string& path, const FileJob& job, const std::string& outputFolder,
@@ -82,6 +82,7 @@ class Conversion {
         fprintf(stderr, "Error: %s, skip this file: %s\n", problem, mPath.c_str());
     }
 
+    // The first call of data() maps a buffer.
     bool mapBuffers() {
         if (DeviceMemory::isOpen(mSrcFd) && mSrc->data() != nullptr &&
             DeviceMemory::isOpen(mDstFd) && mDst->data() != nullptr) {
@@ -110,12 +111,13 @@ class Conversion {
         convertAndWrite(0);
     }
 
+    // There are no frames, and no buffers, if a rule aligns the size to 0.
     void convertFrames(int frames) {
         if (frames > 0 && !mapBuffers()) {
             return;
         }
         for (int i = 0; i < frames; ++i) {
-            // The lower-case k is intended: the line is part of the interface as it stands.
+            // The program's interface has a lower-case k here, although K is what clears a line.
             fprintf(stderr, "\r\033[kProcess: frame #%d of %d", i + 1, frames);
             readFrame(mSrc->data(), mSrcSize, mPath, i);
             convertAndWrite(i + 1);
@@ -123,7 +125,7 @@ class Conversion {
         fprintf(stderr, "\n");
     }
 
-    // frame: as in getOutputPath.
+    // getOutputPath says what frame is.
     void convertAndWrite(int frame) {
         const int32_t width = mJob.alignedWidth;
         const int32_t height = mJob.alignedHeight;
@@ -147,11 +149,11 @@ class Conversion {
     const FileJob& mJob;
     const CommandLineOptions& mOptions;
     const std::string& mOutputFolder;
-    const int mSrcSize;  // bytes of a frame; negative when out of range
+    const int mSrcSize;  // bytes of a frame, negative if out of range
     const int mDstSize;
     int32_t mSrcFd = DeviceMemory::NO_FD;
     int32_t mDstFd = DeviceMemory::NO_FD;
-    // Released in reverse order: converter, destination, source.
+    // These are released in reverse order: the converter, the destination, the source.
     std::shared_ptr<DeviceMemory> mSrc;
     std::shared_ptr<DeviceMemory> mDst;
     std::shared_ptr<ColorConvert> mConverter;
@@ -161,7 +163,7 @@ class Conversion {
 
 std::string getOutputPath(const std::string& path, ColorConvert::ColorFormat outputFormat,
                           const std::string& outputFolder, bool png, int frame) {
-    const std::string stem = outputFolder + baseNameOf(path) + "_converted";
+    const std::string stem = outputFolder + "/" + baseNameOf(path) + "_converted";
     if (!png) {
         return stem + "." + ColorConvert::getExtensionName(outputFormat);
     }

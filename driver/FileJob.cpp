@@ -7,6 +7,7 @@
 
 #include "fileutils/FileUtils.h"
 
+// config/FormatConfig.h declares the rules in use, but they belong to the driver.
 std::vector<FormatConfig> formatConfigs;
 
 namespace {
@@ -26,7 +27,7 @@ void loadRules(const std::string& configFilePath) {
     }
 }
 
-// Prints the error unless the condition holds, and returns the condition.
+// Prints the error if the condition is false, and returns the condition.
 [[gnu::format(printf, 2, 3)]] bool check(bool condition, const char* error, ...) {
     if (!condition) {
         va_list values;
@@ -37,7 +38,7 @@ void loadRules(const std::string& configFilePath) {
     return condition;
 }
 
-// Makes every check, so that each one that fails is printed.
+// Makes all checks, so that the user sees every reason.
 bool checkMatch(const FormatConfig& match, ColorConvert::ColorFormat format) {
     bool usable = check(match.width >= 1, "Error: match width <= 0, width: %d\n", match.width);
     usable &= check(match.height >= 1, "Error: match height <= 0, height: %d\n", match.height);

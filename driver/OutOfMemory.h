@@ -5,7 +5,8 @@
 #include <cstdlib>
 #include <new>
 
-// From now on the process ends with this message and status 1 when operator new finds no memory.
+// After this call, the process ends with this message and status 1 if operator new gets no memory.
+// _Exit runs no exit handlers, which could need memory, so standard output is flushed here.
 inline void exitWhenOutOfMemory() {
     std::set_new_handler([] {
         fflush(stdout);

@@ -1,4 +1,5 @@
-// The program: options, input files, output folder, then one conversion per file.
+// The program reads the options, finds the input files and the output folder, and converts one file
+// after another.
 #include <csignal>
 #include <cstdio>
 #include <string>
@@ -12,7 +13,8 @@
 
 namespace {
 
-// Ends the process with the help text when no input is a file.
+// Returns the files of the folder if the only input path is one, else those input paths that are
+// files. If there are none, it prints the help text and ends the process.
 std::vector<std::string> collectInputFiles(const std::vector<std::string>& inputPaths) {
     std::vector<std::string> files;
     if (inputPaths.empty()) {
@@ -37,6 +39,7 @@ void convertWithCmdline(const std::vector<std::string>& inputFiles, const std::s
                         const CommandLineOptions& options) {
     fprintf(stderr, "Convert with cmdline arguments\n");
     for (const std::string& path : inputFiles) {
+        // Every file has its own job, as in the other mode, although the options are the same.
         FileJob job;
         if (!getFileJobFromCmdline(options, job)) {
             fprintf(stderr, "Error: failed to get convert config from cmdline arguments\n\n");
@@ -80,7 +83,7 @@ void convertAll(const CommandLineOptions& options) {
 }  // namespace
 
 int main(int argc, char* argv[]) {
-    // With this, a write beyond the limit of file sizes fails instead of ending the process.
+    // A write beyond the limit of file sizes then fails instead of ending the process.
     signal(SIGXFSZ, SIG_IGN);
     exitWhenOutOfMemory();
     convertAll(parseCommandLine(argc, argv));
