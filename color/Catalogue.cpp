@@ -18,8 +18,7 @@ void setPlanes(Buffer& buffer, std::initializer_list<Size> planes, Size yPitch, 
     }
     buffer.mYPitch = yPitch.value();
     buffer.mUVPitch = uvPitch.value();
-    // If these are in range, the chroma pitch is too.
-    buffer.mPlaneCount = total.fits() && yPitch.fits() ? count : 0;
+    buffer.mPlaneCount = total.fits() && yPitch.fits() && uvPitch.fits() ? count : 0;
 }
 
 void calculatePixels(Buffer& buffer, int pixelBytes) {
@@ -65,9 +64,9 @@ void calculateYV12(Buffer& buffer) {
 
 void calculateYUV420P(Buffer& buffer) { calculatePlanar(buffer, Size(buffer.mWidth) >> 1); }
 
-// One 16-byte header for each 16 x 16 superblock.
+// Each superblock of 16 x 16 pixels has a header of 16 bytes.
 Size afbcYuvHeaders(const Buffer& buffer) {
-    return alignUp((Size(buffer.mHeight) >> 4) * alignDown(Size(buffer.mWidth), 16), 256);
+    return alignUp(16 * (Size(buffer.mWidth) / 16) * (Size(buffer.mHeight) / 16), 256);
 }
 
 void calculateYUV420P_AFBC(Buffer& buffer) {
@@ -81,7 +80,8 @@ void calculateYUV420P_10BIT_AFBC(Buffer& buffer) {
     setPlanes(buffer, {afbcYuvHeaders(buffer) + pitch * buffer.mHeight}, pitch, pitch);
 }
 
-// Pitches of block formats are bytes per row of blocks: 32 lines of luma, 16 lines of chroma.
+// The pitches of block formats are bytes per row of blocks, which are 32 lines of luma and 16 lines
+// of chroma.
 void calculateNV12_BLK(Buffer& buffer) {
     const Size w = buffer.mWidth;
     const Size h = buffer.mHeight;
@@ -94,12 +94,12 @@ void calculateNV12_BLK_10BIT_V(Buffer& buffer) {
     setPlanes(buffer, {alignUp((10 * w) * h / 8, 512), (10 * w) * (h >> 1) / 8}, 40 * w, 20 * w);
 }
 
-// The blit engine takes plane sizes and pitches of a block frame for CPQ.
+// For CPQ the blit engine wants the plane sizes and pitches of a block frame.
 void calculateCPQ(Buffer& buffer) { calculateNV12_BLK(buffer); }
 
 void calculateCPQ_10BIT_V(Buffer& buffer) { calculateNV12_BLK_10BIT_V(buffer); }
 
-// CPQ: bodies first, then headers.
+// In a CPQ frame the bodies come first, then the headers.
 FrameParts cpqParts(Size area, Size lumaBody, Size chromaBody) {
     const Size lumaHeader = alignUp((area >> 8) + 128, 64);
     const Size chromaHeader = alignUp((lumaHeader >> 1) + 112, 32);
@@ -118,27 +118,29 @@ FrameParts partsOfCPQ_10BIT_V(Size area) {
     return cpqParts(area, alignUp(10 * area / 8, 4096), alignUp(10 * (area >> 1) / 8, 512));
 }
 
-// Lumo: each header, rounded up to 64 bytes, ends where its body begins.
+// In a Lumo frame each header, rounded up to 64 bytes, ends where its body begins.
 FrameParts lumoParts(Size area, Size lumaBody, Size chromaBody) {
     const Size lumaHeader = area >> 6;
     const Size chromaHeader = area >> 7;
-    const Size lumaRegion = alignUp(lumaHeader, 4096);
-    const Size chromaRegion = alignUp(chromaHeader, 64);
-    const Size chromaStart = alignUp(lumaRegion + lumaBody + chromaRegion, 4096);
-    return {{{lumaBody, lumaRegion},
-             {lumaHeader, lumaRegion - alignUp(lumaHeader, 64)},
+    const Size lumaStart = alignUp(lumaHeader, 4096);
+    const Size chromaStart = alignUp(lumaStart + lumaBody + alignUp(chromaHeader, 64), 4096);
+    return {{{lumaBody, lumaStart},
+             {lumaHeader, lumaStart - alignUp(lumaHeader, 64)},
              {chromaBody, chromaStart},
-             {chromaHeader, chromaStart - chromaRegion}}};
+             {chromaHeader, chromaStart - alignUp(chromaHeader, 64)}}};
 }
 
 FrameParts partsOfNV12_LUMO(Size area) { return lumoParts(area, area, area >> 1); }
 
+// A sample has 12 bits. The frame is out of range if 6 * area is.
 FrameParts partsOfP010_LUMO(Size area) { return lumoParts(area, 6 * area >> 2, 6 * area >> 3); }
 
-// Lumo: the whole frame is one plane, which ends with the chroma body.
-void calculateLumo(Buffer& buffer, FrameParts (*partsOf)(Size), int pitchFactor) {
+// A Lumo frame is one plane, which ends with the chroma body. Its pitch is that of 8 lines of luma
+// and their chroma. pitchPerPixel has the bytes of the pitch for a pixel of the width.
+void calculateLumo(Buffer& buffer, FrameParts (*partsOf)(Size), int pitchPerPixel) {
     const FramePart chromaBody = partsOf(Size(buffer.mWidth) * buffer.mHeight)[2];
-    setPlanes(buffer, {chromaBody.offset + chromaBody.size}, Size(pitchFactor) * buffer.mWidth, 0);
+    const Size pitch = Size(pitchPerPixel) * buffer.mWidth;
+    setPlanes(buffer, {chromaBody.offset + chromaBody.size}, pitch, 0);
 }
 
 void calculateNV12_LUMO(Buffer& buffer) { calculateLumo(buffer, partsOfNV12_LUMO, 12); }
@@ -162,12 +164,12 @@ constexpr PlatformSupport LUMO_BOARDS = {PlatformSupport::ONLY_ON, WITH_LUMO};
 
 using Color = ColorConvert;
 
-// True when each row stands at the index that is its value. A table that lacks rows ends with rows
-// of zeros, which don't.
+// Returns true if each row's value is the number of the row. If the table lacks rows, it ends with
+// rows whose value is 0.
 template <typename Table>
 constexpr bool isInOrder(const Table& table) {
-    for (const auto& row : table) {
-        if (&table[static_cast<size_t>(row.value)] != &row) {
+    for (size_t i = 0; i < table.size(); ++i) {
+        if (static_cast<size_t>(table[i].value) != i) {
             return false;
         }
     }

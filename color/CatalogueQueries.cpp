@@ -1,4 +1,4 @@
-// Queries of the catalogue: names, output formats, platform support, sizes.
+// These queries tell the names, output formats, platforms and sizes of the catalogue.
 #include <cutils/properties.h>
 
 #include <algorithm>
@@ -53,7 +53,8 @@ bool ColorConvert::checkPlatformSupport(ColorFormat format) {
     char board[PROPERTY_VALUE_MAX] = {};
     property_get("ro.board.platform", board, "");
     const PlatformSupport& support = colorFormatInfo(format).support;
-    return contains(support.boards, board) == (support.kind == PlatformSupport::ONLY_ON);
+    const bool listed = contains(support.boards, board);
+    return support.kind == PlatformSupport::ONLY_ON ? listed : !listed;
 }
 
 int64_t ColorConvert::roundUp(int value, int alignment) {
@@ -75,7 +76,8 @@ int ColorConvert::getFrameSize(int width, int height, ColorFormat format) {
     if (info.calculate == nullptr) {
         return 0;
     }
-    // A separate frame also holds its headers, which the plane rule may leave out.
+    // A separate frame ends with its last part, which may be a header that the plane rule leaves
+    // out.
     if (isSeparate(format)) {
         int end = -1;
         for (const auto& [size, offset] : getSeparateSize(width, height, format)) {

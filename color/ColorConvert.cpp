@@ -18,6 +18,7 @@ PX_COLOR_ENUM colorOf(const Buffer& buffer) {
     return static_cast<PX_COLOR_ENUM>(colorFormatInfo(buffer.mFormat).pxColor);
 }
 
+// A color space outside the catalogue counts as the first one.
 PX_PROFILE_ENUM profileOf(const Buffer& buffer) {
     const auto row = static_cast<uint32_t>(buffer.mColorSpace);
     return static_cast<PX_PROFILE_ENUM>(
@@ -33,7 +34,7 @@ bool describePlanes(Buffer& buffer) {
     return buffer.mPlaneCount > 0;
 }
 
-// Logs the step if its status is an error; returns whether it is none.
+// Returns true if the status is 0. Otherwise it logs the step and the status.
 bool succeeded(const char* step, int status) {
     if (status != 0) {
         __android_log_print(ANDROID_LOG_ERROR, TAG,

@@ -1,5 +1,5 @@
-// The color formats and spaces the tool knows, the geometry of their frames, and the job that
-// converts one frame on the blit engine.
+// ColorConvert knows the color formats and color spaces, and the geometry of frames. It has the
+// blit engine convert a frame.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +12,7 @@ class PxAsyncBlitStream;
 
 class ColorConvert {
   public:
-    // A value is the number of its row in colorFormatInfos, which doesn't compile without the row.
+    // A value is the number of its row in colorFormatInfos. If a row is missing, the build fails.
     enum ColorFormat : int32_t {
         UNKNOWN,
         RGB888,
@@ -32,7 +32,7 @@ class ColorConvert {
         CPQ_10BIT_V,
         NV12_LUMO,
         P010_LUMO,
-        COLOR_FORMAT_COUNT  // no format; stays last
+        COLOR_FORMAT_COUNT  // This is no format and stays last.
     };
 
     // A value is the number of its row in colorSpaceInfos.
@@ -43,11 +43,11 @@ class ColorConvert {
         BT709_FULL,
         BT2020_LIMIT,
         BT2020_FULL,
-        COLOR_SPACE_COUNT  // no color space; stays last
+        COLOR_SPACE_COUNT  // This is no color space and stays last.
     };
 
-    // One side of a conversion: one frame in one device buffer. The caller fills the first five
-    // fields, the format's plane rule the others.
+    // One side of a conversion is a frame in a device buffer. The caller fills the first five
+    // fields, and the format's plane rule fills the others.
     struct ColorConvertBuffer {
         ColorFormat mFormat = UNKNOWN;
         int32_t mColorSpace = BT601_LIMIT;
@@ -57,7 +57,7 @@ class ColorConvert {
         uint32_t mPlaneSize[3] = {};  // bytes; 0 for a plane that the format does not have
         int32_t mYPitch = 0;          // bytes per row of plane 0
         int32_t mUVPitch = 0;         // bytes per row of the chroma planes; 0 for RGB and Lumo
-        // 0 when a size is out of range; the pitches and plane sizes are then undefined.
+        // It is 0 if a size is out of range. Pitches and plane sizes are then undefined.
         uint32_t mPlaneCount = 0;
     };
 
@@ -66,44 +66,44 @@ class ColorConvert {
         ColorConvertBuffer mDst;
     };
 
-    // Catalogue. Names compare exactly and case-sensitively.
+    // These functions query the catalogue. Names are case-sensitive.
 
-    // UNKNOWN when no format has that name.
+    // Returns UNKNOWN if no format has that name.
     static ColorFormat getColorFormatFromStr(std::string name);
-    // BT601_LIMIT when no color space has that name.
+    // Returns BT601_LIMIT if no color space has that name.
     static int getColorSpaceFromStr(std::string name);
-    // Extension of output files in that format, without the dot; "yuv" for formats that are never
-    // an output.
+    // Returns the extension of output files in that format, without the dot. Formats that are never
+    // an output have "yuv".
     static std::string getExtensionName(ColorFormat format);
     static ColorFormat getDefaultOutputFormat(ColorFormat format);
-    // True for the formats whose frames come as four part files.
+    // Returns true if frames of the format come as four part files.
     static bool isSeparate(ColorFormat format);
-    // True when the blit engine of the board (ro.board.platform) reads the format.
+    // Returns true if the blit engine of the board (ro.board.platform) reads the format.
     static bool checkPlatformSupport(ColorFormat format);
 
-    // Geometry. Sizes are in bytes; width (pixels) and height (lines) are aligned already.
+    // These functions compute sizes in bytes. Width (pixels) and height (lines) are aligned
+    // already.
 
-    // (value + alignment - 1) / alignment x alignment, 0 for an alignment of 0: the next multiple,
-    // of positive numbers. The result may leave the signed 32-bit range.
+    // Rounds up to a multiple of the alignment. The result may leave the signed 32-bit range. It is
+    // 0 if the alignment is 0, and (value + alignment - 1) / alignment x alignment for any others.
     static int64_t roundUp(int value, int alignment);
-    // (width, height), each rounded up to the format's alignment; -1 where that leaves the range.
+    // Returns the width and the height, each rounded up to the format's alignment, or -1 for one
+    // that leaves the range.
     static std::pair<int, int> getDefaultAlignedSize(int width, int height, ColorFormat format);
-    // Bytes of one frame; -1 when the frame leaves the signed 32-bit range, 0 for UNKNOWN.
+    // Returns the bytes of a frame, -1 if they leave the signed 32-bit range, or 0 for UNKNOWN.
     static int getFrameSize(int width, int height, ColorFormat format);
-    // (size, offset in the frame) of a separate format's luma body, luma header, chroma body and
-    // chroma header; empty for other formats and for frames that getFrameSize refuses.
+    // Returns the size and the offset in the frame of a separate format's luma body, luma header,
+    // chroma body and chroma header. Other formats have none, and so have frames out of range.
     static std::vector<std::pair<int, int>> getSeparateSize(int width, int height,
                                                             ColorFormat format);
-
-    // Conversion.
 
     ColorConvert();
     ~ColorConvert();
     ColorConvert(const ColorConvert&) = delete;
     ColorConvert& operator=(const ColorConvert&) = delete;
 
-    // Converts one frame and waits until it is done: 0, or -1 after one log line. Both buffers
-    // stay the caller's.
+    // Converts a frame and waits until that is done. Returns 0, or -1 after one log entry. The
+    // buffers stay the caller's.
     int convertFrame(ColorConvertConfig config);
 
   private:

@@ -1,4 +1,4 @@
-// The built-in format rules: the text of default-rules.json.
+// These are the built-in format rules, which are the text of default-rules.json.
 #pragma once
 
 extern const char* const defaultConfig;

@@ -13,14 +13,14 @@
 
 namespace {
 
-// Calls work with that many bytes of stack. If this thread's limit doesn't allow them, a thread is
-// made for the call, because the limit may be one that can't be raised. Does nothing if there is no
-// memory for it.
-void callWithStack(size_t bytes, std::function<void()> work) {
+// Calls work with a stack of that many bytes. If this thread's limit is lower, another thread makes
+// the call, because a process can't always raise the limit. Returns false if there is no memory for
+// that thread, which then calls nothing.
+bool callWithStack(size_t bytes, std::function<void()> work) {
     rlimit limit = {};
     if (getrlimit(RLIMIT_STACK, &limit) == 0 && limit.rlim_cur >= bytes) {
         work();
-        return;
+        return true;
     }
     const auto start = [](void* argument) -> void* {
         (*static_cast<std::function<void()>*>(argument))();
@@ -29,16 +29,18 @@ void callWithStack(size_t bytes, std::function<void()> work) {
     pthread_attr_t attributes = {};
     pthread_t thread = {};
     pthread_attr_init(&attributes);
-    if (pthread_attr_setstacksize(&attributes, bytes) == 0 &&
-        pthread_create(&thread, &attributes, start, &work) == 0) {
+    const bool started = pthread_attr_setstacksize(&attributes, bytes) == 0 &&
+                         pthread_create(&thread, &attributes, start, &work) == 0;
+    if (started) {
         pthread_join(thread, nullptr);
     }
     pthread_attr_destroy(&attributes);
+    return started;
 }
 
-// Bytes of stack that a search for the pattern in the name may take. GCC's library compiles and
-// searches recursively. Ten nested groups in a repeat took 3 KB for each byte of the name, and 15
-// KB with sanitizers.
+// Returns the bytes of stack that a search for the pattern in the name may take. GCC's library
+// compiles and searches by recursion. Ten nested groups in a repeat took 3 KB for each byte of the
+// name, and 15 KB with sanitizers.
 size_t stackFor(const std::string& pattern, const std::string& name) {
     constexpr size_t PER_BYTE = 16 << 10;
     constexpr size_t MAX = 64 << 20;
@@ -46,20 +48,19 @@ size_t stackFor(const std::string& pattern, const std::string& name) {
 }
 
 struct Expression {
-    std::optional<std::regex> compiled;  // empty if that failed
+    std::optional<std::regex> compiled;  // empty if the library refused the pattern
     bool failureLogged = false;
 };
 
-// The first occurrence of the pattern in the name; empty if there is none.
+// Returns the first occurrence of the pattern in the name, or an empty result if there is none.
 std::smatch search(const std::string& name, const std::string& pattern) {
-    // Expressions are kept: with each one compiled anew, 2,000 names take 17 times as long.
+    // The expressions stay, because 2,000 names take 17 times as long if each is compiled anew.
     static std::map<std::string, Expression> expressions;
     const bool isNew = expressions.count(pattern) == 0;
     Expression& expression = expressions[pattern];
     std::smatch found;
-    std::string failure = "no memory for the stack";
-    callWithStack(stackFor(pattern, name), [&] {
-        failure.clear();
+    std::string failure;
+    const bool called = callWithStack(stackFor(pattern, name), [&] {
         try {
             if (isNew) {
                 expression.compiled.emplace(pattern);
@@ -67,11 +68,15 @@ std::smatch search(const std::string& name, const std::string& pattern) {
             if (expression.compiled) {
                 std::regex_search(name, found, *expression.compiled);
             }
-        } catch (const std::exception& error) {  // not valid, or given up by the library
+        } catch (const std::exception&
+                     error) {  // The pattern is not valid, or the search takes too much.
             failure = error.what();
             found = {};
         }
     });
+    if (!called) {
+        failure = "no memory for the stack";
+    }
     if (!failure.empty() && !expression.failureLogged) {
         __android_log_print(ANDROID_LOG_ERROR, "VexConverter-FormatConfig",
                             "FormatConfig::match: Failed to use pattern, %s: %s\n", failure.c_str(),
@@ -81,14 +86,14 @@ std::smatch search(const std::string& name, const std::string& pattern) {
     return found;
 }
 
-bool isInUse(const std::smatch& found, int32_t group) {
+bool hasGroup(const std::smatch& found, int32_t group) {
     return group >= 1 && static_cast<size_t>(group) < found.size();
 }
 
-// Sets value to the group's decimal number when the group is in use; false when it holds none of 32
-// bits.
+// Sets value to the group's decimal number if the pattern has the group. Returns false if the group
+// holds no number of 32 bits.
 bool readNumber(const std::smatch& found, int32_t group, int32_t& value) {
-    if (!isInUse(found, group)) {
+    if (!hasGroup(found, group)) {
         return true;
     }
     const std::string digits = found[static_cast<size_t>(group)];
@@ -101,9 +106,10 @@ bool readNumber(const std::smatch& found, int32_t group, int32_t& value) {
     return true;
 }
 
-// The name with the group's text replaced. A group that took no part stands at the name's end.
-std::string withGroup(const std::string& name, const std::smatch& found, int32_t group,
-                      const std::string& replacement) {
+// Returns the name with another text in place of the group's. If the group took no part in the
+// match, its position is the end of the name.
+std::string replaceGroup(const std::string& name, const std::smatch& found, int32_t group,
+                         const std::string& replacement) {
     const auto index = static_cast<size_t>(group);
     return std::string(name).replace(static_cast<size_t>(found.position(index)),
                                      static_cast<size_t>(found.length(index)), replacement);
@@ -159,7 +165,7 @@ bool FormatConfig::match(std::string fileName) {
     }
     width = foundWidth;
     height = foundHeight;
-    if (!isInUse(found, colorFormatIndex)) {
+    if (!hasGroup(found, colorFormatIndex)) {
         return true;
     }
     const std::string code = found[static_cast<size_t>(colorFormatIndex)];
@@ -173,11 +179,11 @@ bool FormatConfig::match(std::string fileName) {
     widthAlignment = pair->widthAlignment;
     heightAlignment = pair->heightAlignment;
     separate = pair->separate;
-    if (separate && isInUse(found, separateStringIndex)) {
-        yBodyFile = withGroup(fileName, found, separateStringIndex, pair->yBody);
-        yHeaderFile = withGroup(fileName, found, separateStringIndex, pair->yHeader);
-        cBodyFile = withGroup(fileName, found, separateStringIndex, pair->cBody);
-        cHeaderFile = withGroup(fileName, found, separateStringIndex, pair->cHeader);
+    if (separate && hasGroup(found, separateStringIndex)) {
+        yBodyFile = replaceGroup(fileName, found, separateStringIndex, pair->yBody);
+        yHeaderFile = replaceGroup(fileName, found, separateStringIndex, pair->yHeader);
+        cBodyFile = replaceGroup(fileName, found, separateStringIndex, pair->cBody);
+        cHeaderFile = replaceGroup(fileName, found, separateStringIndex, pair->cHeader);
     }
     return true;
 }
