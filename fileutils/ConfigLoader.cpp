@@ -1,5 +1,5 @@
-// The loader of format rules: it reads JSON into the formatConfigs of config/FormatConfig.h, which
-// applies them.
+// The loader of format rules reads JSON into formatConfigs. config/FormatConfig.h applies the
+// rules.
 #include <android/log.h>
 #include <cjson/cJSON.h>
 
@@ -20,14 +20,11 @@ namespace {
 
 using Json = std::unique_ptr<cJSON, decltype(&cJSON_Delete)>;
 
-struct FreeText {
-    void operator()(char* text) const { free(text); }  // NOLINT(*-no-malloc): see readText
-};
-using Text = std::unique_ptr<char, FreeText>;
+using Text = std::unique_ptr<char, decltype(&free)>;
 
-// Reads the keys of one rule or pair object. If a key is missing, or isn't a string where a string
-// is required, it logs which object lacks the key, and the object is not complete. A number may
-// have any JSON type: the value is the integer that cJSON makes of it.
+// Reads the values of a rule or pair object. If a key is missing, or its value is no string but has
+// to be one, this logs the object and the key. The object is then not complete. A number may have
+// any JSON type, because cJSON makes an integer of each.
 class ObjectReader {
   public:
     ObjectReader(const cJSON* object, std::string place)
@@ -40,27 +37,26 @@ class ObjectReader {
     bool complete() const { return mComplete; }
 
     std::string text(const char* key) {
-        const cJSON& item = find(key);
-        if (mComplete && cJSON_IsString(&item) == 0) {
+        const cJSON* item = find(key);
+        if (item != nullptr && cJSON_IsString(item) == 0) {
             fail(key, "is no string");
         }
-        return mComplete ? item.valuestring : "";
+        return mComplete ? item->valuestring : "";
     }
 
-    int number(const char* key) { return find(key).valueint; }
+    int number(const char* key) {
+        const cJSON* item = find(key);
+        return item != nullptr ? item->valueint : 0;
+    }
 
   private:
-    const cJSON& find(const char* key) {
-        static constexpr cJSON NONE = {};
-        if (!mComplete) {
-            return NONE;
-        }
-        const cJSON* item = cJSON_GetObjectItem(mObject, key);
-        if (item == nullptr) {
+    // Returns null if the object is not complete.
+    const cJSON* find(const char* key) {
+        const cJSON* item = mComplete ? cJSON_GetObjectItem(mObject, key) : nullptr;
+        if (mComplete && item == nullptr) {
             fail(key, "is missing");
-            return NONE;
         }
-        return *item;
+        return item;
     }
 
     void fail(const char* key, const char* problem) {
@@ -79,7 +75,7 @@ bool addPair(FormatConfig& rule, const cJSON* object, const std::string& place) 
     const std::string colorFormat = pair.text("ColorFormat");
     const int widthAlignment = pair.number("WidthAlignment");
     const int heightAlignment = pair.number("HeightAlignment");
-    if (pair.number("Separate") == 1) {
+    if (pair.number("Separate") == 1) {  // cJSON makes 1 of true.
         const std::string yBody = pair.text("YBody");
         const std::string yHeader = pair.text("YHeader");
         const std::string cBody = pair.text("CBody");
@@ -96,7 +92,8 @@ bool addPairs(FormatConfig& rule, const cJSON* object, const std::string& place)
     const cJSON* pairs = cJSON_GetObjectItem(object, "ColorFormatPair");
     int number = 0;
     const cJSON* pair = nullptr;
-    cJSON_ArrayForEach(pair, pairs) {  // also the values of an object; nothing of other types
+    // This visits the elements of an array or the values of an object. Nothing else has any.
+    cJSON_ArrayForEach(pair, pairs) {
         if (!addPair(rule, pair, place + ", pair " + std::to_string(++number))) {
             return false;
         }
@@ -107,7 +104,7 @@ bool addPairs(FormatConfig& rule, const cJSON* object, const std::string& place)
 bool addRule(std::vector<FormatConfig>& rules, const cJSON* object) {
     std::string place = "rule " + std::to_string(rules.size() + 1);
     ObjectReader keys(object, place);
-    // In braces the keys are read in this order, so that the first one that is missing is logged.
+    // Braces evaluate these calls in order, so that the first key that is missing is logged.
     FormatConfig rule{keys.text("Name"),
                       keys.text("Description"),
                       keys.text("Pattern"),
@@ -131,7 +128,7 @@ bool addRule(std::vector<FormatConfig>& rules, const cJSON* object) {
     return true;
 }
 
-// 0, or -1 when nothing of the document can be used.
+// Appends the rules of the document. Returns 0, or -1 without any rule if one can't be used.
 int addRules(const cJSON* document) {
     std::vector<FormatConfig> rules;
     const cJSON* rule = nullptr;
@@ -144,8 +141,8 @@ int addRules(const cJSON* document) {
     return 0;
 }
 
-// Reads the whole file into a string. Returns 0, or after a log entry the negated errno of a failed
-// open or -1.
+// Reads the whole file into text. Returns 0. After a log entry it returns a negated errno if the
+// file can't be opened, or -1 for any other failure.
 int readText(const std::string& path, Text& text) {
     const File file(fopen(path.c_str(), "r"));
     if (file == nullptr) {
@@ -173,7 +170,8 @@ int readText(const std::string& path, Text& text) {
         LOGE("parseConfigFile: Failed to fseek SEEK_SET: %s\n", path.c_str());
         return -1;
     }
-    // malloc doesn't throw when memory runs short: a folder, for example, reports a huge size.
+    // operator new would end the process if there is no memory. A folder, for example, reports a
+    // huge size.
     const auto size = static_cast<size_t>(fileSize);
     text.reset(static_cast<char*>(malloc(size + 1)));  // NOLINT(*-no-malloc)
     const size_t readSize = text == nullptr ? 0 : fread(text.get(), 1, size, file.get());
@@ -189,7 +187,7 @@ int readText(const std::string& path, Text& text) {
 }  // namespace
 
 int FileUtils::parseConfigFile(std::string path) {
-    Text text;
+    Text text(nullptr, &free);
     if (!path.empty()) {
         const int status = readText(path, text);
         if (status != 0) {

@@ -1,4 +1,4 @@
-// A file stream that closes itself.
+// A File closes its file stream when it goes away.
 #pragma once
 
 #include <cstdio>

@@ -30,29 +30,27 @@ bool hasType(const std::string& path, mode_t type) {
     return !path.empty() && stat(path.c_str(), &status) == 0 && (status.st_mode & S_IFMT) == type;
 }
 
-// Opens the file without a stream buffer, so that a frame moves in one call between the file and
-// the caller's memory. Null and errno, logged, when that fails.
-File openForFrames(const std::string& path, const char* mode, const char* operation) {
+// Returns an error if the path exists and is no regular file, else 0. Such a path is not opened,
+// because to open a FIFO, for example, would wait for somebody who writes to it.
+int errorOfType(const std::string& path) {
     struct stat status = {};
-    // To open a FIFO that nobody writes to, for example, would wait for a writer.
-    const bool irregular =
-        *mode == 'r' && stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
-    File file(irregular ? nullptr : fopen(path.c_str(), mode));
-    if (file != nullptr) {
-        setvbuf(file.get(), nullptr, _IONBF, 0);
-        return file;
+    if (stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode)) {
+        return 0;
     }
-    const int error = !irregular ? errno : S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+    return S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+}
+
+// Logs that the operation can't open the file, and returns the negated error.
+int failToOpen(const char* operation, const std::string& path, int error) {
     LOGE("%s: Failed to open file: %s, errno: %d, %s\n", operation, path.c_str(), error,
          strerror(error));
-    errno = error;
-    return file;
+    return -error;
 }
 
 size_t bytesOf(int size) { return static_cast<size_t>(std::max(size, 0)); }
 
-// Writes until the file has all bytes or a call fails, and returns the number of bytes that it has.
-// The device's fwrite would make a call for each 1,024 bytes.
+// Writes until all bytes are written or a call fails, and returns the number of bytes written. The
+// device's fwrite would make a call for each 1,024 bytes.
 size_t writeAll(int fd, const unsigned char* buffer, size_t size) {
     size_t written = 0;
     while (written < size) {
@@ -66,8 +64,9 @@ size_t writeAll(int fd, const unsigned char* buffer, size_t size) {
     return written;
 }
 
-// Cuts off a part of a frame, which would shift every frame that is appended to it. It stays if the
-// file has grown by more than that, because the other bytes are somebody else's.
+// Cuts off the written bytes, which are a part of a frame, because they would shift the frames that
+// are appended later. If the file has grown by more, somebody else has written too, and all bytes
+// stay.
 void cutOff(int fd, size_t written, const struct stat& before, const std::string& path) {
     struct stat after = {};
     const auto ownEnd = before.st_size + static_cast<off_t>(written);
@@ -90,7 +89,7 @@ std::string FileUtils::getFolderPath(std::string path) {
     struct stat status = {};
     if (stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode)) {
         const char* folder = dirname(path.data());
-        // dirname may return null for a path that is longer than its buffer.
+        // The device's dirname returns null if the path is longer than its buffer.
         return folder != nullptr ? folder : path.substr(0, path.rfind('/') + 1) + ".";
     }
     if (path.back() == '/') {
@@ -114,9 +113,12 @@ void FileUtils::getFilePathsInDirectory(std::string folder, std::vector<std::str
         return;
     }
     const std::string start = folder.back() != '/' ? folder + '/' : folder;
-    const dirent* entry = nullptr;
-    // NOLINTNEXTLINE(concurrency-mt-unsafe): a single thread reads its own stream
-    while (errno = 0, (entry = readdir(directory.get())) != nullptr) {
+    for (;;) {
+        errno = 0;  // readdir returns null both at the end and if it fails.
+        const dirent* entry = readdir(directory.get());
+        if (entry == nullptr) {
+            break;
+        }
         std::string path = start + entry->d_name;
         if (isFile(path)) {
             list.push_back(std::move(path));
@@ -131,12 +133,18 @@ void FileUtils::getFilePathsInDirectory(std::string folder, std::vector<std::str
 
 int FileUtils::readFromFile(std::string path, unsigned char* buffer, int size, int stride,
                             int count) {
-    const File file = openForFrames(path, "rb", "readFromFile");
-    if (file == nullptr) {
-        return -errno;
+    const int typeError = errorOfType(path);
+    if (typeError != 0) {
+        return failToOpen("readFromFile", path, typeError);
     }
+    const File file(fopen(path.c_str(), "rb"));
+    if (file == nullptr) {
+        return failToOpen("readFromFile", path, errno);
+    }
+    // Without the stream's buffer, one call moves the frame to the caller's memory.
+    setvbuf(file.get(), nullptr, _IONBF, 0);
     if (stride >= 1 && count >= 1 && fseeko(file.get(), off_t{stride} * count, SEEK_CUR) != 0) {
-        return 0;  // no file is so large
+        return 0;  // The file system has no files that are so large.
     }
     const size_t bytes = fread(buffer, 1, bytesOf(size), file.get());
     if (ferror(file.get()) != 0) {
@@ -148,17 +156,17 @@ int FileUtils::readFromFile(std::string path, unsigned char* buffer, int size, i
 }
 
 int FileUtils::writeToFile(std::string path, const unsigned char* buffer, int size) {
-    File file = openForFrames(path, "ab", "writeToFile");
+    File file(fopen(path.c_str(), "ab"));
     if (file == nullptr) {
-        return -errno;
+        return failToOpen("writeToFile", path, errno);
     }
     const int fd = fileno(file.get());
     struct stat before = {};
     const bool regular = fstat(fd, &before) == 0 && S_ISREG(before.st_mode);
-    errno = 0;
+    errno = 0;  // write sets no error if it returns 0.
     const size_t written = writeAll(fd, buffer, bytesOf(size));
-    const bool complete = written == bytesOf(size);
     const int writeError = errno;
+    const bool complete = written == bytesOf(size);
     if (!complete && written > 0 && regular) {
         cutOff(fd, written, before, path);
     }

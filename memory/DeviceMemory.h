@@ -1,4 +1,4 @@
-// A buffer that the blit engine can access. A buffer that couldn't be allocated, or was released,
+// The blit engine can access a device buffer. A buffer that couldn't be allocated, or was released,
 // has no descriptor (-1) and no data (null). Failures go to the log.
 #pragma once
 
@@ -9,9 +9,9 @@
 class DeviceMemory {
   public:
     virtual ~DeviceMemory() = default;
-    // The buffer's bytes, mapped on the first call, or null.
+    // Returns the buffer's bytes, which the first call maps, or null if it can't.
     virtual unsigned char* data() = 0;
-    // The buffer's shareable descriptor, or -1. The buffer keeps it.
+    // Returns the buffer's shareable descriptor, which the buffer still owns, or -1.
     virtual int getFd() = 0;
 
     static constexpr int32_t NO_FD = -1;

@@ -50,7 +50,8 @@ unsigned char* DmabufMemory::data() {
     void* address =
         mmap(nullptr, static_cast<size_t>(mSize), PROT_READ | PROT_WRITE, MAP_SHARED, mShareFd, 0);
     if (address == MAP_FAILED || address == nullptr) {
-        // The text is intended: both kinds of buffers report this failure in the same words.
+        // Both kinds of buffers report this failure in the words of ION, which fixes the log's
+        // text.
         LOGE("DmabufMemory::data failed to ion_map, buffer import fd: %d", mImportFd);
         release();
         return nullptr;

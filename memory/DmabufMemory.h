@@ -1,4 +1,4 @@
-// A buffer of a DMA-BUF heap.
+// A DmabufMemory is a buffer of a DMA-BUF heap.
 #pragma once
 
 #include <cstdint>
@@ -9,13 +9,13 @@ class BufferAllocator;
 
 class DmabufMemory : public DeviceMemory {
   public:
-    // size: bytes, > 0. An open importFd duplicates that buffer's descriptor, which stays the
-    // caller's; otherwise new memory is allocated.
+    // size is a number of bytes above 0. If importFd is open, this shares that buffer by a
+    // duplicate of the descriptor, which stays the caller's. Otherwise it allocates memory.
     DmabufMemory(int size, int importFd);
     ~DmabufMemory() override;
     unsigned char* data() override;
     int getFd() override;
-    // Gives everything back; may be called more than once.
+    // Gives everything back. It may be called more than once.
     void release();
 
   private:

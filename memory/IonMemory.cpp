@@ -55,6 +55,7 @@ unsigned char* IonMemory::data() {
                                PROT_READ | PROT_WRITE, MAP_SHARED, 0, &mVirtAddr, &mMapFd);
     if (status != 0 || mVirtAddr == nullptr) {
         LOGE("IonMemory::data failed to ion_map, share fd: %d", mShareFd);
+        // The device's library may store this address although the call fails.
         if (mVirtAddr == MAP_FAILED) {
             mVirtAddr = nullptr;
         }

@@ -1,4 +1,4 @@
-// A buffer of the ION allocator.
+// An IonMemory is a buffer of the ION allocator.
 #pragma once
 
 #include <cstdint>
@@ -7,13 +7,13 @@
 
 class IonMemory : public DeviceMemory {
   public:
-    // size: bytes, > 0. An open importFd imports that buffer, which stays the caller's; otherwise
-    // new memory is allocated.
+    // size is a number of bytes above 0. If importFd is open, this shares that buffer, whose
+    // descriptor stays the caller's. Otherwise it allocates memory.
     IonMemory(int size, int importFd);
     ~IonMemory() override;
     unsigned char* data() override;
     int getFd() override;
-    // Gives everything back; may be called more than once.
+    // Gives everything back. It may be called more than once.
     void release();
 
   private:
