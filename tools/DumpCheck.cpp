@@ -65,7 +65,7 @@ void decodeByRules(DumpCheck& dump) {
     dump.isUnknown = !match;
     if (!match) {
         dump.add(Verdict::NOTHING,
-                 "No rule decodes the name: give all of -w, -h and -f, or a rule with -c.");
+                 "No rule decodes the name: give -w, -h and -f, or rules with -c.");
         return;
     }
     FileJob& job = dump.job;
