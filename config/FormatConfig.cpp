@@ -68,8 +68,8 @@ std::smatch search(const std::string& name, const std::string& pattern) {
             if (expression.compiled) {
                 std::regex_search(name, found, *expression.compiled);
             }
-        } catch (const std::exception&
-                     error) {  // The pattern is not valid, or the search takes too much.
+        } catch (const std::exception& error) {
+            // The pattern is not valid, or the search takes too much.
             failure = error.what();
             found = {};
         }

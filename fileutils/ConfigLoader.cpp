@@ -157,9 +157,8 @@ int readText(const std::string& path, Text& text) {
     }
     const long fileSize = ftell(file.get());
     if (fileSize < 0) {
-        const int error = errno;
-        LOGE("parseConfigFile: Failed to get file size: %s, errno: %d, %s\n", path.c_str(), error,
-             strerror(error));
+        LOGE("parseConfigFile: Failed to get file size: %s, errno: %d, %s\n", path.c_str(), errno,
+             strerror(errno));
         return -1;
     }
     if (fileSize == 0) {

@@ -125,9 +125,8 @@ void FileUtils::getFilePathsInDirectory(std::string folder, std::vector<std::str
         }
     }
     if (errno != 0) {
-        const int error = errno;
         LOGE("FileUtils::getFilePathsInDirectory failed to readdir %s, errno: %d, %s",
-             folder.c_str(), error, strerror(error));
+             folder.c_str(), errno, strerror(errno));
     }
 }
 
@@ -148,9 +147,8 @@ int FileUtils::readFromFile(std::string path, unsigned char* buffer, int size, i
     }
     const size_t bytes = fread(buffer, 1, bytesOf(size), file.get());
     if (ferror(file.get()) != 0) {
-        const int error = errno;
-        LOGE("readFromFile: Failed to read file: %s, errno: %d, %s\n", path.c_str(), error,
-             strerror(error));
+        LOGE("readFromFile: Failed to read file: %s, errno: %d, %s\n", path.c_str(), errno,
+             strerror(errno));
     }
     return static_cast<int>(bytes);
 }

@@ -6,11 +6,7 @@
 
 #define LOGE(...) __android_log_print(ANDROID_LOG_ERROR, "VexConverter-DmabufMemory", __VA_ARGS__)
 
-namespace {
-
 constexpr const char* HEAP = "vex_mm-uncached";
-
-}  // namespace
 
 DmabufMemory::DmabufMemory(int size, int importFd) : mSize(size), mImportFd(importFd) {
     if (mSize <= 0) {

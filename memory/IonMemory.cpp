@@ -7,11 +7,7 @@
 
 #define LOGE(...) __android_log_print(ANDROID_LOG_ERROR, "VexConverter-IonMemory", __VA_ARGS__)
 
-namespace {
-
 constexpr size_t ALIGNMENT = 64;  // bytes
-
-}  // namespace
 
 IonMemory::IonMemory(int size, int importFd) : mSize(size), mImportFd(importFd) {
     if (mSize <= 0) {

@@ -55,9 +55,7 @@ namespace {
 // True for the conversions that compute samples: to RGBA32, and between two color spaces in one YUV
 // format.
 bool canComputeSamples(LinearFormat from, LinearFormat to) {
-    const bool toRgba =
-        isYuv(from) || from == LinearFormat::RGB24 || from == LinearFormat::RGB10_A2;
-    return to == LinearFormat::RGBA32 ? toRgba : from == to && isYuv(from);
+    return to == LinearFormat::RGBA32 || (from == to && isYuv(from));
 }
 
 // The alignment, in bytes, of rows and pitches: the kernels access rows as words of a pixel or a
@@ -200,23 +198,15 @@ void unpack(const Frame& src, int index, int top, int rowCount, Rows to) {
     const LinearFormat format = src.layout->format;
     const PlaneLayout& plane = src.layout->planes[index];
     const int samples = plane.samplesPerRow(format, src.width);
-    switch (plane.component) {
-        case Component::NONE:
-            break;
-        case Component::RGB:
-        case Component::LUMA:
-        case Component::CBCR:
-            unpackPlane(plane, sampleBytesOf(format), src.rows(index, top), samples, rowCount, to);
-            break;
-        case Component::CB:
-        case Component::CR:
-            mergeChroma(src.rows(src.layout->cbPlane(), top), src.rows(src.layout->crPlane(), top),
-                        samples, rowCount, to);
-            // The pairs of an odd width leave the last byte of the row; it gets the neutral value.
-            for (int row = 0; src.width % 2 != 0 && row < rowCount; ++row) {
-                to.data[row * to.pitch + src.width - 1] = 128;
-            }
-            break;
+    if (!plane.isCbOrCr()) {
+        unpackPlane(plane, sampleBytesOf(format), src.rows(index, top), samples, rowCount, to);
+        return;
+    }
+    mergeChroma(src.rows(src.layout->cbPlane(), top), src.rows(src.layout->crPlane(), top), samples,
+                rowCount, to);
+    // The pairs of an odd width leave the last byte of the row; it gets the neutral value.
+    for (int row = 0; row < rowCount; ++row) {
+        std::fill_n(to.data + row * to.pitch + 2 * samples, src.width % 2, uint8_t{128});
     }
 }
 
