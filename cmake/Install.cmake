@@ -1,4 +1,4 @@
-# What is installed, and the Debian package of it.
+# This says what is installed, and describes the Debian package of it.
 include(GNUInstallDirs)
 
 install(TARGETS VexConverter make-dump probe-dump)
@@ -25,7 +25,10 @@ install_compressed(CHANGELOG.md changelog ${documents})
 configure_file(packaging/changelog packaging/changelog @ONLY)
 install_compressed(${CMAKE_CURRENT_BINARY_DIR}/packaging/changelog changelog.Debian ${documents})
 install(FILES packaging/copyright DESTINATION ${documents})
-install(DIRECTORY docs/ DESTINATION ${documents} FILES_MATCHING PATTERN "*.md" PATTERN man EXCLUDE)
+# The README links to the pages of docs/. Two of them are for those who change the sources.
+install(FILES README.md DESTINATION ${documents})
+install(DIRECTORY docs DESTINATION ${documents} FILES_MATCHING PATTERN "*.md" PATTERN "*.png"
+    PATTERN man EXCLUDE PATTERN architecture.md EXCLUDE PATTERN host-engine.md EXCLUDE)
 install(FILES config/default-rules.json config/format-rules.schema.json
     DESTINATION ${CMAKE_INSTALL_DATADIR}/vexconverter)
 
@@ -51,9 +54,9 @@ memory: planar and semi-planar YUV, 10-bit, block and tile layouts, AFBC, and
 the chip's CPQ and Lumo formats in four part files. It writes plain raw frames
 or a PNG picture of each frame. Size and format come from options or from the
 dumps' names, which rules decode. On a PC it reads AFBC, CPQ and Lumo only
-where their blocks are stored uncompressed; compressed blocks need the device.
+if their blocks are stored uncompressed. Compressed blocks need the device.
 .
-The package also has probe-dump, which tells what a dump is and whether it
+The package also has probe-dump, which says what a dump is and whether it
 converts, and make-dump, which writes samples of every format.")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
