@@ -124,7 +124,7 @@ Component unpack(const Stored& stored, int width, int lines, int perUnit) {
 std::vector<Component> componentsOf(host::LinearFormat format, int width, int lines,
                                     const unsigned char* bytes, int unusedBits) {
     std::vector<Component> all;
-    const auto size = static_cast<size_t>(host::bytesOf(format));
+    const auto size = static_cast<size_t>(host::columnBytes(format));
     if (isYuv(format)) {
         const int shift = size == 2 ? unusedBits : 0;
         const unsigned char* chroma =
