@@ -35,7 +35,7 @@ size_t at(int x, int y, int pitch) {
     return static_cast<size_t>(y) * static_cast<size_t>(pitch) + static_cast<size_t>(x);
 }
 
-// The highest value of a sample of an RGB format.
+// Returns the highest value of a sample of an RGB format.
 double maxOf(LinearFormat format) { return format == LinearFormat::RGB10_A2 ? 1023 : 255; }
 
 host::Affine scaleBy(double factor) {
@@ -53,7 +53,7 @@ Triple transform(const host::Affine& affine, const Triple& in) {
     return out;
 }
 
-// The pixels of a frame as R, G, B from 0 to 1.
+// Colors are the pixels of a frame as R, G, B from 0 to 1.
 class Colors {
   public:
     Colors(const LinearFrame& frame, const host::Profile& profile)
@@ -63,7 +63,7 @@ class Colors {
 
     Triple at(int x, int y) const { return transform(mToRgb, samples(x, y)); }
 
-    // The mean of the four pixels from (x, y) on.
+    // Returns the mean of the four pixels from (x, y) on.
     Triple mean(int x, int y) const {
         Triple mean = {};
         for (int i = 0; i < 4; ++i) {
