@@ -1,4 +1,4 @@
-# What is installed, and the Debian package of it.
+# This says what is installed, and makes the Debian package of it.
 include(GNUInstallDirs)
 
 install(TARGETS VexConverter make-dump probe-dump)
