@@ -1,4 +1,4 @@
-# The device's headers and libraries, in two lists of folders. All are looked for now, so that a
+# Two lists of folders have the device's headers and libraries. All are looked for now, so that a
 # missing one ends the configuration with its name.
 set(VEX_DEVICE_INCLUDE_DIRS "" CACHE STRING "folders of the device's headers")
 set(VEX_DEVICE_LIBRARY_DIRS "" CACHE STRING "folders of the device's libraries")

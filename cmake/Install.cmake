@@ -1,4 +1,4 @@
-# This says what is installed, and describes the Debian package of it.
+# This says what is installed, and makes the Debian package of it.
 include(GNUInstallDirs)
 
 install(TARGETS VexConverter make-dump probe-dump)

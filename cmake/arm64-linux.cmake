@@ -1,5 +1,5 @@
-# 64-bit Arm Linux on a PC: Debian's cross compiler, and its emulator for what the build and the
-# tests start.
+# This builds for 64-bit Arm Linux on a PC. It uses Debian's cross compiler, and Debian's emulator for
+# what the build and the tests start.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR aarch64)
 set(CMAKE_C_COMPILER aarch64-linux-gnu-gcc)

@@ -132,7 +132,7 @@ FrameParts lumoParts(Size area, Size lumaBody, Size chromaBody) {
 
 FrameParts partsOfNV12_LUMO(Size area) { return lumoParts(area, area, area >> 1); }
 
-// A sample has 12 bits. The frame is out of range if 6 * area is.
+// A sample has 12 bits. Because 6 * area must fit, larger frames are out of range.
 FrameParts partsOfP010_LUMO(Size area) { return lumoParts(area, 6 * area >> 2, 6 * area >> 3); }
 
 // A Lumo frame is one plane, which ends with the chroma body. Its pitch is that of 8 lines of luma

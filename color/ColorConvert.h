@@ -85,7 +85,7 @@ class ColorConvert {
     // already.
 
     // Rounds up to a multiple of the alignment. The result may leave the signed 32-bit range. It is
-    // 0 if the alignment is 0, and (value + alignment - 1) / alignment x alignment for any others.
+    // 0 if the alignment is 0, else it is (value + alignment - 1) / alignment x alignment.
     static int64_t roundUp(int value, int alignment);
     // Returns the width and the height, each rounded up to the format's alignment, or -1 for one
     // that leaves the range.
@@ -93,7 +93,8 @@ class ColorConvert {
     // Returns the bytes of a frame, -1 if they leave the signed 32-bit range, or 0 for UNKNOWN.
     static int getFrameSize(int width, int height, ColorFormat format);
     // Returns the size and the offset in the frame of a separate format's luma body, luma header,
-    // chroma body and chroma header. Other formats have none, and so have frames out of range.
+    // chroma body and chroma header. The list is empty for other formats and for frames out of
+    // range.
     static std::vector<std::pair<int, int>> getSeparateSize(int width, int height,
                                                             ColorFormat format);
 

@@ -40,10 +40,10 @@ bool callWithStack(size_t bytes, std::function<void()> work) {
 
 // Returns the bytes of stack that a search for the pattern in the name may take. GCC's library
 // compiles and searches by recursion. Ten nested groups in a repeat took 3 KB for each byte of the
-// name, and 15 KB with sanitizers.
+// name, and 15 KB with sanitizers. The longest path has 4,096 bytes.
 size_t stackFor(const std::string& pattern, const std::string& name) {
     constexpr size_t PER_BYTE = 16 << 10;
-    constexpr size_t MAX = 64 << 20;
+    constexpr size_t MAX = PER_BYTE * 4096;
     return std::min(MAX, PER_BYTE * (pattern.size() + name.size()));
 }
 

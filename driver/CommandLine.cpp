@@ -58,7 +58,8 @@ void printColorSpaceSection() {
     }
 }
 
-// The interface of both listings has a parameter, the option's value, which they don't need.
+// The program's interface gives both listings a parameter for the option's value. They don't use
+// it.
 [[noreturn]] void printSupportedInputFormats(int /*unused*/) {
     printInputFormatSection();
     exit(0);

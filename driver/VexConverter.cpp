@@ -13,8 +13,8 @@
 
 namespace {
 
-// Returns the files of the folder if the only input path is one, else those input paths that are
-// files. If there are none, it prints the help text and ends the process.
+// Returns the files of the folder if the only input path is a folder, else those input paths that
+// are files. If there are no files, this prints the help text and ends the process.
 std::vector<std::string> collectInputFiles(const std::vector<std::string>& inputPaths) {
     std::vector<std::string> files;
     if (inputPaths.empty()) {

@@ -128,7 +128,8 @@ bool addRule(std::vector<FormatConfig>& rules, const cJSON* object) {
     return true;
 }
 
-// Appends the rules of the document. Returns 0, or -1 without any rule if one can't be used.
+// Appends the document's rules and returns 0. If one of them can't be used, this appends none and
+// returns -1.
 int addRules(const cJSON* document) {
     std::vector<FormatConfig> rules;
     const cJSON* rule = nullptr;

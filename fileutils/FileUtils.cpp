@@ -47,7 +47,7 @@ int failToOpen(const char* operation, const std::string& path, int error) {
     return -error;
 }
 
-size_t bytesOf(int size) { return static_cast<size_t>(std::max(size, 0)); }
+size_t notNegative(int size) { return static_cast<size_t>(std::max(size, 0)); }
 
 // Writes until all bytes are written or a call fails, and returns the number of bytes written. The
 // device's fwrite would make a call for each 1,024 bytes.
@@ -145,7 +145,7 @@ int FileUtils::readFromFile(std::string path, unsigned char* buffer, int size, i
     if (stride >= 1 && count >= 1 && fseeko(file.get(), off_t{stride} * count, SEEK_CUR) != 0) {
         return 0;  // The file system has no files that are so large.
     }
-    const size_t bytes = fread(buffer, 1, bytesOf(size), file.get());
+    const size_t bytes = fread(buffer, 1, notNegative(size), file.get());
     if (ferror(file.get()) != 0) {
         LOGE("readFromFile: Failed to read file: %s, errno: %d, %s\n", path.c_str(), errno,
              strerror(errno));
@@ -162,9 +162,9 @@ int FileUtils::writeToFile(std::string path, const unsigned char* buffer, int si
     struct stat before = {};
     const bool regular = fstat(fd, &before) == 0 && S_ISREG(before.st_mode);
     errno = 0;  // write sets no error if it returns 0.
-    const size_t written = writeAll(fd, buffer, bytesOf(size));
+    const size_t written = writeAll(fd, buffer, notNegative(size));
     const int writeError = errno;
-    const bool complete = written == bytesOf(size);
+    const bool complete = written == notNegative(size);
     if (!complete && written > 0 && regular) {
         cutOff(fd, written, before, path);
     }

@@ -1,5 +1,6 @@
-// PNG output: the implementation of the picture library, stb_image_write. With VEX_ISAL, the hooks
-// that the library documents replace its slow loops. Without, it is as it comes.
+// For PNG output this file compiles the picture library, stb_image_write. With VEX_ISAL, the hooks
+// that the library documents replace its slow loops. Without VEX_ISAL, the library's own loops
+// stay.
 #undef NDEBUG  // The library's growing arrays check malloc only with assert.
 #include <android/log.h>
 
@@ -29,7 +30,7 @@ unsigned char* compressFrame(unsigned char* data, int size, int* compressedSize)
 // The library computes the checksum a byte at a time, a large part of the time that remains.
 #define STBIW_CRC32(bytes, size) crc32_gzip_refl(0, bytes, static_cast<uint64_t>(size))
 // The filters take most of the rest, so they are inlined into their caller and compiled for wider
-// vectors too; without that photographs take 18 % longer and fractals 45 %. Clones are chosen
+// vectors too. Without that, photographs take 18 % longer and fractals 45 %. Clones are chosen
 // before AddressSanitizer is ready, so its builds have none.
 #if defined(__x86_64__) && !defined(__clang__) && !defined(__SANITIZE_ADDRESS__)
 #define STBIWDEF static __attribute__((flatten, target_clones("arch=x86-64-v4", "avx2", "default")))
@@ -61,14 +62,15 @@ namespace {
 
 constexpr int64_t MAX_COMPRESSED = INT_MAX;
 
-// More than compression gives: data that doesn't shrink is stored in blocks of 65,535 bytes, each
-// with a header of 5. zlib adds 6 bytes, the PNG's signature and chunks 57.
+// This is more than compression gives. Data that doesn't shrink is stored in blocks of 65,535
+// bytes, each with a header of 5 bytes. A 128th of the data is far more than all these headers
+// take. zlib adds 6 bytes, and the PNG's signature and chunks add 57.
 int64_t boundOf(int64_t filtered) { return filtered + filtered / 128 + 5 + 6 + 57; }
 
-// The library checks the allocations that remain, so none is tried here. Freed memory stays in the
-// process for the next picture, because the page faults of new memory take a sixth of a picture's
-// time.
-bool hasMemory(int64_t /*filtered*/) {
+// Returns false if memory is short. Here it never does, because the library itself checks the
+// allocations that remain. From now on freed memory stays in the process for the next picture,
+// because the page faults of new memory take a sixth of a picture's time.
+bool prepareMemory(int64_t /*filtered*/) {
     constexpr int ALL = 1 << 30;
     mallopt(M_MMAP_THRESHOLD, ALL);
     mallopt(M_TRIM_THRESHOLD, ALL);
@@ -77,7 +79,7 @@ bool hasMemory(int64_t /*filtered*/) {
 
 // The output of ISA-L depends on the address of its state: at other addresses one picture in some
 // thousands, of any size, gets other bytes. So that a picture has the same bytes in every process,
-// the state has the same address in each one where that is free.
+// the state has the same address in each process, unless something else is there.
 isal_zstream* mapState() {
     constexpr uintptr_t HINT = 0x10'0000'0000;
     // NOLINTNEXTLINE(performance-no-int-to-ptr): the address is a number
@@ -86,10 +88,10 @@ isal_zstream* mapState() {
     return mapped == MAP_FAILED ? nullptr : static_cast<isal_zstream*>(mapped);
 }
 
-// Returns a zlib stream of the data, in a block that the library releases, or null.
+// Returns a zlib stream of the data in a block that the library releases, or null if it can't.
 unsigned char* compressFrame(unsigned char* data, int size, int* compressedSize) {
-    // Level 0 saves a tenth of the time and makes files a quarter larger. 2 makes the same files
-    // more slowly; 3 takes up to 2.6 times as long for a fiftieth less.
+    // Level 0 saves a tenth of the time and makes files a quarter larger. Level 2 makes the same
+    // files more slowly. Level 3 takes up to 2.6 times as long, and saves a fiftieth of the size.
     constexpr int LEVEL = 1;
     static isal_zstream* const state = mapState();
     const auto bound = static_cast<uint32_t>(boundOf(size));
@@ -117,14 +119,15 @@ unsigned char* compressFrame(unsigned char* data, int size, int* compressedSize)
 
 #else
 
-// The compressor writes at most 9 bits a byte, into an array whose size, an int, it doubles.
+// The compressor writes at most 9 bits for a byte. Its array grows to sizes of 3 x 2^k - 1 bytes,
+// and the size is an int, so 3 x 2^29 - 1 bytes are the most.
 constexpr int64_t MAX_COMPRESSED = INT64_C(3) << 29;
 
 int64_t boundOf(int64_t filtered) { return filtered / 8 * 9 + 64; }
 
-// True when there is memory for all that the library allocates: the filtered bytes, the array
-// before and after it is doubled, and the compressor's hash table.
-bool hasMemory(int64_t filtered) {
+// Returns false if memory is short. It tries to allocate as much as the library does: the filtered
+// bytes, the array before and after it grows, and the compressor's hash table.
+bool prepareMemory(int64_t filtered) {
     const auto needed = static_cast<size_t>(4 * boundOf(filtered) + (4 << 20));
     void* volatile memory = malloc(needed);  // NOLINT(*-no-malloc): doesn't throw
     free(memory);                            // NOLINT(*-no-malloc)
@@ -133,9 +136,9 @@ bool hasMemory(int64_t filtered) {
 
 #endif
 
-// True when the encoder has memory for the picture and no count of it overflows int: the sum of a
-// row's filtered bytes, each at most 128, and the size of all rows, which start with a byte for the
-// filter.
+// Returns true if the encoder has memory for the picture, and none of its counts overflows int. It
+// adds up the filtered bytes of a row, each of which counts as 128 at most. It also counts the
+// bytes of all rows, filtered and compressed. Each filtered row starts with a byte for the filter.
 bool fitsEncoder(int width, int height, int components) {
     if (width <= 0 || height <= 0 || components < 1 || components > 4) {
         return false;
@@ -145,7 +148,7 @@ bool fitsEncoder(int width, int height, int components) {
         return false;
     }
     const int64_t filtered = (row + 1) * height;
-    return boundOf(filtered) <= MAX_COMPRESSED && hasMemory(filtered);
+    return boundOf(filtered) <= MAX_COMPRESSED && prepareMemory(filtered);
 }
 
 }  // namespace

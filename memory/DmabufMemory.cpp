@@ -46,8 +46,7 @@ unsigned char* DmabufMemory::data() {
     void* address =
         mmap(nullptr, static_cast<size_t>(mSize), PROT_READ | PROT_WRITE, MAP_SHARED, mShareFd, 0);
     if (address == MAP_FAILED || address == nullptr) {
-        // Both kinds of buffers report this failure in the words of ION, which fixes the log's
-        // text.
+        // The program's interface has ION's words here, for both kinds of buffers.
         LOGE("DmabufMemory::data failed to ion_map, buffer import fd: %d", mImportFd);
         release();
         return nullptr;

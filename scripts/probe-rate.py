@@ -15,8 +15,8 @@ WORK, SEED, WANTED = Path(sys.argv[1]), *sys.argv[2:]
 KEPT = os.environ.get("VEX_KEEP_DUMPS")
 PROBE_DUMP = os.environ.get("VEX_PROBE_DUMP", "build/release/probe-dump")
 
-# From the sources: formats with their alignment and the format of their raw frames; sizes that
-# probe-dump tries, without 8K, which takes too long; codes in the names of whole frames.
+# These come from the sources. They are formats with their alignment and the format of their raw frames,
+# sizes that probe-dump tries, without 8K, which takes too long, and codes in the names of whole frames.
 FORMATS = {name: (int(width), int(height), raw) for name, width, height, raw in re.findall(
     r'0x\w+, +"(\w+)", +\w+, +(\d+), +(\d+), Color::(\w+)',
     Path("color/Catalogue.cpp").read_text())}
@@ -52,7 +52,7 @@ def aligned(format, size):
 
 
 def choose_odd_size(rng, format):
-    """A size that is not aligned as one of the table."""
+    """Returns a size that is not aligned as one of the table."""
     table = {aligned(format, size) for size in SIZES}
     while True:
         width, height = size = 2 * rng.randrange(160, 1000), 2 * rng.randrange(120, 1000)
@@ -62,8 +62,8 @@ def choose_odd_size(rng, format):
 
 
 def photograph(rng, width, height, folder):
-    """A source of frames like photographs: discs and boxes, many small and few large, which hide
-    each other and are shaded; over them light and texture that vary; blur and grain."""
+    """Makes a source of frames like photographs. They show discs and boxes, many small and few large,
+    which hide each other and are shaded. Over these lie light and texture that vary, blur and grain."""
     frame = bytearray(3 * width * height)
 
     def paint(y, left, right, color, light):
@@ -127,7 +127,8 @@ def make_dump(rng, source, format, size, frames, path):
 
 
 def choose_lie(rng, kind):
-    """A dump, its name, and a name that says something else with the same number of bytes."""
+    """Chooses the format, size and name of a dump, and another name that lies about them. Frames of both
+    have the same number of bytes."""
     while True:
         prefix, code, format = rng.choice(CODES)
         _, lying_code, lying_format = rng.choice(CODES)
@@ -154,7 +155,7 @@ def choose_lie(rng, kind):
 
 
 def make_case(row, number, folder):
-    """Makes a dump; returns its path, format, size and what it shows."""
+    """Makes a dump, and returns its path, format, size and what it shows."""
     # The same dumps have right names and names that lie.
     rng = random.Random(f"{SEED} {'lies' if row == 'names' else row} {number}")
     source = rng.choice(PICTURES if row in ("table", "odd") else PICTURES + PATTERNS)
@@ -179,7 +180,7 @@ def make_case(row, number, folder):
 
 
 def probe(path):
-    """What probe-dump says of the file, and the processor time that it takes, in seconds."""
+    """Returns what probe-dump says of the file, and the processor time that it takes, in seconds."""
     with open(path.parent / "answer", "w+b") as answer:
         process = subprocess.Popen([PROBE_DUMP, "--json", path], stdout=answer)
         _, status, used = os.wait4(process.pid, 0)

@@ -1,4 +1,5 @@
-// The catalogue of formats and color spaces: names, sizes of planes and frames, boards.
+// These tests check the catalogue of formats and color spaces: names, sizes of planes and frames,
+// boards.
 #include <stdlib.h>
 
 #include <algorithm>
@@ -26,7 +27,8 @@ TEST(Catalogue, NamesOfColorSpaces) {
     }
 }
 
-// True when the table's list of boards has the board: "*" is all, "!" all but those that follow.
+// Returns true if the table's list of boards has the board. "*" means all boards, and "!" means all
+// but those that follow.
 bool reads(std::string boards, const std::string& board) {
     const bool except = boards[0] == '!';
     boards = "," + boards.substr(except ? 1 : 0) + ",";
@@ -138,7 +140,7 @@ TEST(Geometry, FramesThatLeaveTheRangeAreRefused) {
                 << colorFormatInfo(format).name << ": " << w << " x " << h;
         }
     }
-    // One line more than fits.
+    // This is one line more than fits.
     EXPECT_EQ(Color::getFrameSize(32768, 16384, Color::RGBA8888), -1);
     // The plane rule multiplies the area by ten, which leaves the range before the frame does.
     EXPECT_GT(Color::getFrameSize(16384, 13088, Color::NV12_BLK_10BIT_V), 0);

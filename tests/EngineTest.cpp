@@ -1,5 +1,5 @@
-// The blit engine of the host: where it reads samples, how it converts colors, which jobs it
-// refuses.
+// These tests check the host's blit engine: where it reads samples, how it converts colors, which
+// jobs it refuses.
 #include <PxAsyncBlitStream.h>
 #include <fcntl.h>
 #include <sync/sync.h>
@@ -24,7 +24,7 @@ namespace {
 
 using Color = ColorConvert;
 
-// A frame in a device buffer.
+// A Frame is stored in a device buffer.
 struct Frame {
     Frame(Color::ColorFormat f, int w, int h)
         : format(f), width(w), height(h), size(Color::getFrameSize(w, h, f)), memory(size, -1) {
@@ -36,7 +36,7 @@ struct Frame {
     }
     uint8_t* bytes() { return memory.data(); }
     uint16_t* words() { return reinterpret_cast<uint16_t*>(memory.data()); }
-    // A sample of a linear frame. The chroma rows of YUV follow the luma rows.
+    // Returns a sample of a linear frame. The chroma rows of YUV follow the luma rows.
     int sample(int index) { return format == Color::P010 ? words()[index] >> 6 : bytes()[index]; }
 
     Color::ColorFormat format;
@@ -63,7 +63,7 @@ void fillRandomly(Frame& frame) {
                     });
 }
 
-// A number of bits from a little-endian stream.
+// Returns count bits of a little-endian stream as a number.
 int bitsAt(const uint8_t* bytes, int64_t first, int count) {
     int value = 0;
     for (int bit = 0; bit < count; ++bit) {
@@ -72,16 +72,17 @@ int bitsAt(const uint8_t* bytes, int64_t first, int count) {
     return value;
 }
 
-// A plane of a format as the table of layouts has it.
+// A StoredPlane is a plane of a format as the table of layouts has it.
 struct StoredPlane {
     std::string component;
     int bits, blockWidth, blockHeight, blockBytes, start;
 
     bool isChroma() const { return component[0] == 'c'; }
-    // Samples of a linear row from one of the plane's to the next.
+    // Returns how many samples of a linear row it takes from one of the plane's to the next.
     int step() const { return component == "cb" || component == "cr" ? 2 : 1; }
 
-    // The value that the frame stores for sample x of row y, of so many in a row.
+    // Returns the value that the frame stores for sample x of row y, if a row has that many
+    // samples.
     int at(Frame& frame, int x, int y, int samples) const {
         const int block = y / blockHeight * (samples / blockWidth) + x / blockWidth;
         const int sample = y % blockHeight * blockWidth + x % blockWidth;
@@ -89,7 +90,7 @@ struct StoredPlane {
     }
 };
 
-// Number of samples of the plane that the linear frame has with another value.
+// Returns the number of samples of the plane that have another value in the linear frame.
 int countWrongSamples(const StoredPlane& plane, Frame& src, Frame& linear) {
     const int samples =
         plane.component == "rgb" ? linear.size / src.height : src.width / plane.step();
@@ -133,7 +134,7 @@ TEST(Engine, EverySampleIsReadWhereItIsStored) {
 
 using Color3 = std::array<double, 3>;  // R, G and B from 0 to 1, or samples of Y, Cb and Cr
 
-// A color space as its standard defines it, to compute colors in floating point.
+// A Space computes colors in floating point, as the standard of a color space defines them.
 struct Space {
     double kr, kb, black, luma, neutral, chroma;
 
@@ -181,8 +182,8 @@ void forEachFrame(F f) {
     }
 }
 
-// The color of a pixel, with the nearest chroma. A frame of one line or column has no chroma: its
-// pixels are gray.
+// Returns the color of a pixel, with the nearest chroma. A frame of one line or column has no
+// chroma, so its pixels are gray.
 Color3 colorOf(Frame& frame, const Space& space, int x, int y) {
     const int luma = frame.sample(y * frame.width + x);
     if (frame.width == 1 || frame.height == 1) {
@@ -193,7 +194,7 @@ Color3 colorOf(Frame& frame, const Space& space, int x, int y) {
     return space.toRgb(luma, frame.sample(cb), frame.sample(cb + 1));
 }
 
-// How far samples are from the exact ones.
+// A Deviation says how far samples are from the exact ones.
 struct Deviation {
     double worst = 0;
     int unequal = 0, samples = 0;
@@ -278,8 +279,8 @@ TEST(EngineColor, RgbToRgbaScalesDepthAndAlpha) {
     }
 }
 
-// The engine converts colors while it unpacks a layout. The result is the same when it unpacks to
-// the linear format first and converts the colors of that.
+// The engine converts colors while it unpacks a layout. The result is the same if it unpacks to the
+// linear format first and converts the colors of that.
 TEST(Engine, StraightAndByTheDefaultOutputGiveTheSame) {
     for (int i = 1; i < Color::COLOR_FORMAT_COUNT; ++i) {
         const auto format = static_cast<Color::ColorFormat>(i);
@@ -350,7 +351,7 @@ TEST(Engine, CallsMmapOnlyWhereNobodyHasAndOnlyForTheJob) {
     close(writeOnly);
 }
 
-// Runs a job with these sides, and returns what the engine returns: 0 when the frame is converted.
+// Runs a job with these sides, and returns what the engine returns, 0 if the frame is converted.
 int runJob(Color::ColorConvertBuffer (&sides)[2], unsigned jobOffset = 0, int cropped = 0) {
     auto& [src, dst] = sides;
     const auto code = [](const auto& side) {
@@ -377,8 +378,8 @@ int runJob(Color::ColorConvertBuffer (&sides)[2], unsigned jobOffset = 0, int cr
     return status;
 }
 
-// So the catalogue's sizes and pitches are those of the engine. In 64 x 64 no plane of any format
-// has padding, where a smaller size could do.
+// This shows that the catalogue's sizes and pitches are those of the engine. In 64 x 64 no plane of
+// any format has padding, with which a smaller size could do.
 TEST(Engine, RefusesAJobWithAnyWrongNumber) {
     for (int i = 1; i < Color::COLOR_FORMAT_COUNT; ++i) {
         Frame src(static_cast<Color::ColorFormat>(i), 64, 64);

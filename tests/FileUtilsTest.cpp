@@ -1,4 +1,4 @@
-// Files and folders, and the host's log and device memory.
+// These tests check files and folders, and the host's log and device memory.
 #include "fileutils/FileUtils.h"
 
 #include <sys/mman.h>
@@ -86,7 +86,7 @@ TEST_F(FileUtilsTest, FilesThatCannotBeReadAreLogged) {
 
 std::string lastSystemLogEntry;  // its priority, a space and its text
 
-// Where VEX_HOST_LOG names no file and standard error is no terminal.
+// Here VEX_HOST_LOG names no file, and standard error is no terminal.
 TEST_F(FileUtilsTest, EntriesGoToTheSystemLog) {
     setenv("VEX_HOST_LOG", "", 1);
     testing::internal::CaptureStderr();

@@ -1,4 +1,5 @@
-// Rules: what patterns find in names, and the built-in rules against the catalogue.
+// These tests check what the patterns of rules find in names, and the built-in rules against the
+// catalogue.
 #include "TestFiles.h"
 #include "color/ColorConvert.h"
 #include "config/FormatConfig.h"
@@ -27,7 +28,7 @@ FormatConfig ruleOf(const std::string& pattern, int widthGroup, int heightGroup)
     return {"", "", pattern, widthGroup, heightGroup, -1, -1, 0, 0, 1, 1, "NV12"};
 }
 
-// The size that the pattern finds in the name, or "none".
+// Returns the size that the pattern finds in the name, or "none".
 std::string sizeFound(const std::string& pattern, const std::string& name, int widthGroup = 1,
                       int heightGroup = 2) {
     FormatConfig rule = ruleOf(pattern, widthGroup, heightGroup);
@@ -93,7 +94,7 @@ TEST_F(PatternTest, LongNamesAndPatternsAreSearched) {
     EXPECT_EQ(logEntries(), 0);
 }
 
-// Otherwise this test would not end.
+// If a search took too long, this test would not end.
 TEST(Match, BuiltInRulesSearchAnyName) {
     ASSERT_EQ(FileUtils::parseConfigFile(""), 0);
     const std::string start = "vdec_output_";

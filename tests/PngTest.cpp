@@ -1,5 +1,5 @@
-// PNG output, with ISA-L and as the library comes: limits, memory, files that can't be written.
-// pictures.py tests what the pictures hold.
+// These tests check PNG output with ISA-L and without it: limits, memory, files that can't be
+// written. pictures.py tests what the pictures hold.
 #include <android/log.h>
 
 #include <climits>
@@ -71,11 +71,12 @@ class PngTest : public testing::Test {
     std::string mPath = testFolder() + VARIANT ".png";
 };
 
-// The encoder counts the filtered bytes and their compressed copies in int. As the library comes,
-// memory for all of them is tried before it starts. Here it gets no memory of this size.
+// The encoder counts the filtered bytes and their compressed copies in int. Without ISA-L, the
+// writer tries to allocate memory for all of them before it starts. Here it gets no memory of this
+// size.
 TEST_F(PngTest, RefusesOnlyWhatTheEncoderCannotCount) {
-    // Frames of the most filtered bytes that are taken, and of one more. A filtered row has one
-    // byte more than the row.
+    // These frames have the most filtered bytes that are taken, and one more. A filtered row has
+    // one byte more than the row.
     const auto [width, lines] = FAST ? std::pair(44496, 11972) : std::pair(20005, 17891);
     const auto [wider, fewer] = FAST ? std::pair(62022, 8589) : std::pair(272800, 1312);
     const auto filtered = static_cast<size_t>((INT64_C(4) * width + 1) * lines);
@@ -86,7 +87,7 @@ TEST_F(PngTest, RefusesOnlyWhatTheEncoderCannotCount) {
     EXPECT_LE(largestAllocation, (FAST ? 2 : 5) * filtered);
     EXPECT_EQ(write(wider, fewer, pixels), 0);
     EXPECT_EQ(largestAllocation, 0U);
-    // A row's sum of bytes up to 128 each.
+    // In the first picture a row's sum of bytes, each up to 128, is too large.
     EXPECT_EQ(write(4194304, 1, pixels) + write(0x7FFFFFFF, 0x7FFFFFFF, pixels), 0);
     for (const auto& [none, components] : {std::pair(0, 0), std::pair(-1, 5)}) {
         EXPECT_EQ(write(none, 5, pixels) + write(5, none, pixels), 0);

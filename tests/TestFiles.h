@@ -1,4 +1,4 @@
-// What tests share: tables of cases in tests/data, and folders to work in.
+// Tests share this: tables of cases in tests/data, and folders to work in.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -12,7 +12,7 @@
 #include <tuple>
 #include <vector>
 
-// A path that no other test uses, nor another run of the same test.
+// Returns a path that no other test uses, nor another run of the same test.
 inline std::string testFolder() {
     const testing::TestInfo* test = testing::UnitTest::GetInstance()->current_test_info();
     std::string name = std::string(test->test_suite_name()) + "-" + test->name();
@@ -20,7 +20,7 @@ inline std::string testFolder() {
     return testing::TempDir() + "vex-" + name + "-" + std::to_string(getpid());
 }
 
-// The rows of a table in tests/data, without its comments.
+// Returns the rows of a table in tests/data, without its comments.
 inline std::vector<std::istringstream> tableRows(const std::string& name) {
     std::ifstream file(std::string(TEST_DATA) + "/" + name);
     std::vector<std::istringstream> rows;
@@ -33,7 +33,7 @@ inline std::vector<std::istringstream> tableRows(const std::string& name) {
     return rows;
 }
 
-// The same rows as tuples. White space separates the fields.
+// Returns the same rows as tuples. White space separates the fields.
 template <typename... Fields>
 std::vector<std::tuple<Fields...>> table(const std::string& name) {
     std::vector<std::tuple<Fields...>> rows;
@@ -55,7 +55,7 @@ inline size_t openDescriptors() {
     return static_cast<size_t>(std::distance(begin(all), end(all)));
 }
 
-// A test with a folder of its own.
+// A FolderTest has a folder of its own.
 class FolderTest : public testing::Test {
   protected:
     FolderTest() { std::filesystem::create_directory(mFolder); }

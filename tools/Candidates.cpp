@@ -18,8 +18,8 @@ namespace {
 using Color = ColorConvert;
 using Readings = std::vector<Reading>;
 
-// Sizes in use, of two that a format aligns to the same size the first: of video, of screens, of
-// phones held upright and sideways, and of cameras.
+// These are sizes in use: of video, of screens, of phones held upright and sideways, and of
+// cameras. If a format aligns two of them to the same size, the first is taken.
 constexpr FrameSize SIZES[] = {
     {176, 144},   {352, 240},   {352, 288},   {320, 240},   {480, 270},   {480, 320},
     {640, 360},   {640, 480},   {704, 576},   {720, 480},   {720, 576},   {854, 480},
@@ -55,8 +55,8 @@ bool isReadByBoard(Color::ColorFormat format) {
     return !isSet || Color::checkPlatformSupport(format);
 }
 
-// Sizes of as many pixels, with the shape of a picture: that size, and those that are meant if it
-// swaps the sides, or is off by a factor of two.
+// Returns sizes of as many pixels, with the shape of a picture: that size, and those that are meant
+// if it swaps the sides, or is off by a factor of two.
 std::vector<FrameSize> variantsOf(const FrameSize& size) {
     constexpr int MAX_SHAPE = 3;
     std::vector<FrameSize> sizes = {size, {size.height, size.width}};
@@ -69,11 +69,11 @@ std::vector<FrameSize> variantsOf(const FrameSize& size) {
     return sizes;
 }
 
-// The readings of a file that are tried, each once: those of which the file holds half a frame or
-// more.
+// A Collection has the readings of a file that are tried, each once. The file holds half a frame of
+// each of them, or more.
 class Collection {
   public:
-    // known: the only format, width and height to try. If no format is given, the board's are
+    // known has the only format, width and height to try. If no format is given, the board's are
     // tried.
     Collection(int64_t fileSize, const CommandLineOptions& known)
         : mFileSize(fileSize), mKnown(known) {
@@ -125,7 +125,7 @@ class Collection {
     // named one.
     Readings take() { return std::exchange(mFirst, {}); }
 
-    // The others, which are cut off.
+    // Returns the others, which are cut off.
     const Readings& cutOff() const { return mCutOff; }
 
     bool tried() const { return !mSeen.empty(); }
@@ -143,7 +143,7 @@ class Collection {
                 const int bytes = Color::getFrameSize(width, steps * stepY, format);
                 return bytes < 0 ? INT64_MAX : int64_t{bytes};
             };
-            // Shapes from 2.5 to 0.4. Frames of more lines have more bytes.
+            // The shapes go from 2.5 to 0.4. Frames of more lines have more bytes.
             int low = std::max(1, width * 2 / 5 / stepY);
             int high = width * 5 / 2 / stepY;
             if (bytesOf(low) > frameSize) {
@@ -172,7 +172,7 @@ class Collection {
     bool mFills = false;
 };
 
-// Scores readings of one file. likelySizes: those that its name or options give.
+// Scores readings of one file. likelySizes are those that its name or options give.
 class Ranking {
   public:
     Ranking(FrameScorer& scorer, std::vector<FrameSize> likelySizes)
@@ -206,7 +206,7 @@ class Ranking {
         return kept;
     }
 
-    // True if it is one of the sizes that are tried first.
+    // Returns true if the reading has one of the sizes that are tried first.
     bool isUsual(const Reading& reading) const {
         return isSizeOf(reading, mLikelySizes) || isSizeOf(reading, SIZES);
     }
@@ -246,7 +246,7 @@ bool isClear(const Readings& best) {
            (best.size() == 1 || best[1].isNoise || best[1].rank >= CLEAR * best[0].rank);
 }
 
-// Takes over the readings that tell something: none if the best one is noise.
+// Takes over the readings that tell something, which none does if the best one is noise.
 void finish(const Readings& best, const FrameScorer& scorer, Search& search) {
     search.failure = scorer.failure();
     if (best.empty() || best[0].isNoise || !search.failure.empty()) {
@@ -313,7 +313,7 @@ Search searchReadings(const std::string& path, const CommandLineOptions& known,
     readings.add(named);
     readings.addSizes(likelySizes);
     readings.addSizes(SIZES);
-    // Few lines are enough to find the best readings; many decide between them.
+    // Few lines are enough to find the best readings. Many lines decide between them.
     Readings best = ranking.best(readings.take(), ScoredLines::FEW, KEPT);
     if (!best.empty()) {
         for (const FrameSize& size : variantsOf(best[0].size)) {

@@ -1,4 +1,5 @@
-// What a file could be: formats and sizes, ranked by how much its frames look like pictures.
+// This finds what a file could be: formats and sizes, ranked by how much its frames look like
+// pictures.
 #pragma once
 
 #include <cstdint>
@@ -14,11 +15,11 @@ struct FrameSize {
     int height = 0;  // lines
 };
 
-// One way to read a file of frames.
+// A Reading is one way to read a file of frames.
 struct Reading {
     ColorConvert::ColorFormat format = ColorConvert::UNKNOWN;
     // YV12 and YUV420P differ in the order of two planes alone if their planes have the same size.
-    // No score tells them apart then, so the reading stands for both. Else UNKNOWN.
+    // No score tells them apart then, so the reading stands for both. Otherwise this is UNKNOWN.
     ColorConvert::ColorFormat twin = ColorConvert::UNKNOWN;
     FrameSize size;  // before alignment
     FrameSize aligned;
@@ -33,18 +34,19 @@ struct Reading {
     size_t place = 0;            // among the readings that were tried, from 1 on
 };
 
-// Returns the reading of a file of that many bytes. aligned: the size of the frames, if it is not
+// Returns the reading of a file of that many bytes. aligned is the size of the frames, if it is not
 // the one to which the format is aligned. The frame size is 0 or less if there are no such frames.
 Reading makeReading(int64_t fileSize, ColorConvert::ColorFormat format, FrameSize size);
 Reading makeReading(int64_t fileSize, ColorConvert::ColorFormat format, FrameSize size,
                     FrameSize aligned);
 
-// As in "1920 x 1080" and "NV12, 1920 x 1080".
+// These print texts such as "1920 x 1080" and "NV12, 1920 x 1080".
 std::ostream& operator<<(std::ostream& stream, const FrameSize& size);
 std::ostream& operator<<(std::ostream& stream, const Reading& reading);
 
 struct Search {
-    // The best first: at most MAX_READINGS and, if it could be scored, the named one.
+    // The best reading comes first. There are at most MAX_READINGS and, if it could be scored, the
+    // named one.
     std::vector<Reading> readings;
     bool isClear = false;  // the first is far better than the second
     bool doubted = false;  // the first is clearly better than the named one
@@ -57,7 +59,7 @@ struct Search {
 
 // Looks for readings of a file whose format or size is not known. It tries the format and size that
 // the options give, the sizes that its name may mean, sizes in use, and if these give no clear
-// answer all sizes whose frames fill the file. named: the reading that the name gives and that
+// answer all sizes whose frames fill the file. named is the reading that the name gives and that
 // doesn't fill the file, or one without frames.
 Search searchReadings(const std::string& path, const CommandLineOptions& known,
                       const std::vector<FrameSize>& namedSizes, const Reading& named);

@@ -51,7 +51,7 @@ std::string showCommandFor(const Reading& reading, const std::string& path,
 }
 
 const char* pixelFormatOf(Color::ColorFormat format) {
-    // In the order of host::LinearFormat.
+    // The names have the order of host::LinearFormat.
     constexpr const char* NAMES[] = {"rgb24", "rgba", "x2bgr10le", "nv12", "p010le"};
     return NAMES[static_cast<int>(host::findLayout(colorFormatInfo(format).pxColor)->format)];
 }

@@ -20,7 +20,7 @@ namespace {
 constexpr int FIRST_LONG = 256;  // the letters of options that have none begin here
 enum { HELP = 1000, VERSION };
 
-// The letters and digits of a name, in lower case.
+// Returns the letters and digits of a name, in lower case.
 std::string simplified(const std::string& name) {
     std::string letters;
     for (const unsigned char c : name) {
@@ -31,8 +31,8 @@ std::string simplified(const std::string& name) {
     return letters;
 }
 
-// Says that no row of the table has the name, and which one has the same letters, or which there
-// are.
+// Says that no row of the table has the name. It also says which name has the same letters, or else
+// which names there are.
 template <typename Table>
 std::string describeUnknown(const char* what, const std::string& value, const Table& table) {
     const std::string wanted = simplified(value);

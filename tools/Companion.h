@@ -1,4 +1,5 @@
-// What the companions share as programs: how they start and end, and the options that they take.
+// This is what the companions share as programs: how they start and end, and the options that they
+// take.
 #pragma once
 
 #include <functional>
@@ -17,7 +18,7 @@ struct OptionRow {
 class Companion {
   public:
     // A lack of memory ends the program from now on, and a limit on file sizes makes writes fail.
-    // wrongStatus: its status if the options are wrong, or if standard output can't be written.
+    // wrongStatus is its status if the options are wrong, or if standard output can't be written.
     Companion(const char* name, const char* usage, int wrongStatus);
 
     // Applies the options in their order, and returns the other arguments. Ends the program for

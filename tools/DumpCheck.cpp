@@ -83,7 +83,7 @@ void decodeByRules(DumpCheck& dump) {
     }
 }
 
-// What the options say of every file, or the rules of this one.
+// Fills in what the options say of every file, or what the rules say of this one.
 void decode(const CommandLineOptions& options, DumpCheck& dump) {
     if (isConfigurationMode(options)) {
         decodeByRules(dump);
@@ -118,8 +118,8 @@ void checkBoard(DumpCheck& dump) {
              readers, ".");
 }
 
-// Says why the file can't be read. Returns true if it can. isPart: VexConverter takes zeros for a
-// part file that can't be read, and skips any other file.
+// Says why the file can't be read. Returns true if it can. isPart makes a difference, because
+// VexConverter takes zeros for a part file that can't be read, and skips any other file.
 bool checkReadable(const std::string& path, bool isPart, DumpCheck& dump) {
     std::error_code error;
     const fs::file_status status = fs::status(path, error);
@@ -198,7 +198,7 @@ void checkLength(DumpCheck& dump, int64_t frameSize) {
     }
 }
 
-// The number of the last picture, or 0 if there is one picture, without a number.
+// Returns the number of the last picture, or 0 if there is one picture, without a number.
 int64_t lastPictureOf(const DumpCheck& dump) {
     return dump.job.separate || !holdsSeveralFrames(dump.fileSize, dump.reading().frameSize)
                ? 0
@@ -310,7 +310,7 @@ void checkOutput(const std::string& folder, const std::string& output, bool isRa
     }
 }
 
-// The dumps that have an output of each name.
+// Writers has the dumps that have an output of each name.
 using Writers = std::map<std::string, std::vector<const DumpCheck*>>;
 
 // Says that another dump has one of the dump's outputs too.
@@ -353,7 +353,7 @@ void checkOutputs(std::vector<DumpCheck>& dumps, const std::string& folder) {
     }
 }
 
-// True if the file ends with the last chunk of a picture.
+// Returns true if the file ends with the last chunk of a picture.
 bool isWholePicture(const std::string& path) {
     constexpr int SIZE = 12;
     constexpr std::array<unsigned char, SIZE> LAST_CHUNK = {0,   0,   0,    0,   'I',  'E',

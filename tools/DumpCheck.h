@@ -1,4 +1,5 @@
-// What a dump is, by its name or by options, and what becomes of it when VexConverter converts it.
+// This finds what a dump is, by its name or by options, and what becomes of it when VexConverter
+// converts it.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +12,7 @@
 #include "driver/CommandLine.h"
 #include "driver/FileJob.h"
 
-// What becomes of a dump, from the best to the worst.
+// A Verdict says what becomes of a dump. They go from the best to the worst.
 enum class Verdict {
     CONVERTS,  // all of it
     PARTLY,    // whole frames are written, and the rest of the file is left out
@@ -32,8 +33,8 @@ struct DumpCheck {
     FileJob job;                      // format UNKNOWN if nothing tells it
     int64_t fileSize = 0;             // bytes; of a set, 0
     std::optional<int64_t> frames;    // whole frames in the file
-    // Names of the files that VexConverter writes: the raw one, then the pictures. Of more than
-    // MAX_PICTURES pictures only the first and the last are here.
+    // These are the names of the files that VexConverter writes: the raw one, then the pictures. Of
+    // more than MAX_PICTURES pictures only the first and the last are here.
     std::vector<std::string> outputs;
     std::vector<Problem> problems;
     std::vector<std::string> notes;  // sentences about what is no problem
@@ -58,8 +59,8 @@ std::vector<DumpCheck> checkDumps(const std::vector<std::string>& paths,
                                   const std::string& outputFolder,
                                   const CommandLineOptions& options);
 
-// The sizes that the dump's name may mean: that of the rule, and numbers such as 1280x720.
+// Returns the sizes that the dump's name may mean: that of the rule, and numbers such as 1280x720.
 std::vector<FrameSize> namedSizesOf(const DumpCheck& dump);
 
-// After a conversion: adds a problem for each output that is not in the folder, or not whole.
+// Adds a problem for each output that is not in the folder after a conversion, or not whole.
 void checkWrittenOutputs(DumpCheck& dump, const std::string& folder);

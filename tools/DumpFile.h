@@ -1,4 +1,4 @@
-// A file of frames, open for reading at any place.
+// A DumpFile is a file of frames, open for reading at any place.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +13,7 @@ class DumpFile {
 
     int64_t size() const { return mSize; }  // bytes
 
-    // The reason of the first call that failed, or an empty text. Nothing is read after it.
+    // Returns the reason of the first call that failed, or an empty text. Nothing is read after it.
     const std::string& failure() const { return mFailure; }
 
     // Reads size bytes, beginning at offset. Returns false if they can't all be read.

@@ -15,8 +15,8 @@ struct Dump {
     bool separate;
 };
 
-// The files of the dump whose first file has this path, if the rules decode the dump from the path;
-// else none.
+// Returns the files of the dump whose first file has this path, or none if the rules don't decode
+// the dump from the path.
 std::vector<std::string> decodedFiles(const Dump& dump, const std::string& path) {
     const auto match = findMatch(path);
     if (!match || match->colorFormat != colorFormatInfo(dump.format).name ||
@@ -40,7 +40,7 @@ std::vector<std::string> decodedFiles(const Dump& dump, const std::string& path)
     return files[0] == path && distinct.size() == files.size() ? files : std::vector<std::string>();
 }
 
-// Names that no built-in rule decodes.
+// Returns names that no built-in rule decodes.
 std::vector<std::string> otherFiles(const std::string& stem, bool separate,
                                     const std::string& end) {
     if (!separate) {
@@ -59,7 +59,7 @@ DumpName nameDump(const std::string& folder, ColorConvert::ColorFormat format, i
     }
     const std::string size = "_W" + std::to_string(width) + "H" + std::to_string(height) + "_";
     const std::string end = "_" + std::to_string(number);
-    // Names as the video stack writes them, with each code that the rules know.
+    // These are names as the video stack writes them, with each code that the rules know.
     for (const FormatConfig& rule : formatConfigs) {
         for (const FormatConfig::FormatPair& pair : rule.formatPairs) {
             for (const char* start : {"/vdec_output_0", "/venc_input_0"}) {

@@ -1,4 +1,4 @@
-// Names for the files of a dump that the built-in rules decode, if there are such names.
+// This finds names for the files of a dump that the built-in rules decode, if there are such names.
 #pragma once
 
 #include <string>
@@ -11,7 +11,7 @@ struct DumpName {
     bool decoded;                    // a built-in rule decodes them
 };
 
-// Names a dump of width (pixels) x height (lines), before alignment, in the folder. separate: the
-// frame is stored as part files; number distinguishes the sets of a dump.
+// Names a dump of width (pixels) x height (lines), before alignment, in the folder. separate means
+// that the frame is stored as part files. number distinguishes the sets of a dump.
 DumpName nameDump(const std::string& folder, ColorConvert::ColorFormat format, int width,
                   int height, bool separate, int number);

@@ -24,7 +24,7 @@ bool FrameGeometry::isWholeBlocks() const {
 }
 
 bool FrameGeometry::isCompressed(DumpFile& file) const {
-    if (layout.compressed == nullptr) {
+    if (layout.compressedName == nullptr) {
         return false;
     }
     const int64_t lastFrame = std::max<int64_t>(0, file.size() / size - 1) * size;

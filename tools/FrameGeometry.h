@@ -1,4 +1,5 @@
-// Where the planes and headers of a frame are stored, by the catalogue and the engine's layouts.
+// A FrameGeometry says where the planes and headers of a frame are stored, by the catalogue and the
+// engine's layouts.
 #pragma once
 
 #include "DumpFile.h"
@@ -9,12 +10,12 @@ struct FrameGeometry {
     // width (pixels) and height (lines) are aligned, and the frame's size is in range.
     FrameGeometry(ColorConvert::ColorFormat format, int width, int height);
 
-    // False if a plane is stored in blocks and its rows or lines are no whole number of them. The
-    // engine refuses such a frame.
+    // Returns false if a plane is stored in blocks and its rows or lines are no whole number of
+    // them. The engine refuses such a frame.
     bool isWholeBlocks() const;
 
-    // True if the first frame of the file, or the last one, has headers that are not all zero. Its
-    // blocks are compressed then.
+    // Returns true if the first frame of the file, or the last one, has headers that are not all
+    // zero. Its blocks are compressed then.
     bool isCompressed(DumpFile& file) const;
 
     const int size;  // bytes

@@ -18,12 +18,12 @@ using Color = ColorConvert;
 constexpr double NOISE = 0.85;  // at least, the cost of neighbors as a share of that of any samples
 constexpr int BUFFER_SIZE = 12 << 20;  // bytes
 
-// Lines of a band: at least two rows of blocks, or a few rows.
+// Returns the lines of a band, which are at least two rows of blocks, or a few rows.
 int bandLinesOf(const FrameGeometry& frame) {
     return std::min(frame.buffer.mHeight, frame.layout.planes[0].isLinear() ? 16 : 64);
 }
 
-// Bands to score, at most.
+// Returns how many bands are scored at most.
 int64_t maxBandsOf(const FrameGeometry& frame, ScoredLines scored) {
     constexpr int64_t MAX_SAMPLES = 2 << 20;  // of luma, or pixels
     const int64_t bands =
@@ -33,7 +33,7 @@ int64_t maxBandsOf(const FrameGeometry& frame, ScoredLines scored) {
                                         : bands;
 }
 
-// Bytes of this many lines of the frame in a plane: of rows, or of rows of blocks.
+// Returns the bytes of this many lines of the frame in a plane, which has rows or rows of blocks.
 int64_t bytesOf(const FrameGeometry& frame, size_t plane, int lines) {
     const host::PlaneLayout& layout = frame.layout.planes[plane];
     const int64_t rows = layout.rows(lines);
@@ -45,7 +45,7 @@ int64_t bytesOf(const FrameGeometry& frame, size_t plane, int lines) {
     return rows / layout.blockHeight * blocks * layout.blockBytes;
 }
 
-// The bands of a plane that a file holds.
+// HeldBands are the bands of a plane that a file holds.
 struct HeldBands {
     int64_t perFrame;
     int64_t frames;
@@ -59,7 +59,8 @@ HeldBands heldBands(const FrameGeometry& frame, size_t plane, int64_t fileSize, 
             std::max<int64_t>(1, fileSize / frame.size)};
 }
 
-// Number of bands to score, at most count; 0 if the file holds less than a third of a plane.
+// Returns the number of bands to score, which is at most count, and 0 if the file holds less than a
+// third of a plane.
 int countBands(const FrameGeometry& frame, int64_t fileSize, int bandLines, int64_t count) {
     for (size_t i = 0; i < static_cast<size_t>(frame.layout.planeCount); ++i) {
         const HeldBands held = heldBands(frame, i, fileSize, bandLines);
@@ -70,7 +71,8 @@ int countBands(const FrameGeometry& frame, int64_t fileSize, int bandLines, int6
     return static_cast<int>(count < 2 ? count : count / 2 * 2);
 }
 
-// Cost of the difference of two samples of at most 10 bits: bits of 1 / COST_UNIT.
+// The cost of the difference of two samples, of at most 10 bits each, is a number of bits. Its unit
+// is 1 / COST_UNIT bit.
 constexpr int COST_UNIT = 1024;
 int costOf(int a, int b) {
     static const auto TABLE = [] {
@@ -84,13 +86,13 @@ int costOf(int a, int b) {
     return TABLE[static_cast<size_t>(std::abs(a - b))];
 }
 
-// The sum of the costs of count pairs of neighbors, or of any two rows.
+// Returns the sum of the costs of count pairs of neighbors, or of samples of any two rows.
 template <typename Sample>
 int64_t costOfRows(const Sample* row, const Sample* other, int64_t count) {
     return std::inner_product(row, row + count, other, INT64_C(0), std::plus<>(), costOf);
 }
 
-// A component of a linear frame: luma, Cb, Cr, a color or alpha.
+// A Component is one of a linear frame: luma, Cb, Cr, a color or alpha.
 struct Component {
     int width;  // samples
     int lines;
@@ -98,7 +100,7 @@ struct Component {
     std::vector<uint16_t> samples;
 };
 
-// Where a component is stored: a sample is in a word of so many bytes.
+// Stored says where a component is stored. A sample is in a word of wordBytes bytes.
 struct Stored {
     const unsigned char* first;
     size_t wordBytes;
@@ -120,11 +122,11 @@ Component unpack(const Stored& stored, int width, int lines, int perUnit) {
     return component;
 }
 
-// unusedBits: the lowest bits of 16-bit words, which are no part of a sample.
+// unusedBits is the number of lowest bits of 16-bit words that are no part of a sample.
 std::vector<Component> componentsOf(host::LinearFormat format, int width, int lines,
                                     const unsigned char* bytes, int unusedBits) {
     std::vector<Component> all;
-    const auto size = static_cast<size_t>(host::bytesOf(format));
+    const auto size = static_cast<size_t>(host::columnBytes(format));
     if (isYuv(format)) {
         const int shift = size == 2 ? unusedBits : 0;
         const unsigned char* chroma =
@@ -147,7 +149,7 @@ std::vector<Component> componentsOf(host::LinearFormat format, int width, int li
     return all;
 }
 
-// The mean cost of pairs of samples.
+// A Mean is the mean cost of pairs of samples.
 struct Mean {
     int64_t cost = 0;
     int64_t count = 0;
@@ -159,8 +161,8 @@ struct Mean {
     double value() const {
         return count == 0 ? 0 : static_cast<double>(cost) / static_cast<double>(count);
     }
-    // Neighbors in different blocks count as much as all others: only they show that a format of
-    // blocks has another width.
+    // Neighbors in different blocks count as much as all others, because only they show that a
+    // format of blocks has another width.
     double with(const Mean& atEdges) const {
         return atEdges.count == 0 ? value() : (value() + atEdges.value()) / 2;
     }
@@ -171,7 +173,7 @@ struct Cost {
     double far;   // of samples in distant lines and columns
 };
 
-// The costs of a component. Blocks of a linear format have no width.
+// Returns the costs of a component. Blocks of a linear format have no width.
 Cost costsOf(const Component& plane, int bandLines, int blockWidth, int blockHeight) {
     Mean inLines, inColumns, edgesInLines, edgesInColumns, far;
     const int width = plane.width;
@@ -198,7 +200,7 @@ Cost costsOf(const Component& plane, int bandLines, int blockWidth, int blockHei
     return {(inLines.with(edgesInLines) + inColumns.with(edgesInColumns)) / 2, far.value()};
 }
 
-// The mean cost of the difference of any two bytes.
+// Returns the mean cost of the difference of any two bytes.
 double costOfBytes(const unsigned char* bytes, int64_t size) {
     constexpr int STEP = 7;  // No sample or pixel has so many bytes, so all of their bytes count.
     std::array<int64_t, 256> counts = {};
@@ -216,8 +218,8 @@ double costOfBytes(const unsigned char* bytes, int64_t size) {
     return cost / static_cast<double>(sampled * sampled);
 }
 
-// The number of low bits of P010's words that are no part of a sample: 6, or 8 if samples of 8 bits
-// fill both bytes of their words, as ffmpeg writes them.
+// Returns the number of low bits of P010's words that are no part of a sample: 6, or 8 if samples
+// of 8 bits fill both bytes of their words, as ffmpeg writes them.
 int unusedBitsOf(const unsigned char* words, int64_t size) {
     int64_t i = 0;
     while (i + 1 < size && words[i] == words[i + 1]) {
@@ -226,8 +228,8 @@ int unusedBitsOf(const unsigned char* words, int64_t size) {
     return i + 1 < size ? 6 : 8;
 }
 
-// The cost of the low 6 bits of P010's words. They are zeros, or a writer repeats the highest bits
-// of the sample in them.
+// Returns the cost of the low 6 bits of P010's words. They are zeros, or a writer repeats the
+// highest bits of the sample in them.
 double costOfUnusedBits(const unsigned char* words, int64_t size) {
     constexpr unsigned BITS = 6;
     int64_t used = 0;
@@ -280,7 +282,7 @@ FrameEnds FrameScorer::findFrameEnds(const FrameGeometry& frame) {
     const int64_t count = std::min(ends, MAX_ENDS);
     int64_t seen = 0;
     for (int64_t i = 0; i < count; ++i) {
-        // Two rows before the end of a frame, and two after it.
+        // This reads two rows before the end of a frame, and two after it.
         const int64_t end = (1 + i * ends / count) * frame.size;
         const unsigned char* rows = mSrc.data();
         if (!mFile.read(end - 2 * pitch, 4 * pitch, mSrc.data())) {

@@ -1,4 +1,5 @@
-// How much the frames of a file look like pictures when they are read in some format and size.
+// This computes how much the frames of a file look like pictures if they are read in some format
+// and size.
 #pragma once
 
 #include <cstdint>
@@ -10,8 +11,9 @@
 #include "color/ColorConvert.h"
 #include "memory/DmabufMemory.h"
 
-// Whether rows of pixels differ where one frame ends and the next begins. UNKNOWN: there is one
-// frame, or it has several planes, whose sizes already tell where a frame ends.
+// FrameEnds says whether rows of pixels differ where one frame ends and the next begins. UNKNOWN
+// means that the file doesn't tell. It has one frame, for example, or frames of several planes,
+// whose sizes already tell where a frame ends.
 enum class FrameEnds { UNKNOWN, SEEN, MISSING };
 
 struct FrameScore {
@@ -38,13 +40,13 @@ class FrameScorer {
     // The file stays the caller's.
     explicit FrameScorer(DumpFile& file);
 
-    // width (pixels) and height (lines) are aligned. No value if the bytes have one value, if the
-    // blocks are compressed, if the file holds less than a third of a plane, if lines are too long,
-    // or after a failure.
+    // width (pixels) and height (lines) are aligned. Returns no score if the bytes have one value,
+    // if the blocks are compressed, if the file holds less than a third of a plane, if lines are
+    // too long, or after a failure.
     std::optional<FrameScore> score(ScoredLines scored, ColorConvert::ColorFormat format, int width,
                                     int height);
 
-    // The reason of the first failure, after which nothing is scored; empty if there is none.
+    // Returns the reason of the first failure, after which nothing is scored, or an empty text.
     const std::string& failure() const { return mFailure.empty() ? mFile.failure() : mFailure; }
 
   private:

@@ -35,7 +35,7 @@ size_t at(int x, int y, int pitch) {
     return static_cast<size_t>(y) * static_cast<size_t>(pitch) + static_cast<size_t>(x);
 }
 
-// The highest value of a sample of an RGB format.
+// Returns the highest value of a sample of an RGB format.
 double maxOf(LinearFormat format) { return format == LinearFormat::RGB10_A2 ? 1023 : 255; }
 
 host::Affine scaleBy(double factor) {
@@ -53,7 +53,7 @@ Triple transform(const host::Affine& affine, const Triple& in) {
     return out;
 }
 
-// The pixels of a frame as R, G, B from 0 to 1.
+// Colors are the pixels of a frame as R, G, B from 0 to 1.
 class Colors {
   public:
     Colors(const LinearFrame& frame, const host::Profile& profile)
@@ -63,7 +63,7 @@ class Colors {
 
     Triple at(int x, int y) const { return transform(mToRgb, samples(x, y)); }
 
-    // The mean of the four pixels from (x, y) on.
+    // Returns the mean of the four pixels from (x, y) on.
     Triple mean(int x, int y) const {
         Triple mean = {};
         for (int i = 0; i < 4; ++i) {
@@ -89,7 +89,7 @@ class Colors {
             return {double(mFrame.luma(x, y)), double(mFrame.chroma(pair, y / 2)),
                     double(mFrame.chroma(pair + 1, y / 2))};
         }
-        const int start = x * bytesOf(mFrame.format);
+        const int start = x * columnBytes(mFrame.format);
         const auto byte = [&](int i) { return mFrame.rgbByte(start + i, y); };
         if (mFrame.format == LinearFormat::RGB10_A2) {
             const int word = byte(0) | byte(1) << 8 | byte(2) << 16 | (byte(3) & 0x3F) << 24;
@@ -127,7 +127,7 @@ void fillRgb(const Colors& colors, LinearFrame& frame) {
     const bool deep = frame.format == LinearFormat::RGB10_A2;
     const size_t bits = deep ? 10 : 8;
     const int maxAlpha = deep ? 3 : 255;
-    const auto size = static_cast<size_t>(bytesOf(frame.format));
+    const auto size = static_cast<size_t>(columnBytes(frame.format));
     for (int y = 0; y < frame.height; ++y) {
         for (int x = 0; x < frame.width; ++x) {
             const Triple color = colors.at(x, y);
@@ -148,11 +148,11 @@ LinearFrame::LinearFrame(LinearFormat of, int w, int h)
 size_t LinearFrame::sizeOf(LinearFormat format, int width, int height) {
     const auto w = static_cast<size_t>(width);
     const auto h = static_cast<size_t>(height);
-    return (isYuv(format) ? w * h + w * (h / 2) : w * h) * static_cast<size_t>(bytesOf(format));
+    return (isYuv(format) ? w * h + w * (h / 2) : w * h) * static_cast<size_t>(columnBytes(format));
 }
 
 int LinearFrame::rgbByte(int x, int y) const {
-    const int size = bytesOf(format);
+    const int size = columnBytes(format);
     const int pixel = std::min(x / size, width - 1);
     return bytes[at(pixel * size + x % size, std::min(y, height - 1), width * size)];
 }

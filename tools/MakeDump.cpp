@@ -1,5 +1,5 @@
-// make-dump: writes a test pattern, or raw frames, as a dump of any color format, under a name that
-// the built-in rules decode.
+// make-dump writes a test pattern, or raw frames, as a dump of any color format. A built-in rule
+// decodes the dump's name, if there is a rule for the format.
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -91,7 +91,7 @@ Options parseOptions(int argc, char* argv[]) {
     return options;
 }
 
-// The frames to write: those of the test pattern, or of a raw file.
+// A FrameSource has the frames to write: those of the test pattern, or of a raw file.
 class FrameSource {
   public:
     explicit FrameSource(const Options& options)
@@ -188,7 +188,7 @@ void writeNew(const std::string& path, const uint8_t* bytes, int size) {
     printf("%s\n", path.c_str());
 }
 
-// Says what was written, and how to convert it where no built-in rule decodes its name.
+// Says what was written, and how to convert it if no built-in rule decodes its name.
 void reportFrames(const Options& options, int frames, bool decoded) {
     fflush(stdout);
     fprintf(stderr, "Wrote %d frame%s\n", frames, frames == 1 ? "" : "s");
@@ -230,7 +230,7 @@ void writeDump(const Options& options) {
     const FrameSource source(options);
     const auto parts = options.whole ? std::vector<std::pair<int, int>>()
                                      : ColorConvert::getSeparateSize(width, height, options.format);
-    // A set of part files for each frame, or one file for all.
+    // Each frame has a set of part files, or all frames have one file.
     std::vector<DumpName> names;
     names.reserve(static_cast<size_t>(source.frames()));
     for (int i = 0; i < (parts.empty() ? 1 : source.frames()); ++i) {

@@ -7,7 +7,7 @@ using host::PlaneLayout;
 
 namespace {
 
-// Where to put the samples of one plane.
+// A Target says where to put the samples of one plane.
 struct Target {
     const PlaneLayout& plane;
     uint8_t* start;
@@ -41,7 +41,7 @@ void put(const Target& target, int x, int y, int value) {
            static_cast<unsigned>(value) << shift);
 }
 
-// Sample x of row y of a plane with that component.
+// Returns sample x of row y of a plane with that component.
 int valueAt(const LinearFrame& frame, Component component, int x, int y) {
     switch (component) {
         case Component::NONE:

@@ -1,4 +1,4 @@
-// Pictures of what a dump could be, to be looked at.
+// This writes pictures of what a dump could be, to be looked at.
 #pragma once
 
 #include <set>
@@ -8,7 +8,7 @@
 
 class PictureFolder {
   public:
-    // The folder exists. space: the color space of YUV in the dumps.
+    // The folder exists. space is the color space of YUV in the dumps.
     PictureFolder(std::string folder, ColorConvert::ColorSpace space)
         : mFolder(std::move(folder)), mSpace(space) {}
 

@@ -1,4 +1,4 @@
-// probe-dump: says what a dump is, what becomes of it when VexConverter converts it and why, and
+// probe-dump says what a dump is, what becomes of it when VexConverter converts it and why, and
 // what it could be instead.
 #include <cjson/cJSON.h>
 #include <unistd.h>
@@ -84,14 +84,15 @@ Options parseOptions(const Companion& program, int argc, char* argv[]) {
     return options;
 }
 
-// cJSON reports a lack of memory only by leaving something out. With these, the program ends.
+// cJSON reports a lack of memory only by leaving something out. With these functions the program
+// ends instead.
 void useProgramsMemoryForJson() {
     cJSON_Hooks hooks = {[](size_t size) { return operator new(size); },
                          [](void* memory) { operator delete(memory); }};
     cJSON_InitHooks(&hooks);
 }
 
-// The dumps of one run of VexConverter.
+// A Run has the dumps of one run of VexConverter.
 struct Run {
     std::string outputFolder;
     std::vector<DumpCheck> dumps;
@@ -130,7 +131,8 @@ Run checkRun(const std::vector<std::string>& inputs, const CommandLineOptions& o
     return run;
 }
 
-// The inputs in the order given: each folder is a run of its own, and so are files in succession.
+// Returns the inputs in the order given. Each folder is a run of its own, and so are files in
+// succession.
 std::vector<std::vector<std::string>> splitIntoRuns(const std::vector<std::string>& inputs) {
     std::vector<std::vector<std::string>> runs;
     bool afterFile = false;
@@ -183,7 +185,7 @@ class Prober {
         return search;
     }
 
-    // True if a picture could not be written.
+    // Returns true if a picture could not be written.
     bool lostPictures() const { return mLostPictures; }
 
   private:
@@ -250,13 +252,13 @@ class Prober {
     const Options& mOptions;
     PictureFolder mPictures;
     bool mLostPictures = false;
-    // For each kind of dump, how many in succession were right: format, width, height, aligned
-    // height and bytes of the file.
+    // This counts for each kind of dump how many in succession were right. The kind is format,
+    // width, height, aligned height and bytes of the file.
     std::map<std::tuple<int, int, int, int, int64_t>, int> mRightOfKind;
 };
 
 // Prints what is to be said of each dump of a run. Returns true if all convert, or after a run if
-// all outputs are whole. separator: what comes before the next object of JSON.
+// all outputs are whole. separator is what comes before the next object of JSON.
 bool reportRun(Run run, const Options& options, Prober& prober, const char*& separator) {
     const Conversion conversion = {options.tool.outputPath, !options.pictureFolder.empty()};
     const bool isAfterRun = !options.writtenFolder.empty();

@@ -33,7 +33,7 @@ void printLine(const Parts&... parts) {
     printf("  %s\n", printable(concat(parts...)).c_str());
 }
 
-// The number of a reading in the list, which for a named one may be beyond its end.
+// Returns the number of a reading in the list, which for a named one may be beyond its end.
 size_t rankOf(const Search& search, size_t index) {
     return index < Search::MAX_READINGS ? index + 1 : search.readings[index].place;
 }
@@ -53,7 +53,8 @@ void printCandidates(const Report& report) {
     }
 }
 
-// The command that shows the raw output of a dump that converts, or else of the first candidate.
+// Returns the command that shows the raw output of a dump that converts, or else of the first
+// candidate.
 std::string showCommand(const Report& report) {
     const DumpCheck& dump = report.dump;
     Conversion conversion = report.conversion;
@@ -69,7 +70,7 @@ void addText(cJSON* object, const char* key, const std::string& text) {
     cJSON_AddStringToObject(object, key, asUtf8(text).c_str());
 }
 
-// An empty text is null.
+// Adds null if the text is empty.
 void addTextOrNull(cJSON* object, const char* key, const std::string& text) {
     text.empty() ? (void)cJSON_AddNullToObject(object, key) : addText(object, key, text);
 }

@@ -1,4 +1,4 @@
-// What probe-dump prints of a dump, as text or as JSON.
+// A Report is what probe-dump prints of a dump, as text or as JSON.
 #pragma once
 
 #include "Commands.h"

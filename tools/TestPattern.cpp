@@ -16,11 +16,11 @@ constexpr Color WHITE = {255, 255, 255};
 constexpr Color BLACK = {0, 0, 0};
 constexpr Color ORANGE = {255, 128, 0};
 
-// Digits of 3 x 5 cells: a bit per cell, the highest bit is the top left cell.
+// A digit has 3 x 5 cells, with a bit for each cell. The highest bit is the top left cell.
 constexpr int DIGITS[] = {0x7B6F, 0x2C97, 0x73E7, 0x73CF, 0x5BC9,
                           0x79CF, 0x79EF, 0x7249, 0x7BEF, 0x7BCF};
 
-// True where the pixel belongs to a digit of the number, whose cells have this size in pixels.
+// Returns true if the pixel belongs to a digit of the number, whose cells have this size in pixels.
 bool isDigit(int x, int y, int cell, int number) {
     int digits = 1;
     for (int rest = number; rest > 9; rest /= 10) {
@@ -53,7 +53,7 @@ Color colorAt(int x, int y, int width, int height, int number) {
         const auto gray = static_cast<uint8_t>(int64_t{x} * 256 / width);
         return {gray, gray, gray};
     }
-    // Lines of 1, 2, 4 and 8 pixels: vertical ones, then horizontal ones.
+    // These are lines of 1, 2, 4 and 8 pixels: vertical ones, then horizontal ones.
     const int size = 1 << (scaled % 4);
     return ((scaled < 4 ? x : y) / size) % 2 == 0 ? WHITE : BLACK;
 }

@@ -1,4 +1,4 @@
-// Texts that the companions print. Names of files may hold any byte but zero.
+// These functions make texts that the companions print. Names of files may hold any byte but zero.
 #pragma once
 
 #include <sstream>
@@ -11,15 +11,15 @@ std::string concat(const Parts&... parts) {
     return text.str();
 }
 
-// These take the text as UTF-8 if the process has such a locale.
+// The following functions take the text as UTF-8 if the process has such a locale.
 
-// The text with control characters, and bytes that are no characters, written as \n or \x1B. So a
-// name can't add lines to a text, or move a terminal's cursor.
+// Returns the text with control characters, and bytes that are no characters, written as \n or
+// \x1B. So a name can't add lines to a text, or move a terminal's cursor.
 std::string printable(const std::string& text);
 
-// The text with U+FFFD in place of each byte that is no character.
+// Returns the text with U+FFFD in place of each byte that is no character.
 std::string asUtf8(const std::string& text);
 
-// The text as one word of a shell command: 'a b'. If printable() would change it, it is $'a\x1Bb',
-// which bash, zsh and ksh read.
+// Returns the text as one word of a shell command: 'a b'. If printable() would change the text, the
+// word is like $'a\x1Bb', which bash, zsh and ksh read.
 std::string shellWord(const std::string& text);

@@ -1,4 +1,4 @@
-// File descriptors of the host, and the results of system calls.
+// These functions handle the host's file descriptors and the results of system calls.
 #pragma once
 
 #include <fcntl.h>
@@ -14,14 +14,14 @@ inline bool isError(int result) { return result < 0; }
 // Turns the result of a failed system call into the negated errno.
 inline int resultOf(int result) { return isError(result) ? -errno : result; }
 
-// A new descriptor of the same file, or a negated errno. The caller closes it. Its number is never
-// that of a standard stream, not even when the process was started without that stream.
+// Returns a new descriptor of the same file, or a negated errno. The caller closes it. Its number
+// is never that of a standard stream, even if the process was started without that stream.
 inline int duplicateDescriptor(int fd) {
     return resultOf(fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
 }
 
-// Gives the file another descriptor like that, and closes the one that it had. An error stays as it
-// is.
+// Duplicates the descriptor in the same way, closes it, and returns the new one or a negated errno.
+// If fd is an error, this returns it unchanged.
 inline int moveDescriptor(int fd) {
     if (isError(fd)) {
         return fd;

@@ -1,4 +1,4 @@
-// DMA-BUF heaps for the host: every heap allocates shared anonymous memory.
+// These are the host's DMA-BUF heaps. Every heap allocates shared anonymous memory.
 #include <BufferAllocator/BufferAllocator.h>
 #include <BufferAllocator/BufferAllocatorWrapper.h>
 

@@ -1,5 +1,5 @@
-// ION and the chip's extension of it for the host. A handle is a descriptor of shared anonymous
-// memory; the device is a descriptor that nothing is read from.
+// These are the host's ION and the chip's extension of it. A handle is a descriptor of shared
+// anonymous memory. The device is a descriptor that nothing is read from.
 #include <ion/ion_vex.h>
 #include <sys/eventfd.h>
 #include <sys/mman.h>

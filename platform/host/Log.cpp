@@ -1,5 +1,5 @@
-// Android log for the host. Entries go to the file that VEX_HOST_LOG names; without one, to
-// standard error if that is a terminal, else to the system log.
+// This is Android's log for the host. Entries go to the file that VEX_HOST_LOG names. If it names
+// none, they go to standard error if that is a terminal, else to the system log.
 #include <android/log.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -19,7 +19,8 @@
 
 namespace {
 
-// Bytes of a log entry: enough for two of the longest paths and a message about them.
+// A log entry has fewer bytes than this, which are enough for two of the longest paths and a
+// message about them.
 constexpr size_t MAX_LOG_ENTRY = 10000;
 
 char lastEntry[MAX_LOG_ENTRY];
@@ -29,12 +30,12 @@ struct Priority {
     int syslogLevel;
 };
 
-// From ANDROID_LOG_VERBOSE to ANDROID_LOG_ERROR.
+// The rows go from ANDROID_LOG_VERBOSE to ANDROID_LOG_ERROR.
 constexpr Priority PRIORITIES[] = {
     {'V', LOG_DEBUG}, {'D', LOG_DEBUG}, {'I', LOG_INFO}, {'W', LOG_WARNING}, {'E', LOG_ERR}};
 
-// True for a byte of a control character. In UTF-8 those from U+0080 on have two bytes, 0xC2 and
-// one below 0xA0.
+// Returns true if the byte is a part of a control character. In UTF-8 those from U+0080 on have two
+// bytes, 0xC2 and one below 0xA0.
 bool isControl(unsigned char before, unsigned char byte, unsigned char after) {
     return byte < ' ' || byte == 0x7F || (byte == 0xC2 && after < 0xA0) ||
            (before == 0xC2 && byte < 0xA0);
@@ -77,10 +78,11 @@ void reportOnce(const char* operation, const char* path, int error) {
     }
 }
 
-// True when the file holds the line.
+// Returns true if the line was written in full.
 bool appendToFile(const char* path, const char* line) {
     if (isStandardError(path)) {
-        // Opened a second time, the two streams would overwrite each other's lines.
+        // If the file were opened a second time, the two streams would overwrite each other's
+        // lines.
         return putOnStandardError(line);
     }
     const int file = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
@@ -97,7 +99,7 @@ bool appendToFile(const char* path, const char* line) {
     return complete;
 }
 
-// The local time in ISO 8601 with milliseconds.
+// Writes the local time in ISO 8601 with milliseconds.
 void putLocalTime(char* text, size_t size) {
     timeval now = {};
     gettimeofday(&now, nullptr);

@@ -1,4 +1,4 @@
-// System properties for the host: only ro.board.platform can be set.
+// These are the host's system properties. Only ro.board.platform can be set.
 #include <cutils/properties.h>
 
 #include <cstdio>

@@ -20,9 +20,10 @@ namespace {
 using host::isError;
 using host::resultOf;
 
-// Gives the file huge pages where the system has them, as a device's heap does: it maps and unmaps
-// them in a twentieth of the time. With small pages a folder of single frames takes more than three
-// times as long. If there are no huge ones, the file keeps its small pages.
+// Gives the file huge pages if the system has any, as a device's heap does. The system maps and
+// unmaps huge pages in a twentieth of the time that small ones take. With small pages a folder of
+// single frames takes more than three times as long. If there are no huge ones, the file keeps its
+// small pages.
 void useHugePages(int file, size_t size) {
     constexpr int COLLAPSE = 25;  // MADV_COLLAPSE, since Linux 6.1
     if (size < host::HUGE_PAGE / 2) {
@@ -36,9 +37,10 @@ void useHugePages(int file, size_t size) {
     }
 }
 
-// Opens the file once more, for the buffer's owner, because memfd_create doesn't count as opening.
-// While the owner has it open, the system grants no lease on the file. By that the pool below knows
-// that the buffer is in use.
+// Opens the file once more, for the pool below or for a buffer's owner. The system grants no lease
+// on the descriptor that memfd_create returns, but it grants one on a descriptor that was opened.
+// It refuses the pool's lease while an owner has the file open too. By that the pool knows which
+// buffers are in use.
 int reopen(int file) {
     const std::string path = "/proc/self/fd/" + std::to_string(file);
     const int opened = resultOf(open(path.c_str(), O_RDWR | O_CLOEXEC));
@@ -50,7 +52,7 @@ int reopen(int file) {
     return host::moveDescriptor(opened);
 }
 
-// A zeroed file of exactly size bytes, or a negated errno.
+// Returns a zeroed file of exactly size bytes, or a negated errno.
 int createFile(const char* name, size_t size) {
     const int file = resultOf(memfd_create(name, MFD_CLOEXEC));
     if (isError(file)) {
@@ -68,13 +70,13 @@ int createFile(const char* name, size_t size) {
 
 // Keeps the files of the latest buffers, as many as a conversion uses, and hands them out again for
 // buffers of the same size, with the bytes that they hold. With new memory for each file, a folder
-// of single frames takes three times as long. A file in the pool is idle when nobody has it open or
-// mapped; only then does the system grant a lease to write it.
+// of single frames takes three times as long. A file in the pool is idle if nobody else has it open
+// or mapped. Only then does the system grant a lease to write it.
 class BufferPool {
   public:
     static constexpr int NONE = -1;
 
-    // An idle file of that size, or NONE.
+    // Returns an idle file of that size, or NONE.
     int findIdle(size_t size) const {
         for (const int file : mFiles) {
             struct stat status = {};
@@ -98,7 +100,8 @@ class BufferPool {
     // Adds the file, which the pool then owns.
     void add(int file) {
         mFiles.back() = file;
-        // Opening a leased file sends this process a signal, which must not end it.
+        // The system sends this process a signal if somebody opens the file while it is leased. The
+        // usual one, SIGIO, would end the process. SIGURG is ignored.
         fcntl(file, F_SETSIG, SIGURG);
     }
 

@@ -1,4 +1,4 @@
-// Sync fences for the host: a fence is an eventfd, signalled once it is readable.
+// These are the host's sync fences. A fence is an eventfd, which is signalled once it is readable.
 #include <poll.h>
 #include <sync/sync.h>
 #include <unistd.h>

@@ -1,5 +1,5 @@
-// Device buffers, the blit job and the conversion of a file, with device libraries that fail when a
-// test wants it.
+// These tests check device buffers, the blit job and the conversion of a file, with device
+// libraries that fail when a test wants it.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -201,7 +201,7 @@ TEST_F(ConvertFileTest, AnyFailingCallLosesNothingElse) {
     const FileJob parts = {
         ColorConvert::CPQ, ColorConvert::NV12, 32, 32, true, mFolder + "/y", mFolder + "/yh",
         mFolder + "/c",    mFolder + "/ch"};
-    // Name, job, bytes of a raw frame, bytes of all raw frames, number of output files.
+    // A row has name, job, bytes of a raw frame, bytes of all raw frames, number of output files.
     const std::tuple<std::string, FileJob, size_t, size_t, unsigned> runs[] = {
         {"raw frames", mJob, 24, 72, 1},
         {"pictures", picture, 1, 0, 3},
@@ -254,7 +254,9 @@ TEST_F(DeviceTest, FramesAreWrittenWholeAndOthersBytesStay) {
         start + "Left a part of a frame in file: " + path + ", which others write to\n" + start;
     const std::string failed = "Failed to write file: " + path + ", ";
     const std::string full = " of 6 bytes, errno: 28, No space left on device\n";
-    // The calls of write: so many bytes, "i"nterrupted, no "s"pace. "o": others write before it.
+    // The first text has a character for each call of write. A digit is the number of bytes that
+    // the call writes. i means that it is interrupted, s that there is no space, and o that others
+    // write before it.
     const std::tuple<std::string, std::string, int, std::string> cases[] = {
         {"6", "old-FRAME2", 6, ""},
         {"i6", "old-FRAME2", 6, ""},

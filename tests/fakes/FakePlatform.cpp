@@ -44,8 +44,8 @@ int result(const std::string& name, const std::string& arguments = "") {
     return -5;
 }
 
-// Descriptors have the lowest number that a buffer may have, 1, if that is free; else they count
-// from here.
+// Descriptors have the lowest number that a buffer may have, 1, if that is free. Otherwise they
+// count from here.
 constexpr int FIRST_FD = 100001;
 
 int openFd() {
@@ -67,8 +67,8 @@ int openHandle() {
     return 1;
 }
 
-// Records a call that gives a descriptor or handle to its caller, whose variable it leaves alone
-// when it fails.
+// Records a call that gives a descriptor or handle to its caller. If the call fails, it leaves the
+// caller's variable alone.
 int give(const std::string& name, const std::string& arguments, int* out, int (*open)() = openFd) {
     const int status = result(name, arguments);
     *out = status == 0 ? open() : *out;
@@ -182,7 +182,7 @@ int __wrap_munmap(void* address, size_t length) {
     return result("munmap", list(length));
 }
 
-// Calls that fail only when a test names them.
+// These calls fail only if a test names them.
 char* __real_dirname(char* path);
 char* __wrap_dirname(char* path) {
     return fakePlatform->failCall == "dirname" ? nullptr : __real_dirname(path);

@@ -1,5 +1,5 @@
-// The device's libraries for tests: they record every call, make a chosen one fail, and know which
-// resources the tool still holds.
+// These are the device's libraries for tests. They record every call, make a chosen one fail, and
+// know which resources the tool still holds.
 #pragma once
 
 #include <functional>
@@ -19,5 +19,5 @@ struct FakePlatform {
     int opened = 0;              // number of descriptors so far, without the number 1
 };
 
-// The platform of the running test; a new one for each test.
+// This is the platform of the running test. Each test has a new one.
 extern FakePlatform* fakePlatform;

@@ -1,4 +1,4 @@
-// Any bytes as a configuration: the loader ends with a result.
+// The loader ends with a result if it gets any bytes as a configuration.
 #include <sys/mman.h>
 #include <unistd.h>
 

@@ -1,5 +1,5 @@
-// Any pattern, up to the first zero, on any name, after it: a rule finds what the standard library
-// finds.
+// A rule with any pattern finds in any name what the standard library finds. The pattern ends at
+// the first zero, and the name follows it.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>

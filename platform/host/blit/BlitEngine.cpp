@@ -16,7 +16,7 @@
 
 namespace host {
 
-// A side that has been checked: its planes lie inside its buffer.
+// A Frame is a side that has been checked: its planes lie inside its buffer.
 struct Frame {
     const Layout* layout;
     const Profile* profile;
@@ -29,8 +29,8 @@ struct Frame {
     int height;        // lines
     uint8_t* data;     // the mapped buffer; null until it is mapped
 
-    // The plane's rows, beginning with the one of that number. In a plane of blocks, the rows
-    // of blocks, beginning with the one that holds it.
+    // Returns the plane's rows from that row on. In a plane of blocks these are rows of blocks, and
+    // the first of them holds that row.
     Rows rows(int plane, int row) const {
         const auto i = static_cast<size_t>(plane);
         const int blockRow = row / layout->planes[plane].blockHeight;
@@ -52,20 +52,21 @@ namespace {
     return -error;
 }
 
-// True for the conversions that compute samples: to RGBA32, and between two color spaces in one YUV
-// format.
+// Returns true if the engine can compute the samples of the conversion. It can convert any format
+// to RGBA32, and a YUV format from one color space to another.
 bool canComputeSamples(LinearFormat from, LinearFormat to) {
     return to == LinearFormat::RGBA32 || (from == to && isYuv(from));
 }
 
-// The alignment, in bytes, of rows and pitches: the kernels access rows as words of a pixel or a
-// sample. RGB24 and blocks are read byte by byte.
+// Returns the alignment of planes and pitches in bytes. The kernels access rows as words of a pixel
+// or a sample, but they read RGB24 and blocks byte by byte.
 int64_t alignmentOf(const Layout& layout) {
     const bool words = layout.planes[0].isLinear() && layout.format != LinearFormat::RGB24;
-    return words ? bytesOf(layout.format) : 1;
+    return words ? columnBytes(layout.format) : 1;
 }
 
-// The chroma row that covers a line. The last one also covers the line that an odd height leaves.
+// Returns the chroma row that covers a line. The last one also covers the line that an odd height
+// leaves.
 int chromaRowOf(int line, int chromaRows) {
     return std::max(0, std::min(line / 2, chromaRows - 1));
 }
@@ -109,7 +110,8 @@ int checkPlane(const char* name, const JobSide& side, Frame& frame, int index) {
 // Checks the sizes that the side declares for the whole frame.
 int checkSizes(const char* name, const JobSide& side, const Frame& frame) {
     const Layout& layout = *frame.layout;
-    // This limit keeps rows of working memory small and every product below within 64 bits.
+    // This limit keeps rows of working memory small. It also keeps every product that the engine
+    // computes from a width and a height within 64 bits.
     constexpr int MAX_WIDTH = 1 << 20;
     if (side.width <= 0 || side.height <= 0 || side.width > MAX_WIDTH) {
         return refuse(EINVAL, "%s: bad size %d x %d\n", name, side.width, side.height);
@@ -158,7 +160,7 @@ int checkSide(const char* name, const JobSide& side, Frame& frame) {
     return error;
 }
 
-// True when the job computes samples, false when it only moves them.
+// Returns true if the job computes samples, false if it only moves them.
 bool changesColors(const Frame& src, const Frame& dst) {
     const LinearFormat format = src.layout->format;
     return format != dst.layout->format || (isYuv(format) && src.profile != dst.profile);
@@ -192,8 +194,8 @@ void clearPadding(const Frame& dst) {
     }
 }
 
-// Unpacks rows of one of the source's planes, from row top on, to rows of its linear format. index:
-// the number of the plane. Planes of Cb and Cr are merged; index is then that of the first one.
+// Unpacks rows of one of the source's planes, from row top on, to rows of its linear format. index
+// is the number of the plane. Planes of Cb and Cr are merged, and index is the number of the first.
 void unpack(const Frame& src, int index, int top, int rowCount, Rows to) {
     const LinearFormat format = src.layout->format;
     const PlaneLayout& plane = src.layout->planes[index];
@@ -204,7 +206,7 @@ void unpack(const Frame& src, int index, int top, int rowCount, Rows to) {
     }
     mergeChroma(src.rows(src.layout->cbPlane(), top), src.rows(src.layout->crPlane(), top), samples,
                 rowCount, to);
-    // The pairs of an odd width leave the last byte of the row; it gets the neutral value.
+    // The pairs of an odd width leave the last byte of the row, which gets the neutral value.
     for (int row = 0; row < rowCount; ++row) {
         std::fill_n(to.data + row * to.pitch + 2 * samples, src.width % 2, uint8_t{128});
     }
@@ -230,7 +232,7 @@ ConstRows linearRows(const Frame& src, int index, int top, int rowCount,
     if (plane.isUnpacked()) {
         return src.rows(index, top);
     }
-    const ptrdiff_t pitch = ptrdiff_t{src.width} * bytesOf(src.layout->format);
+    const ptrdiff_t pitch = ptrdiff_t{src.width} * columnBytes(src.layout->format);
     memory.resize(static_cast<size_t>(pitch * rowCount));
     const Rows unpacked = {memory.data(), pitch};
     unpack(src, index, top, rowCount, unpacked);
@@ -262,10 +264,11 @@ int BlitEngine::run(const JobSide& src, const JobSide& dst) {
     return 0;
 }
 
-// Logs a warning, once, when the source's blocks seem to be compressed. The device compresses them,
-// and its headers are never all zero; make-dump writes uncompressed blocks and headers of zeros.
+// Logs a warning if the source's blocks seem to be compressed. An engine warns once, and so once a
+// file, because each file has an engine of its own. The device compresses blocks, and its headers
+// are never all zero. make-dump writes uncompressed blocks and headers of zeros.
 void BlitEngine::warnOfCompression(const Frame& src) {
-    if (src.layout->compressed == nullptr || mWarnedOfCompression) {
+    if (src.layout->compressedName == nullptr || mWarnedOfCompression) {
         return;
     }
     for (const Span& header : src.offsets.headers) {
@@ -279,7 +282,7 @@ void BlitEngine::warnOfCompression(const Frame& src) {
         LOG(WARN,
             "%s: the blocks are most likely compressed, which only the device reads; the picture "
             "will look like noise\n",
-            src.layout->compressed);
+            src.layout->compressedName);
     }
 }
 

@@ -1,7 +1,7 @@
-// The blit engine. A job converts one frame. The engine checks both sides of the job against their
-// buffers, maps the buffers, and then works through the frame in strips. It unpacks each strip to
-// the linear format of the source: straight into the destination if no sample changes its value,
-// else into working memory, from where a color transform takes it to the destination.
+// The blit engine runs jobs, each of which converts one frame. It checks both sides of the job
+// against their buffers, maps the buffers, and then works through the frame in strips. It unpacks
+// each strip to the linear format of the source: straight into the destination if no sample changes
+// its value, else into working memory, from where a color transform takes it to the destination.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@
 
 namespace host {
 
-// The source or the destination of a job, as the caller configured it.
+// A JobSide is the source or the destination of a job, as the caller configured it.
 struct JobSide {
     int fd;
     uint32_t sizes[MAX_PLANES];  // bytes of each plane
@@ -29,9 +29,9 @@ struct Frame;  // a side that has been checked
 // Runs jobs one after another and keeps its working memory from job to job.
 class BlitEngine {
   public:
-    // Returns 0 when the frame is converted. Otherwise logs the reason and returns a negated errno:
-    // the frames don't fit their buffers, the engine doesn't support the conversion, or the buffers
-    // can't be mapped.
+    // Returns 0 if the frame is converted. Otherwise this logs the reason and returns a negated
+    // errno: the frames don't fit their buffers, the engine doesn't support the conversion, or the
+    // buffers can't be mapped.
     int run(const JobSide& src, const JobSide& dst);
 
   private:

@@ -1,4 +1,4 @@
-// Access to the bytes of a device buffer while a job runs.
+// A BufferMapping gives access to the bytes of a device buffer while a job runs.
 #pragma once
 
 #include <sys/mman.h>
@@ -10,7 +10,7 @@
 
 namespace host {
 
-// If the process has mapped the buffer already, as the owner does to fill or read it, this uses
+// If the program has mapped the buffer already, as the owner does to fill or read it, this uses
 // that mapping: mapping a frame a second time takes about as long as converting it, and its memory
 // would be counted twice. Otherwise it maps the buffer until destruction.
 class BufferMapping {
@@ -35,7 +35,7 @@ class BufferMapping {
     BufferMapping(const BufferMapping&) = delete;
     BufferMapping& operator=(const BufferMapping&) = delete;
 
-    // Null when the buffer can't be mapped; errno then says why.
+    // Returns null if the buffer can't be mapped. errno then says why.
     uint8_t* data() const { return mData; }
 
   private:

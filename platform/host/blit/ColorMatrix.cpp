@@ -13,7 +13,8 @@ constexpr Profile PROFILES[] = {
     {5, 0.2627, 0.0593, true},   // BT.2020, full range
 };
 
-// Black level, neutral chroma value and the spans of luma and chroma, in samples of a depth.
+// A Range has the black level, the neutral chroma value and the spans of luma and chroma, as values
+// of samples of a depth.
 struct Range {
     double black;
     double luma;

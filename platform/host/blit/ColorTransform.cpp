@@ -63,7 +63,7 @@ KERNEL_INLINE void storePair(int32_t first, int32_t second, uint8_t* row, int i)
     const auto word = PairOf<Sample>::join(first, second);
     memcpy(row + sizeof word * static_cast<size_t>(i), &word, sizeof word);
 }
-// Loads the first sample of pair i where an odd width leaves it without a second.
+// Loads the first sample of pair i, which an odd width leaves without a second one.
 template <typename Sample>
 KERNEL_INLINE int32_t loadHalf(const uint8_t* row, int i) {
     Sample sample = {};
@@ -71,7 +71,7 @@ KERNEL_INLINE int32_t loadHalf(const uint8_t* row, int i) {
     return PairOf<Sample>::first(sample);
 }
 
-// Number of chroma terms of a row. With an odd width the last one covers one pixel.
+// Returns the number of chroma terms of a row. If the width is odd, the last one covers one pixel.
 KERNEL_INLINE int termsOf(int width) { return width / 2 + width % 2; }
 
 // Computes what each pair of a chroma row adds to output k of the transform.
@@ -100,8 +100,8 @@ KERNEL void lumaRow(const ColorTransform& transform, const uint8_t* luma, int wi
                           i);
     }
     if (width % 2 != 0) {
-        const auto last = static_cast<Sample>(PairOf<Sample>::join(
-            shiftAndClamp(factor * loadHalf<Sample>(luma, pairs) + terms[pairs], MAX), 0));
+        const int32_t sum = factor * loadHalf<Sample>(luma, pairs) + terms[pairs];
+        const auto last = static_cast<Sample>(shiftAndClamp(sum, MAX) << PairOf<Sample>::UNUSED);
         memcpy(out + 2 * sizeof last * static_cast<size_t>(pairs), &last, sizeof last);
     }
 }
@@ -133,6 +133,7 @@ KERNEL_INLINE uint32_t rgbaPixel(const ColorTransform& transform, int32_t y, int
     return static_cast<uint32_t>(r | g << 8 | b << 16) | 0xFF000000U;
 }
 
+// red points to the terms of red. Those of green and those of blue follow in the same array.
 template <typename Sample>
 KERNEL void rgbaRow(const ColorTransform& transform, const uint8_t* luma, int width,
                     const int32_t* __restrict red, uint8_t* __restrict bytes) {
@@ -152,7 +153,7 @@ KERNEL void rgbaRow(const ColorTransform& transform, const uint8_t* luma, int wi
     }
 }
 
-// The loops over a row of a YUV format.
+// RowKernels has the loops over a row of a YUV format.
 struct RowKernels {
     void (*terms)(const ColorTransform&, int, const uint8_t*, int, int32_t*);
     void (*rgba)(const ColorTransform&, const uint8_t*, int, const int32_t*, uint8_t*);
@@ -187,7 +188,7 @@ void forEachLine(LinearFormat format, const ColorTransform& transform, const Str
             const int chromaRow = std::min(line / 2, strip.chromaRows - 1);
             kernelsOf(format).terms(transform, k, chroma.data + chromaRow * chroma.pitch,
                                     strip.width, rowTerms);
-            // With an odd width the last pair covers the last column too.
+            // If the width is odd, the last pair covers the last column too.
             rowTerms[count - 1] = rowTerms[strip.width / 2 - 1];
         }
         row(line);
@@ -197,7 +198,7 @@ void forEachLine(LinearFormat format, const ColorTransform& transform, const Str
 KERNEL void rgba1010102Row(const void* in, int width, void* out) {
     const auto* words = static_cast<const uint32_t*>(in);
     auto* pixels = static_cast<uint32_t*>(out);
-    // 255 / 1023 in 16 bits; exact after rounding for all 1024 values.
+    // This is 255 / 1023 in 16 bits. The rounded result is exact for all 1024 values.
     constexpr uint32_t SCALE = 16336;
     constexpr uint32_t HALF = 1 << 15;
     for (int i = 0; i < width; ++i) {
@@ -234,8 +235,8 @@ void convertYuvToYuv(LinearFormat format, const ColorTransform& transform, const
         kernelsOf(format).luma(transform, in.main.data + line * in.main.pitch, strip.width, terms,
                                out.main.data + line * out.main.pitch);
     });
-    const int odd = strip.width % 2 * bytesOf(format);
-    const int paired = strip.width / 2 * 2 * bytesOf(format);
+    const int odd = strip.width % 2 * columnBytes(format);
+    const int paired = strip.width / 2 * 2 * columnBytes(format);
     for (int row = 0; row < strip.chromaRows; ++row) {
         const uint8_t* from = in.chroma.data + row * in.chroma.pitch;
         uint8_t* to = out.chroma.data + row * out.chroma.pitch;
@@ -246,7 +247,8 @@ void convertYuvToYuv(LinearFormat format, const ColorTransform& transform, const
 
 void convertRgbToRgba(LinearFormat from, const Strip& strip, ConstRows in, Rows out) {
     if (from == LinearFormat::RGB24) {
-        // libyuv names formats by words: its ARGB is any four bytes that end with alpha.
+        // In memory libyuv's RGB24 is B, G, R, and its ARGB is B, G, R, A. It keeps the order of
+        // the colors, so it also makes R, G, B, A of R, G, B.
         libyuv::RGB24ToARGB(in.data, static_cast<int>(in.pitch), out.data,
                             static_cast<int>(out.pitch), strip.width, strip.lines);
         return;

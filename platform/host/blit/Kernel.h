@@ -11,5 +11,5 @@
 #define KERNEL
 #endif
 
-// For functions that a KERNEL calls: they must be compiled into each of its versions.
+// KERNEL_INLINE marks a function that a KERNEL calls. It must be compiled into each version.
 #define KERNEL_INLINE inline __attribute__((always_inline))

@@ -10,7 +10,8 @@ Offsets backToBack(int64_t /*width*/, int64_t /*height*/, const uint32_t* sizes)
     return {{0, sizes[0], int64_t{sizes[0]} + sizes[1]}, {}};
 }
 
-// AFBC: the headers of all superblocks, then the superblocks, each with its samples of all planes.
+// AFBC has the headers of all superblocks, then the superblocks, each with its samples of all
+// planes.
 Offsets afbc(int64_t headerBytes, int64_t step) {
     const int64_t start = alignUp(headerBytes, step);
     return {{start, start, start}, {{{0, headerBytes}, {}}}};
@@ -21,10 +22,10 @@ Offsets afbcRgb(int64_t width, int64_t height, const uint32_t* /*sizes*/) {
 }
 
 Offsets afbcYuv(int64_t width, int64_t height, const uint32_t* /*sizes*/) {
-    return afbc(height / 16 * (width / 16 * 16), 256);
+    return afbc(16 * (width / 16) * (height / 16), 256);
 }
 
-// CPQ: luma, chroma, luma headers, chroma headers.
+// CPQ has luma, chroma, luma headers and chroma headers, in this order.
 Offsets cpq(int64_t area, int64_t lumaBytes, int64_t chromaBytes) {
     const int64_t chroma = alignUp(lumaBytes, 4096);
     const int64_t lumaHeader = alignUp(area / 256 + 128, 64);
@@ -42,7 +43,8 @@ Offsets cpq10(int64_t width, int64_t height, const uint32_t* /*sizes*/) {
     return cpq(area, 10 * area / 8, 10 * (area / 2) / 8);
 }
 
-// Lumo: luma headers, luma, chroma headers, chroma. Luma and chroma start at multiples of 4096.
+// Lumo has luma headers, luma, chroma headers and chroma, in this order. Luma and chroma start at
+// multiples of 4096 bytes.
 Offsets lumo(int64_t area, int64_t lumaBytes) {
     const int64_t luma = alignUp(area / 64, 4096);
     const int64_t chroma = alignUp(luma + lumaBytes + alignUp(area / 128, 64), 4096);
@@ -66,20 +68,20 @@ constexpr PlaneLayout CBCR = {Component::CBCR, Packing::LINEAR};
 constexpr PlaneLayout CB = {Component::CB, Packing::LINEAR};
 constexpr PlaneLayout CR = {Component::CR, Packing::LINEAR};
 
-// The chip's blocks: 16 samples x 32 lines of luma, 16 samples x 16 lines of chroma.
+// The chip's blocks have 16 samples x 32 lines of luma, or 16 samples x 16 lines of chroma.
 constexpr PlaneLayout BLK_LUMA = {Component::LUMA, Packing::BLOCKS_8, 16, 32, 512};
 constexpr PlaneLayout BLK_CBCR = {Component::CBCR, Packing::BLOCKS_8, 16, 16, 256};
 constexpr PlaneLayout BLK10_LUMA = {Component::LUMA, Packing::BLOCKS_10, 16, 32, 640};
 constexpr PlaneLayout BLK10_CBCR = {Component::CBCR, Packing::BLOCKS_10, 16, 16, 320};
 
-// AFBC superblocks of 16 x 16 pixels; the 10-bit ones end with 32 unused bytes.
+// AFBC has superblocks of 16 x 16 pixels. Those of 10 bits end with 32 unused bytes.
 constexpr PlaneLayout AFBC_RGB = {Component::RGB, Packing::BLOCKS_8, 64, 16, 1024};
 constexpr PlaneLayout AFBC_LUMA = {Component::LUMA, Packing::BLOCKS_8, 16, 16, 384};
 constexpr PlaneLayout AFBC_CBCR = {Component::CBCR, Packing::BLOCKS_8, 16, 8, 384, 256};
 constexpr PlaneLayout AFBC10_LUMA = {Component::LUMA, Packing::BLOCKS_10, 16, 16, 512};
 constexpr PlaneLayout AFBC10_CBCR = {Component::CBCR, Packing::BLOCKS_10, 16, 8, 512, 320};
 
-// Lumo blocks of 64 samples.
+// Lumo has blocks of 64 samples.
 constexpr PlaneLayout LUMO_LUMA = {Component::LUMA, Packing::BLOCKS_8, 8, 8, 64};
 constexpr PlaneLayout LUMO_CBCR = {Component::CBCR, Packing::BLOCKS_8, 16, 4, 64};
 constexpr PlaneLayout LUMO12_LUMA = {Component::LUMA, Packing::BLOCKS_12, 8, 8, 96};
@@ -87,7 +89,7 @@ constexpr PlaneLayout LUMO12_CBCR = {Component::CBCR, Packing::BLOCKS_12, 16, 4,
 
 // clang-format off
 constexpr Layout LAYOUTS[] = {
-    // code       format                     planes                              sizes pitches offsets   compressed
+    // code       format                     planes                              sizes pitches offsets   compressedName
     {0x00201821, LinearFormat::RGB24,       1, {RGB, NONE, NONE},                   1,   6,  0,  backToBack, nullptr},  // RGB888
     {0x00202022, LinearFormat::RGBA32,      1, {RGB, NONE, NONE},                   1,   8,  0,  backToBack, nullptr},  // RGBA8888
     {0x10202022, LinearFormat::RGB10_A2,    1, {RGB, NONE, NONE},                   1,   8,  0,  backToBack, nullptr},  // RGBA1010102

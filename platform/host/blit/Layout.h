@@ -1,4 +1,4 @@
-// The pixel layouts that the blit engine knows, as a table: one row per color code.
+// A table has the pixel layouts that the blit engine knows, with a row for each color code.
 #pragma once
 
 #include <algorithm>
@@ -7,7 +7,7 @@
 
 namespace host {
 
-// The linear pixel formats of the engine: rows of samples from top to bottom. Every layout unpacks
+// The engine's linear pixel formats have rows of samples from top to bottom. Every layout unpacks
 // to one of them.
 enum class LinearFormat {
     RGB24,        // R, G, B bytes
@@ -17,32 +17,35 @@ enum class LinearFormat {
     YUV420SP_10,  // the same in little-endian 16-bit words; a sample is the highest 10 bits
 };
 
-// Bytes of a pixel of an RGB format, or of a sample of a YUV format.
-constexpr int bytesOf(LinearFormat format) {
+// Returns the bytes that each pixel of the width takes in a row of the format. In an RGB format
+// these are the bytes of a pixel. In a YUV format they are those of a sample, because a row of
+// chroma has two samples for two pixels.
+constexpr int columnBytes(LinearFormat format) {
     constexpr int BYTES[] = {3, 4, 4, 1, 2};
     return BYTES[static_cast<int>(format)];
 }
 constexpr bool isYuv(LinearFormat format) {
     return format == LinearFormat::YUV420SP_8 || format == LinearFormat::YUV420SP_10;
 }
-// Bytes of a sample in a plane. In a plane of RGB each byte of a pixel counts as a sample.
-constexpr int sampleBytesOf(LinearFormat format) { return isYuv(format) ? bytesOf(format) : 1; }
+// Returns the bytes of a sample in a plane. In a plane of RGB each byte of a pixel counts as a
+// sample.
+constexpr int sampleBytesOf(LinearFormat format) { return isYuv(format) ? columnBytes(format) : 1; }
 constexpr int bitsOf(LinearFormat format) { return format == LinearFormat::YUV420SP_10 ? 10 : 8; }
 
 // The engine converts a frame in strips of this many lines. It is a multiple of the block height of
 // every layout.
 constexpr int STRIP_LINES = 32;
 
-// What the samples of a plane are. NONE: the layout has no such plane. CBCR: Cb and Cr alternate.
-// CB and CR come as a pair of planes.
+// A Component says what the samples of a plane are. NONE means that the layout has no such plane.
+// In CBCR, Cb and Cr alternate. CB and CR come as a pair of planes.
 enum class Component { NONE, RGB, LUMA, CBCR, CB, CR };
 
-// How the samples of a plane are stored: in rows, each sample as in the linear format, or in
-// blocks, line by line. A sample in a block has 8, 10 or 12 bits, packed little-endian without
-// gaps.
+// A Packing says how the samples of a plane are stored: in rows, each sample as in the linear
+// format, or in blocks, line by line. A sample in a block has 8, 10 or 12 bits, packed
+// little-endian without gaps.
 enum class Packing { LINEAR, BLOCKS_8, BLOCKS_10, BLOCKS_12 };
 
-// Bits of a sample in a block.
+// Returns the bits of a sample in a block.
 constexpr int bitsOf(Packing packing) {
     constexpr int BITS[] = {0, 8, 10, 12};
     return BITS[static_cast<int>(packing)];
@@ -51,19 +54,19 @@ constexpr int bitsOf(Packing packing) {
 struct PlaneLayout {
     Component component;
     Packing packing;
-    // The block. A linear plane has only the height: one line.
+    // These describe a block. A linear plane has only the height, which is one line.
     int blockWidth = 0;   // samples
     int blockHeight = 1;  // lines
     int blockBytes = 0;   // from the start of a block to the start of the next
     int blockOffset = 0;  // bytes from the start of a block to the samples of this plane
 
-    // Samples in a row of a frame that is width pixels wide.
+    // Returns the samples in a row of the plane if the frame is width pixels wide.
     int samplesPerRow(LinearFormat format, int width) const {
         switch (component) {
             case Component::NONE:
                 return 0;
             case Component::RGB:
-                return width * bytesOf(format);
+                return width * columnBytes(format);
             case Component::LUMA:
             case Component::CBCR:
                 return width;
@@ -73,7 +76,7 @@ struct PlaneLayout {
         }
         return 0;
     }
-    // Rows of the plane in a frame of height lines.
+    // Returns the rows of the plane in a frame of height lines.
     int rows(int height) const {
         switch (component) {
             case Component::NONE:
@@ -92,7 +95,7 @@ struct PlaneLayout {
     constexpr bool isCbOrCr() const {
         return component == Component::CB || component == Component::CR;
     }
-    // True where the plane is stored exactly as a plane of the linear format.
+    // Returns true if the plane is stored exactly as a plane of the linear format.
     constexpr bool isUnpacked() const {
         return isLinear() && (component == Component::RGB || component == Component::LUMA ||
                               component == Component::CBCR);
@@ -107,7 +110,7 @@ struct Span {
     int64_t size;    // bytes
 };
 
-// Where a buffer holds the planes of a frame and the headers of its compressed blocks.
+// Offsets say where a buffer holds the planes of a frame and the headers of its compressed blocks.
 struct Offsets {
     PerPlane planes;  // bytes
     std::array<Span, 2> headers;
@@ -119,27 +122,27 @@ struct Layout {
     int planeCount;
     PlaneLayout planes[MAX_PLANES];
     int sizeCount;  // plane sizes that a job passes; 1: one size for all planes together
-    // Pitches that a job passes, in bytes for two pixels of the width: the minimum for linear
-    // planes, the exact value for blocks.
+    // A job passes pitches. These are the bytes of a pitch for two pixels of the width: the minimum
+    // for linear planes, the exact value for blocks.
     int yPitchOfTwoPixels;
     int uvPitchOfTwoPixels;
-    // sizes: bytes of each plane, as the job passes them.
+    // sizes has the bytes of each plane, as the job passes them.
     Offsets (*offsets)(int64_t width, int64_t height, const uint32_t* sizes);
-    const char* compressed;  // name of a format that the device compresses; null for others
+    const char* compressedName;  // name of a format that the device compresses; null for others
 
-    // True where a frame is stored exactly as in the linear format. Only such layouts can be
+    // Returns true if a frame is stored exactly as in the linear format. Only such layouts can be
     // destinations.
     bool isUnpacked() const {
         return std::all_of(planes, planes + planeCount,
                            [](const PlaneLayout& plane) { return plane.isUnpacked(); });
     }
-    // True where Cb and Cr have a plane each, whose numbers the next two return.
+    // Returns true if Cb and Cr have a plane each. The next two functions return their numbers.
     constexpr bool isPlanar() const { return planes[1].isCbOrCr(); }
     constexpr int cbPlane() const { return planes[1].component == Component::CB ? 1 : 2; }
     constexpr int crPlane() const { return 3 - cbPlane(); }
 };
 
-// Null for a code that the engine doesn't know.
+// Returns null if the engine doesn't know the code.
 const Layout* findLayout(uint32_t code);
 
 }  // namespace host

@@ -1,5 +1,5 @@
-// The blit library's stream for the host. Jobs run on the calling thread: when invalidate returns,
-// the frame is converted and its fence is signalled.
+// This is the blit library's stream for the host. Jobs run on the calling thread: when invalidate
+// returns 0, the frame is converted and its fence is signalled.
 #include <PxAsyncBlitStream.h>
 #include <android/log.h>
 #include <sys/eventfd.h>
@@ -15,7 +15,7 @@ namespace {
 
 using host::isError;
 
-// The calls that configure a job, which needs all of them.
+// These calls configure a job, which needs all of them.
 enum Call { BEGIN, SRC_BUFFER, SRC_CONFIG, SRC_CROP, DST_BUFFER, DST_CONFIG, END, CALLS };
 
 void logRefusal(const char* call) {

@@ -1,4 +1,4 @@
-// Unpacks strips of planes to rows of their layout's linear format.
+// These functions unpack strips of planes to rows of their layout's linear format.
 #pragma once
 
 #include <cstddef>
@@ -8,7 +8,7 @@
 
 namespace host {
 
-// Rows that start pitch bytes after one another.
+// Each row starts pitch bytes after the one before it.
 struct Rows {
     uint8_t* data;
     ptrdiff_t pitch;
@@ -22,8 +22,9 @@ struct ConstRows {
         : data(rows.data), pitch(rows.pitch) {}
 };
 
-// Unpacks rows of a plane. samples: of each row. In a plane of blocks, samples and rowCount are a
-// whole number of blocks, and from holds rows of blocks. sampleBytes: bytes of a sample in to.
+// Unpacks rowCount rows of a plane, each of which has that many samples. In a plane of blocks,
+// samples and rowCount are a whole number of blocks, and from holds rows of blocks. A sample has
+// sampleBytes bytes in to.
 void unpackPlane(const PlaneLayout& plane, int sampleBytes, ConstRows from, int samples,
                  int rowCount, Rows to);
 

@@ -1,4 +1,4 @@
-// The chip's blit library (libpxframework): jobs that the blit engine runs on device buffers.
+// With the chip's blit library (libpxframework), the blit engine runs jobs on device buffers.
 #pragma once
 
 #include <sys/time.h>
@@ -6,16 +6,17 @@
 #include <cstdint>
 #include <memory>
 
-// Code of a pixel layout.
+// This is the code of a pixel layout.
 enum PX_COLOR_ENUM : uint32_t {};
 
-// YUV matrix and range.
+// This is the code of a YUV matrix and range.
 enum PX_PROFILE_ENUM : uint32_t {};
 
 enum PxInterlaceFormat : uint32_t {};
 enum PxSecure : uint32_t {};
 
-// A rectangle in pixels. The device's structure has a second field after each value, which is 0.
+// This is a rectangle in pixels. The device's structure has a second field after each value, which
+// is 0.
 struct PxRect {
     int32_t left;
     int32_t leftCompanion;
@@ -27,9 +28,9 @@ struct PxRect {
     int32_t heightCompanion;
 };
 
-// One job at a time: createJob, setConfigBegin, the source and destination calls, setConfigEnd,
-// invalidate. Every call returns 0, or a negated errno. Buffers stay the caller's and must live
-// until the job's fence has signalled.
+// A stream has one job at a time. The calls of a job are createJob, setConfigBegin, the source and
+// destination calls, setConfigEnd and invalidate. Every call returns 0, or a negated errno. Buffers
+// stay the caller's and must live until the job's fence has signalled.
 class PxAsyncBlitStream {
   public:
     PxAsyncBlitStream();
@@ -37,12 +38,12 @@ class PxAsyncBlitStream {
     PxAsyncBlitStream(const PxAsyncBlitStream&) = delete;
     PxAsyncBlitStream& operator=(const PxAsyncBlitStream&) = delete;
 
-    // fence: a new descriptor > 0 that signals when the job is done; the caller closes it.
+    // fence becomes a new descriptor > 0 that signals when the job is done. The caller closes it.
     int createJob(unsigned int& jobId, int& fence);
     int setConfigBegin(unsigned int jobId);
-    // sizes: bytes of each plane; the planes lie back to back in the buffer.
+    // sizes has the bytes of each plane. The planes lie back to back in the buffer.
     int setSrcBuffer(int fd, unsigned int* sizes, unsigned int planeCount, int reserved);
-    // yPitch, uvPitch: bytes per row.
+    // yPitch and uvPitch are bytes per row.
     int setSrcConfig(int width, int height, int yPitch, int uvPitch, PX_COLOR_ENUM color,
                      PX_PROFILE_ENUM profile, PxInterlaceFormat interlace, PxSecure secure,
                      bool reservedFlag, unsigned int reserved);

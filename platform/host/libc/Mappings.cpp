@@ -23,15 +23,16 @@ struct Mapping {
     ino_t inode;
 };
 
-// Room for more than a conversion has. A mapping that finds no room isn't recorded.
+// There is room for more mappings than a conversion has. A mapping that finds no room isn't
+// recorded.
 std::array<Mapping, 8> mappings;
 
 void record(void* start, size_t size, int protection, int fd) {
-    auto* free = std::find_if(mappings.begin(), mappings.end(),
-                              [](const Mapping& mapping) { return mapping.start == nullptr; });
+    auto* unused = std::find_if(mappings.begin(), mappings.end(),
+                                [](const Mapping& mapping) { return mapping.start == nullptr; });
     struct stat status = {};
-    if (free != mappings.end() && fstat(fd, &status) == 0) {
-        *free = {static_cast<uint8_t*>(start), size, protection, status.st_dev, status.st_ino};
+    if (unused != mappings.end() && fstat(fd, &status) == 0) {
+        *unused = {static_cast<uint8_t*>(start), size, protection, status.st_dev, status.st_ino};
     }
 }
 
@@ -44,7 +45,7 @@ void remove(const void* address, size_t length) {
     }
 }
 
-// An address that is aligned to huge pages and has that many free bytes, or null.
+// Returns an address that is aligned to huge pages and has that many free bytes, or null.
 void* findHugePageAddress(size_t length) {
     void* range =
         __real_mmap(nullptr, length + HUGE_PAGE, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
@@ -84,7 +85,7 @@ void* __wrap_mmap(void* address, size_t length, int prot, int flags, int fd, off
     if (length >= HUGE_PAGE) {
         address = findHugePageAddress(length);
     }
-    // Maps all pages at once, as a device does; that is faster than one by one on first use.
+    // Maps all pages at once, as a device does. That is faster than to map each on its first use.
     void* start = __real_mmap(address, length, prot, flags | MAP_POPULATE, fd, offset);
     if (start != MAP_FAILED) {
         record(start, length, prot, fd);

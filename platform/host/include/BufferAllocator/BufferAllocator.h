@@ -1,8 +1,8 @@
-// DMA-BUF heap allocator (libdmabufheap), C++ interface.
+// This is the C++ interface of the DMA-BUF heap allocator (libdmabufheap).
 #pragma once
 
 class BufferAllocator {
   public:
-    // True where buffers come from the ION allocator, false where they come from DMA-BUF heaps.
+    // Returns true if buffers come from the ION allocator, false if they come from DMA-BUF heaps.
     static bool CheckIonSupport();
 };

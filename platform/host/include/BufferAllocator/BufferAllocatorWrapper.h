@@ -1,4 +1,4 @@
-// DMA-BUF heap allocator (libdmabufheap), C interface.
+// This is the C interface of the DMA-BUF heap allocator (libdmabufheap).
 #pragma once
 
 #include <stddef.h>

@@ -1,4 +1,4 @@
-// Android log (liblog): one formatted entry per call.
+// This is Android's log (liblog). Each call writes one formatted entry.
 #pragma once
 
 #ifdef __cplusplus

@@ -1,4 +1,4 @@
-// The chip's extension of the ION allocator (libion_vex).
+// This is the chip's extension of the ION allocator (libion_vex).
 #pragma once
 
 #include <ion/ion.h>
