@@ -423,16 +423,19 @@ void checkWrittenOutputs(DumpCheck& dump, const std::string& folder) {
     const int64_t last = lastPictureOf(dump);
     const int64_t frames = std::max<int64_t>(last, 1);
     int64_t pictures = 0;
-    for (int64_t frame = std::min<int64_t>(last, 1); frame <= last; ++frame) {
+    int64_t missing = 0;
+    for (int64_t frame = std::min<int64_t>(last, 1);
+         frame <= last && missing <= DumpCheck::MAX_PICTURES; ++frame) {
         const std::string picture = outputPath(dump, folder, true, frame);
         const bool exists = FileUtils::isFile(picture);
-        pictures += exists ? 1 : 0;
+        ++(exists ? pictures : missing);
         if (exists && !isWholePicture(picture)) {
             dump.add(Verdict::WRONG, "The picture ", picture, " is not whole.");
         }
     }
-    if (pictures > 0 && pictures < frames) {
-        dump.add(Verdict::PARTLY, frames - pictures, " of ", frames,
+    if (pictures > 0 && missing > 0) {
+        dump.add(Verdict::PARTLY, missing > DumpCheck::MAX_PICTURES ? "More than " : "",
+                 std::min(missing, DumpCheck::MAX_PICTURES), " of ", frames,
                  " pictures are missing: the log says why.");
     }
     const std::string raw = outputPath(dump, folder, false, 0);

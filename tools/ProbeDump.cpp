@@ -104,26 +104,32 @@ Run checkRun(const std::vector<std::string>& inputs, const CommandLineOptions& o
     std::vector<std::string> files = inputs;
     const std::string& input = inputs.front();
     const bool isFolder = FileUtils::isDirectory(input);
+    Run run;
     if (isFolder) {
+        const std::string before = host::lastLogEntry();
         files.clear();
         FileUtils::getFilePathsInDirectory(input, files);
-    }
-    if (files.empty()) {
-        DumpCheck dump;
-        dump.path = input;
-        const bool canRead = access(input.c_str(), R_OK | X_OK) == 0;
-        dump.add(Verdict::NOTHING,
-                 canRead ? "The folder has no files"
-                         : concat("The folder can't be read: ", strerror(errno)),
-                 ".");
-        return {input, {dump}};
+        const bool isListed = before == host::lastLogEntry();
+        if (files.empty() || !isListed) {
+            DumpCheck folder;
+            folder.path = input;
+            const bool canEnter = access(input.c_str(), R_OK | X_OK) == 0;
+            folder.add(Verdict::NOTHING,
+                       canEnter && isListed ? "The folder has no files"
+                       : canEnter ? concat("The folder can't be listed: ", host::lastLogEntry())
+                                  : concat("The folder can't be read: ", strerror(errno)),
+                       ".");
+            run.dumps.push_back(folder);
+        }
     }
     const auto first = std::find_if(files.begin(), files.end(), FileUtils::isFile);
     const std::string& place = !options.outputPath.empty() ? options.outputPath
                                : first != files.end()      ? *first
                                                            : input;
-    Run run = {FileUtils::getFolderPath(place), {}};
-    run.dumps = checkDumps(files, run.outputFolder, options);
+    run.outputFolder = FileUtils::getFolderPath(place);
+    for (DumpCheck& dump : checkDumps(files, run.outputFolder, options)) {
+        run.dumps.push_back(std::move(dump));
+    }
     if (isFolder) {
         std::sort(run.dumps.begin(), run.dumps.end(),
                   [](const DumpCheck& a, const DumpCheck& b) { return a.path < b.path; });
