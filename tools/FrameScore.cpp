@@ -109,16 +109,26 @@ struct Stored {
     unsigned mask;
 };
 
-Component unpack(const Stored& stored, int width, int lines, int perUnit) {
-    Component component = {width, lines, perUnit, {}};
-    component.samples.resize(static_cast<size_t>(width) * static_cast<size_t>(lines));
+// The type of the word is fixed, because a copy of a variable number of bytes takes several times
+// as long.
+template <typename Word>
+void unpackWords(const Stored& stored, std::vector<uint16_t>& samples) {
     const unsigned char* from = stored.first;
-    for (uint16_t& sample : component.samples) {
-        uint32_t word = 0;
-        memcpy(&word, from, stored.wordBytes);
+    for (uint16_t& sample : samples) {
+        Word word = 0;
+        memcpy(&word, from, sizeof word);
         sample = static_cast<uint16_t>(word >> stored.shift & stored.mask);
         from += stored.step;
     }
+}
+
+Component unpack(const Stored& stored, int width, int lines, int perUnit) {
+    Component component = {width, lines, perUnit, {}};
+    component.samples.resize(static_cast<size_t>(width) * static_cast<size_t>(lines));
+    const auto unpackAll = stored.wordBytes == 1   ? unpackWords<uint8_t>
+                           : stored.wordBytes == 2 ? unpackWords<uint16_t>
+                                                   : unpackWords<uint32_t>;
+    unpackAll(stored, component.samples);
     return component;
 }
 
