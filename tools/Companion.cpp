@@ -23,9 +23,10 @@ enum { HELP = 1000, VERSION };
 // Returns the letters and digits of a name, in lower case.
 std::string simplified(const std::string& name) {
     std::string letters;
-    for (const unsigned char c : name) {
-        if (isalnum(c) != 0) {
-            letters += static_cast<char>(tolower(c));
+    for (const char c : name) {
+        const auto letter = static_cast<unsigned char>(c);
+        if (isalnum(letter) != 0) {
+            letters += static_cast<char>(tolower(letter));
         }
     }
     return letters;
