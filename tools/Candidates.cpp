@@ -38,6 +38,8 @@ constexpr double DOUBTFUL = 1.15;  // to doubt the named one
 constexpr double PICTURE = 0.2;    // the score, at most, of a reading that is certainly a picture
 constexpr double PLAUSIBLE = 0.7;  // the score, at most, of a reading that makes another doubtful
 
+constexpr int64_t ENOUGH = 16 << 10;  // bytes of a file, at least, to doubt a name by them
+
 constexpr size_t KEPT = 8;  // readings that are scored again by more lines
 
 // Rows of YV12's chroma planes start at multiples of 16 bytes. If those of YUV420P do too, the two
@@ -352,7 +354,8 @@ Search checkReading(const std::string& path, const Reading& named) {
     const auto found = std::find_if(best.begin(), best.end(),
                                     [](const Reading& reading) { return reading.named; });
     if (found != best.end() && !best[0].isNoise) {
-        search.doubted = best[0].score <= PLAUSIBLE && found->rank >= DOUBTFUL * best[0].rank;
+        search.doubted = file.size() >= ENOUGH && best[0].score <= PLAUSIBLE &&
+                         found->rank >= DOUBTFUL * best[0].rank;
     }
     finish(best, scorer, search);
     return search;

@@ -79,6 +79,7 @@ std::vector<std::string> Companion::parseOptions(int argc, char* argv[],
                    [&](const char*) { print(concat(mName, " " VEX_VERSION "\n")); }});
     std::for_each(all.begin(), all.end(), add);
     options.push_back({});
+    opterr = 0;
     int letter = 0;
     while ((letter = getopt_long(argc, argv, letters.c_str(), options.data(), nullptr)) != -1) {
         const auto row = std::find_if(all.begin(), all.end(), [letter](const OptionRow& option) {
@@ -86,7 +87,7 @@ std::vector<std::string> Companion::parseOptions(int argc, char* argv[],
         });
         if (row == all.end()) {
             fputs(mUsage, stderr);
-            exit(mWrongStatus);
+            fail(concat("unknown option, or one without its value: ", argv[optind - 1]));
         }
         row->apply(optarg);
     }

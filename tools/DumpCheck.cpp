@@ -169,7 +169,7 @@ void checkParts(DumpCheck& dump) {
         }
         DumpFile file(files[i]);
         const int64_t more = file.size() - parts[i].first;
-        if (more != 0) {
+        if (more != 0 && file.failure().empty()) {
             dump.add(Verdict::WRONG, "The part file ", files[i], " has ", file.size(), " bytes, ",
                      std::abs(more), more < 0 ? " fewer" : " more", " than the part of a ",
                      dump.size, " frame: copy the file again, or correct the size.");
@@ -235,7 +235,7 @@ void checkWholeFile(DumpFile& file, DumpCheck& dump) {
     if (file.size() > INT_MAX) {
         dump.add(Verdict::NOTHING,
                  "The file has 2 GiB or more: split it at a multiple of the frame's size.");
-    } else if (file.size() == 0) {
+    } else if (file.size() == 0 && file.failure().empty()) {
         dump.add(Verdict::WRONG, "The file is empty: dump it again.");
     }
 }

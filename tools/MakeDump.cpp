@@ -135,10 +135,12 @@ class FrameSource {
 
   private:
     void countRawFrames() {
-        if (!std::filesystem::exists(mOptions.rawFile)) {
-            program().fail("No such file: " + mOptions.rawFile);
+        std::error_code error;
+        const auto status = std::filesystem::status(mOptions.rawFile, error);
+        if (error) {
+            program().fail(concat("can't read ", mOptions.rawFile, ": ", error.message()));
         }
-        if (!FileUtils::isFile(mOptions.rawFile)) {
+        if (!std::filesystem::is_regular_file(status)) {
             program().fail("no regular file: " + mOptions.rawFile);
         }
         const int fileSize = FileUtils::getFileSize(mOptions.rawFile);
@@ -181,6 +183,10 @@ void append(const std::string& path, const uint8_t* bytes, int size) {
 
 // Writes a file, which replaces an old one, and prints its name.
 void writeNew(const std::string& path, const uint8_t* bytes, int size) {
+    std::error_code error;
+    if (std::filesystem::exists(path, error) && !FileUtils::isFile(path)) {
+        program().fail(concat("can't write ", path, ": it is no regular file"));
+    }
     if (File(fopen(path.c_str(), "wb")) == nullptr) {
         program().fail(concat("can't write ", path, ": ", strerror(errno)));
     }
@@ -240,6 +246,9 @@ void writeDump(const Options& options) {
     keepInput(options, names);
     std::error_code error;
     std::filesystem::create_directories(options.folder, error);
+    if (error) {
+        program().fail(concat("can't make the folder ", options.folder, ": ", error.message()));
+    }
     for (int i = 0; i < source.frames(); ++i) {
         const std::vector<uint8_t> dump = packFrame(source.frame(i), options.format, width, height);
         for (size_t part = 0; part < parts.size(); ++part) {

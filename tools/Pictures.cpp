@@ -14,43 +14,51 @@ namespace {
 
 using Color = ColorConvert;
 
-// Reads the part of a frame that the file has, and clears the rest.
-void readPart(const std::string& path, unsigned char* to, int size) {
+// Reads the part of a frame that the file has, and clears the rest. Returns the reason of a
+// failure.
+std::string readPart(const std::string& path, unsigned char* to, int size) {
     DumpFile file(path);
     std::fill_n(to, size, static_cast<unsigned char>(0));
     file.read(0, std::min<int64_t>(size, file.size()), to);
+    return file.failure();
 }
 
-void readFirstFrame(const DumpCheck& dump, const Reading& reading, unsigned char* to) {
+std::string readFirstFrame(const DumpCheck& dump, const Reading& reading, unsigned char* to) {
     const FileJob& job = dump.job;
     if (!reading.named || !job.separate) {
-        readPart(dump.path, to, reading.frameSize);
-        return;
+        return readPart(dump.path, to, reading.frameSize);
     }
     const std::string files[] = {job.yBodyFile, job.yHeaderFile, job.cBodyFile, job.cHeaderFile};
     const auto parts =
         Color::getSeparateSize(reading.aligned.width, reading.aligned.height, reading.format);
-    for (size_t i = 0; i < parts.size(); ++i) {
-        readPart(files[i], to + parts[i].second, parts[i].first);
+    std::string failure;
+    for (size_t i = 0; i < parts.size() && failure.empty(); ++i) {
+        failure = readPart(files[i], to + parts[i].second, parts[i].first);
+        failure = FileUtils::isFile(files[i]) ? failure : "";
     }
+    return failure;
 }
 
 }  // namespace
 
-bool PictureFolder::write(const DumpCheck& dump, const Reading& reading, const std::string& what) {
+std::string PictureFolder::write(const DumpCheck& dump, const Reading& reading,
+                                 const std::string& what) {
     const auto& [width, height] = reading.aligned;
     const int pictureSize = Color::getFrameSize(width, height, Color::RGBA8888);
     DmabufMemory frame(reading.frameSize, DeviceMemory::NO_FD);
     DmabufMemory picture(pictureSize, DeviceMemory::NO_FD);
     if (frame.data() == nullptr || picture.data() == nullptr) {
-        return false;
+        return host::lastLogEntry();
     }
-    readFirstFrame(dump, reading, frame.data());
+    const std::string failure = readFirstFrame(dump, reading, frame.data());
+    if (!failure.empty()) {
+        return failure;
+    }
     const Color::ColorConvertConfig config = {
         {reading.format, mSpace, width, height, frame.getFd()},
         {Color::RGBA8888, Color::BT601_LIMIT, width, height, picture.getFd()}};
     if (ColorConvert().convertFrame(config) != 0) {
-        return false;
+        return host::lastLogEntry();
     }
     for (int i = 3; i < pictureSize; i += 4) {
         picture.data()[i] = 0xFF;
@@ -62,5 +70,7 @@ bool PictureFolder::write(const DumpCheck& dump, const Reading& reading, const s
     for (int copy = 2; !mNames.insert(name).second; ++copy) {
         name = concat(start, "-", copy, end);
     }
-    return FileUtils::writeToPNG(name, width, height, picture.data(), 4) == 1;
+    return FileUtils::writeToPNG(name, width, height, picture.data(), 4) == 1
+               ? ""
+               : host::lastLogEntry();
 }

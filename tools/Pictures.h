@@ -14,8 +14,9 @@ class PictureFolder {
 
     // Writes the first frame of a reading of the dump as an opaque picture. Its name has the dump's
     // name, what (such as the rank), the format and the size. No two pictures get the same name.
-    // Returns false if the picture can't be written. The latest log entry then says why.
-    bool write(const DumpCheck& dump, const Reading& reading, const std::string& what);
+    // Returns the reason if the frame can't be read or the picture can't be written, else an empty
+    // text. A part file that doesn't exist counts as zeros.
+    std::string write(const DumpCheck& dump, const Reading& reading, const std::string& what);
 
   private:
     const std::string mFolder;

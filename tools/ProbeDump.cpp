@@ -239,10 +239,11 @@ class Prober {
 
     void writePictures(const DumpCheck& dump, const Search& search) {
         const auto write = [&](const Reading& reading, const std::string& what) {
-            if (!mPictures.write(dump, reading, what)) {
+            const std::string failure = mPictures.write(dump, reading, what);
+            if (!failure.empty()) {
                 mLostPictures = true;
                 fprintf(stderr, "Error: the picture of %s can't be written: %s\n",
-                        concat(reading).c_str(), host::lastLogEntry());
+                        concat(reading).c_str(), printable(failure).c_str());
             }
         };
         if (dump.reading().frameSize > 0) {

@@ -22,9 +22,9 @@ void forEachCharacter(const std::string& text, Character character, Odd odd) {
     }
 }
 
-std::string escaped(unsigned byte) {
+std::string formatted(const char* format, unsigned byte) {
     char text[8];
-    snprintf(text, sizeof text, byte == '\n' ? "\\n" : "\\x%02X", byte);
+    snprintf(text, sizeof text, format, byte);
     return text;
 }
 
@@ -34,7 +34,7 @@ std::string printable(const std::string& text) {
     std::string result;
     forEachCharacter(
         text, [&](const std::string& character) { result += character; },
-        [&](unsigned byte) { result += escaped(byte); });
+        [&](unsigned byte) { result += formatted(byte == '\n' ? "\\n" : "\\x%02X", byte); });
     return result;
 }
 
@@ -56,11 +56,11 @@ std::string shellWord(const std::string& text) {
         text,
         [&](const std::string& character) {
             plain += character == "'" ? "'\\''" : character;
-            ansi += (character == "'" || character == "\\" ? "\\" : "") + character;
+            ansi += character == "'" ? "\\047" : character == "\\" ? "\\134" : character;
         },
         [&](unsigned byte) {
             isPlain = false;
-            ansi += escaped(byte);
+            ansi += formatted("\\%03o", byte);
         });
     return isPlain ? "'" + plain + "'" : "$'" + ansi + "'";
 }

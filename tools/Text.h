@@ -21,5 +21,6 @@ std::string printable(const std::string& text);
 std::string asUtf8(const std::string& text);
 
 // Returns the text as one word of a shell command: 'a b'. If printable() would change the text, the
-// word is like $'a\x1Bb', which bash, zsh and ksh read.
+// word is like $'a\033b', which bash, zsh and ksh read. All shells read three octal digits alike,
+// and a shell that doesn't know $'...' finds no quote in it that ends the word.
 std::string shellWord(const std::string& text);
