@@ -151,6 +151,17 @@ void reportCompression(DumpCheck& dump) {
              "the dump on the device, because a PC can't read them.");
 }
 
+// Says how the size of a part file differs from that of the part, in bytes.
+void checkPartSize(const DumpFile& file, const std::string& path, int partSize, DumpCheck& dump) {
+    const int64_t more = file.size() - partSize;
+    if (more != 0 && file.failure().empty()) {
+        dump.add(Verdict::WRONG, "The part file ", path, " has ", file.size(), " bytes, ",
+                 std::abs(more), more < 0 ? " fewer" : " more", " than the part of a ", dump.size,
+                 " frame: copy the file again, or correct the size.");
+        dump.frames = more < 0 ? 0 : *dump.frames;
+    }
+}
+
 void checkParts(DumpCheck& dump) {
     const FileJob& job = dump.job;
     const auto parts = Color::getSeparateSize(job.alignedWidth, job.alignedHeight, job.inputFormat);
@@ -168,13 +179,7 @@ void checkParts(DumpCheck& dump) {
             continue;
         }
         DumpFile file(files[i]);
-        const int64_t more = file.size() - parts[i].first;
-        if (more != 0 && file.failure().empty()) {
-            dump.add(Verdict::WRONG, "The part file ", files[i], " has ", file.size(), " bytes, ",
-                     std::abs(more), more < 0 ? " fewer" : " more", " than the part of a ",
-                     dump.size, " frame: copy the file again, or correct the size.");
-            dump.frames = more < 0 ? 0 : *dump.frames;
-        }
+        checkPartSize(file, files[i], parts[i].first, dump);
         compressed = (i % 2 == 1 && file.isUsed(0, parts[i].first)) || compressed;
         file.canReadEnds();
         reportReadError(file, files[i], dump);
