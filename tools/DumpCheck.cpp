@@ -147,7 +147,8 @@ void reportReadError(const DumpFile& file, const std::string& path, DumpCheck& d
 }
 
 void reportCompression(DumpCheck& dump) {
-    dump.add(Verdict::WRONG, "The headers are not all zero, so the blocks are compressed: convert ",
+    dump.add(Verdict::WRONG,
+             "The headers are not all zero, so the blocks are most likely compressed: convert ",
              "the dump on the device, because a PC can't read them.");
 }
 
@@ -369,6 +370,28 @@ bool isWholePicture(const std::string& path) {
            end == LAST_CHUNK;
 }
 
+// Says which pictures of the dump are missing or not whole. Returns true if there are some.
+bool checkWrittenPictures(DumpCheck& dump, const std::string& folder) {
+    const int64_t last = lastPictureOf(dump);
+    int64_t pictures = 0;
+    int64_t missing = 0;
+    for (int64_t frame = std::min<int64_t>(last, 1);
+         frame <= last && missing <= DumpCheck::MAX_PICTURES; ++frame) {
+        const std::string picture = outputPath(dump, folder, true, frame);
+        const bool exists = FileUtils::isFile(picture);
+        ++(exists ? pictures : missing);
+        if (exists && !isWholePicture(picture)) {
+            dump.add(Verdict::WRONG, "The picture ", picture, " is not whole.");
+        }
+    }
+    if (pictures > 0 && missing > 0) {
+        dump.add(Verdict::PARTLY, missing > DumpCheck::MAX_PICTURES ? "More than " : "",
+                 std::min(missing, DumpCheck::MAX_PICTURES), " of ", std::max<int64_t>(last, 1),
+                 " pictures are missing: the messages and the log of the run say why.");
+    }
+    return pictures > 0;
+}
+
 }  // namespace
 
 Reading DumpCheck::reading() const {
@@ -425,34 +448,19 @@ void checkWrittenOutputs(DumpCheck& dump, const std::string& folder) {
     }
     dump.problems.clear();
     const FileJob& job = dump.job;
-    const int64_t last = lastPictureOf(dump);
-    const int64_t frames = std::max<int64_t>(last, 1);
-    int64_t pictures = 0;
-    int64_t missing = 0;
-    for (int64_t frame = std::min<int64_t>(last, 1);
-         frame <= last && missing <= DumpCheck::MAX_PICTURES; ++frame) {
-        const std::string picture = outputPath(dump, folder, true, frame);
-        const bool exists = FileUtils::isFile(picture);
-        ++(exists ? pictures : missing);
-        if (exists && !isWholePicture(picture)) {
-            dump.add(Verdict::WRONG, "The picture ", picture, " is not whole.");
-        }
-    }
-    if (pictures > 0 && missing > 0) {
-        dump.add(Verdict::PARTLY, missing > DumpCheck::MAX_PICTURES ? "More than " : "",
-                 std::min(missing, DumpCheck::MAX_PICTURES), " of ", frames,
-                 " pictures are missing: the log says why.");
-    }
+    const int64_t frames = std::max<int64_t>(lastPictureOf(dump), 1);
+    const bool hasPictures = checkWrittenPictures(dump, folder);
     const std::string raw = outputPath(dump, folder, false, 0);
     const int64_t wanted =
         frames * Color::getFrameSize(job.alignedWidth, job.alignedHeight, job.outputFormat);
-    if (!FileUtils::isFile(raw)) {
-        if (pictures == 0) {
-            dump.add(Verdict::NOTHING, "Neither ", raw,
-                     " nor a picture is there: the log says why.");
+    if (FileUtils::isFile(raw)) {
+        const int64_t size = DumpFile(raw).size();
+        if (size != wanted) {
+            dump.add(Verdict::WRONG, "The output ", raw, " has ", size, " bytes instead of ",
+                     wanted, ".");
         }
-    } else if (DumpFile(raw).size() != wanted) {
-        dump.add(Verdict::WRONG, "The output ", raw, " has ", DumpFile(raw).size(),
-                 " bytes instead of ", wanted, ".");
+    } else if (!hasPictures) {
+        dump.add(Verdict::NOTHING, "Neither ", raw,
+                 " nor a picture is there: the messages and the log of the run say why.");
     }
 }

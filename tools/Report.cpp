@@ -48,7 +48,10 @@ void printCandidates(const Report& report) {
     for (size_t i = 0; i < search.readings.size(); ++i) {
         const Reading& reading = search.readings[i];
         printLine("Candidate ", rankOf(search, i), ": ", reading, ", frames: ", reading.frames,
-                  reading.cutOff ? ", cut off" : "", reading.named ? ", which the name says" : "");
+                  reading.cutOff ? ", cut off" : "",
+                  reading.named && report.dump.rule ? ", which the name says"
+                  : reading.named                   ? ", which the options say"
+                                                    : "");
         printLine("  ", commandFor(reading, report.dump.path, report.conversion));
     }
 }
@@ -58,6 +61,9 @@ void printCandidates(const Report& report) {
 std::string showCommand(const Report& report) {
     const DumpCheck& dump = report.dump;
     Conversion conversion = report.conversion;
+    if (report.isAfterRun) {
+        return "";
+    }
     if (dump.verdict() == Verdict::CONVERTS) {
         conversion.outputFolder = report.outputFolder;
         return showCommandFor(dump.reading(), dump.path, conversion);
