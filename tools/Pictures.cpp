@@ -50,7 +50,7 @@ std::string PictureFolder::write(const DumpCheck& dump, const Reading& reading,
     if (frame.data() == nullptr || picture.data() == nullptr) {
         return host::lastLogEntry();
     }
-    const std::string failure = readFirstFrame(dump, reading, frame.data());
+    std::string failure = readFirstFrame(dump, reading, frame.data());
     if (!failure.empty()) {
         return failure;
     }

@@ -78,6 +78,10 @@ Options parseOptions(const Companion& program, int argc, char* argv[]) {
     if (tool.inputPaths.empty()) {
         program.fail("no file or folder is given");
     }
+    const std::string& written = options.writtenFolder;
+    if (!written.empty() && access(written.c_str(), R_OK | X_OK) != 0 && errno != ENOENT) {
+        program.fail(concat("the folder ", written, " can't be read: ", strerror(errno)));
+    }
     if (FileUtils::parseConfigFile(tool.configFilePath) < 0) {
         program.fail(concat("the rules can't be used, ", host::lastLogEntry()));
     }
@@ -98,6 +102,27 @@ struct Run {
     std::vector<DumpCheck> dumps;
 };
 
+// Returns the files of the folder. If there are none, or they can't be listed, it adds a dump that
+// says so.
+std::vector<std::string> listFolder(const std::string& path, std::vector<DumpCheck>& dumps) {
+    std::vector<std::string> files;
+    const std::string before = host::lastLogEntry();
+    FileUtils::getFilePathsInDirectory(path, files);
+    const bool isListed = before == host::lastLogEntry();
+    if (files.empty() || !isListed) {
+        const bool canEnter = access(path.c_str(), R_OK | X_OK) == 0;
+        DumpCheck folder;
+        folder.path = path;
+        folder.add(Verdict::NOTHING,
+                   canEnter && isListed ? "The folder has no files"
+                   : canEnter ? concat("The folder can't be listed: ", host::lastLogEntry())
+                              : concat("The folder can't be read: ", strerror(errno)),
+                   ".");
+        dumps.push_back(folder);
+    }
+    return files;
+}
+
 // VexConverter takes a folder or several files. The dumps of a folder are sorted by name only
 // afterwards, because the part file that is reached first names a set's output.
 Run checkRun(const std::vector<std::string>& inputs, const CommandLineOptions& options) {
@@ -106,21 +131,7 @@ Run checkRun(const std::vector<std::string>& inputs, const CommandLineOptions& o
     const bool isFolder = FileUtils::isDirectory(input);
     Run run;
     if (isFolder) {
-        const std::string before = host::lastLogEntry();
-        files.clear();
-        FileUtils::getFilePathsInDirectory(input, files);
-        const bool isListed = before == host::lastLogEntry();
-        if (files.empty() || !isListed) {
-            DumpCheck folder;
-            folder.path = input;
-            const bool canEnter = access(input.c_str(), R_OK | X_OK) == 0;
-            folder.add(Verdict::NOTHING,
-                       canEnter && isListed ? "The folder has no files"
-                       : canEnter ? concat("The folder can't be listed: ", host::lastLogEntry())
-                                  : concat("The folder can't be read: ", strerror(errno)),
-                       ".");
-            run.dumps.push_back(folder);
-        }
+        files = listFolder(input, run.dumps);
     }
     const auto first = std::find_if(files.begin(), files.end(), FileUtils::isFile);
     const std::string& place = !options.outputPath.empty() ? options.outputPath
