@@ -57,13 +57,13 @@ void printCandidates(const Report& report) {
 }
 
 // Returns the command that shows the raw output of a dump that converts, or else of the first
-// candidate.
+// candidate. It is empty if there is neither, or if outputs of an earlier run are checked.
 std::string showCommand(const Report& report) {
-    const DumpCheck& dump = report.dump;
-    Conversion conversion = report.conversion;
     if (report.isAfterRun) {
         return "";
     }
+    const DumpCheck& dump = report.dump;
+    Conversion conversion = report.conversion;
     if (dump.verdict() == Verdict::CONVERTS) {
         conversion.outputFolder = report.outputFolder;
         return showCommandFor(dump.reading(), dump.path, conversion);
