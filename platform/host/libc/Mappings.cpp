@@ -36,13 +36,23 @@ void record(void* start, size_t size, int protection, int fd) {
     }
 }
 
-void remove(const void* address, size_t length) {
+// Returns whether a mapping of the record was removed.
+bool remove(const void* address, size_t length) {
+    bool removed = false;
     const auto* start = static_cast<const uint8_t*>(address);
     for (Mapping& mapping : mappings) {
         if (mapping.start < start + length && start < mapping.start + mapping.size) {
             mapping = {};
+            removed = true;
         }
     }
+    return removed;
+}
+
+// Returns how many bytes are mapped for a buffer. If a mapping ends in the middle of a huge page,
+// the system uses small pages for that part, and a folder of single frames may take twice as long.
+size_t findReach(size_t length) {
+    return length < HUGE_PAGE ? length : (length + HUGE_PAGE - 1) / HUGE_PAGE * HUGE_PAGE;
 }
 
 // Returns an address that is aligned to huge pages and has that many free bytes, or null.
@@ -81,12 +91,13 @@ void* __wrap_mmap(void* address, size_t length, int prot, int flags, int fd, off
     if ((flags & MAP_SHARED) == 0 || offset != 0) {
         return __real_mmap(address, length, prot, flags, fd, offset);
     }
+    const size_t reach = findReach(length);
     // The tool passes no address for a buffer, so this may choose one.
-    if (length >= HUGE_PAGE) {
-        address = findHugePageAddress(length);
+    if (reach >= HUGE_PAGE) {
+        address = findHugePageAddress(reach);
     }
     // Maps all pages at once, as a device does. That is faster than to map each on its first use.
-    void* start = __real_mmap(address, length, prot, flags | MAP_POPULATE, fd, offset);
+    void* start = __real_mmap(address, reach, prot, flags | MAP_POPULATE, fd, offset);
     if (start != MAP_FAILED) {
         record(start, length, prot, fd);
     }
@@ -94,7 +105,6 @@ void* __wrap_mmap(void* address, size_t length, int prot, int flags, int fd, off
 }
 
 int __wrap_munmap(void* address, size_t length) {
-    remove(address, length);
-    return __real_munmap(address, length);
+    return __real_munmap(address, remove(address, length) ? findReach(length) : length);
 }
 }
