@@ -110,8 +110,8 @@ class Collection {
         }
     }
 
-    // Adds each size of the format, with the shape of a picture, of which some hundred frames or
-    // fewer fill the file.
+    // Adds each size of the format, with a width of 0.4 to 2.5 times the height, of which some
+    // hundred frames or fewer fill the file.
     void addSizesThatFill(Color::ColorFormat format) {
         constexpr int64_t MAX_FRAMES = 300;
         for (int64_t frames = 1; frames <= MAX_FRAMES; ++frames) {
@@ -134,33 +134,24 @@ class Collection {
     bool fills() const { return mFills; }
 
   private:
-    // Adds the sizes of frames of that many bytes.
+    // Adds the sizes of frames of that many bytes. Wider frames and higher ones have more bytes.
     void addSizesOf(Color::ColorFormat format, int64_t frameSize) {
-        constexpr int MIN_WIDTH = 64;
-        constexpr int MAX_WIDTH = 8192;
+        constexpr int MIN_SIDE = 64;
+        constexpr int MAX_SIDE = 8192;
         const int stepX = std::max(2, colorFormatInfo(format).widthAlignment);
         const int stepY = std::max(2, colorFormatInfo(format).heightAlignment);
-        for (int width = MIN_WIDTH; width <= MAX_WIDTH; width += stepX) {
-            const auto bytesOf = [&](int steps) {
-                const int bytes = Color::getFrameSize(width, steps * stepY, format);
-                return bytes < 0 ? INT64_MAX : int64_t{bytes};
-            };
-            // The shapes go from 2.5 to 0.4. Frames of more lines have more bytes.
-            int low = std::max(1, width * 2 / 5 / stepY);
-            int high = width * 5 / 2 / stepY;
-            if (bytesOf(low) > frameSize) {
-                return;
+        const auto bytesOf = [&](int width, int height) {
+            const int bytes = Color::getFrameSize(width, height, format);
+            return bytes < 0 ? INT64_MAX : int64_t{bytes};
+        };
+        int height = MAX_SIDE;
+        for (int width = MIN_SIDE; width <= MAX_SIDE; width += stepX) {
+            while (height > stepY && bytesOf(width, height) > frameSize) {
+                height -= stepY;
             }
-            while (low < high && bytesOf(high) >= frameSize) {
-                const int middle = (low + high) / 2;
-                if (bytesOf(middle) < frameSize) {
-                    low = middle + 1;
-                } else {
-                    high = middle;
-                }
-            }
-            if (bytesOf(low) == frameSize) {
-                add(makeReading(mFileSize, format, {width, low * stepY}));
+            const bool isPicture = 2 * width <= 5 * height && 2 * height <= 5 * width;
+            if (isPicture && bytesOf(width, height) == frameSize) {
+                add(makeReading(mFileSize, format, {width, height}));
             }
         }
     }
@@ -334,9 +325,18 @@ Search searchReadings(const std::string& path, const CommandLineOptions& known,
         append(best, ranking.best(readings.cutOff(), ScoredLines::FEW, KEPT));
         best = ranking.best(best, ScoredLines::MANY, KEPT);
     }
-    search.tried = readings.tried();
-    search.fills = readings.fills();
     finish(best, scorer, search);
+    search.doubted = named.frameSize > 0 && search.isClear;
+    search.note =
+        !readings.tried()
+            ? "No size was tried. The file is too small for those in use, or none of them has the "
+              "given width or height: give -w and -h."
+        : search.readings.empty()
+            ? "The samples do not tell the format: they all have one value, or look like noise."
+        : !readings.fills()
+            ? "No size that was tried fills the file. The last frame is cut off, or the size is "
+              "another one: give -w and -h if you know them."
+            : "";
     return search;
 }
 

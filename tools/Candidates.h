@@ -50,9 +50,8 @@ struct Search {
     std::vector<Reading> readings;
     bool isClear = false;  // the first is far better than the second
     bool doubted = false;  // the first is clearly better than the named one
-    bool tried = false;    // the file holds half a frame of some reading, or more
-    bool fills = false;    // whole frames of some reading fill the file
     std::string failure;   // why the samples can't be looked at; empty if they can
+    std::string note;      // why there is no reading, or none that fills the file
 
     static constexpr size_t MAX_READINGS = 5;
 };

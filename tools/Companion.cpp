@@ -3,7 +3,6 @@
 #include <getopt.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <clocale>
 #include <csignal>
@@ -17,36 +16,22 @@
 
 namespace {
 
-constexpr int FIRST_LONG = 256;  // the letters of options that have none begin here
-enum { HELP = 1000, VERSION };
-
-// Returns the letters and digits of a name, in lower case.
-std::string simplified(const std::string& name) {
-    std::string letters;
-    for (const char c : name) {
-        const auto letter = static_cast<unsigned char>(c);
-        if (isalnum(letter) != 0) {
-            letters += static_cast<char>(tolower(letter));
-        }
-    }
-    return letters;
-}
-
-// Says that no row of the table has the name. It also says which name has the same letters, or else
-// which names there are.
+// Returns the value of the table's row with that name. If there is none, it ends the program, and
+// says which name has the same letters in another case, or else which names there are.
 template <typename Table>
-std::string describeUnknown(const char* what, const std::string& value, const Table& table) {
-    const std::string wanted = simplified(value);
-    std::string all;
+auto find(const Companion& program, const char* what, const char* name, const Table& table) {
+    std::string known;
     std::string likely;
     for (const auto& row : table) {
-        if (simplified(row.name) == wanted) {
-            likely = row.name;
+        if (*name != '\0' && strcmp(row.name, name) == 0) {
+            return row.value;
         }
-        all += (all.empty() ? "" : ", ") + std::string(row.name);
+        likely = strcasecmp(row.name, name) == 0 ? row.name : likely;
+        known += (known.empty() ? "" : ", ") + std::string(row.name);
     }
-    return concat("unknown ", what, ": ", value,
-                  likely.empty() ? "; known are " + all : ", did you mean " + likely + "?");
+    program.fail(
+        concat("unknown ", what, ": ", name,
+               likely.empty() ? "; known are " + known : ", did you mean " + likely + "?"));
 }
 
 }  // namespace
@@ -60,24 +45,24 @@ Companion::Companion(const char* name, const char* usage, int wrongStatus)
 
 std::vector<std::string> Companion::parseOptions(int argc, char* argv[],
                                                  const std::vector<OptionRow>& rows) const {
-    std::vector<option> options;
-    std::string letters;
-    const auto add = [&](const OptionRow& row) {
-        options.push_back({row.name, row.takesValue ? 1 : 0, nullptr, row.letter});
-        if (row.letter < FIRST_LONG) {
-            letters += static_cast<char>(row.letter);
-            letters += row.takesValue ? ":" : "";
-        }
-    };
     std::vector<OptionRow> all = rows;
     const auto print = [this](const std::string& text) {
         fputs(text.c_str(), stdout);
         exit(finish(0));
     };
-    all.push_back({"help", HELP, false, [&](const char*) { print(mUsage); }});
-    all.push_back({"version", VERSION, false,
-                   [&](const char*) { print(concat(mName, " " VEX_VERSION "\n")); }});
-    std::for_each(all.begin(), all.end(), add);
+    all.push_back({"help", 0, false, [&](const char*) { print(mUsage); }});
+    all.push_back(
+        {"version", 0, false, [&](const char*) { print(concat(mName, " " VEX_VERSION "\n")); }});
+    std::vector<option> options;
+    std::string letters;
+    for (OptionRow& row : all) {
+        if (row.letter == 0) {
+            row.letter = 256 + static_cast<int>(options.size());
+        } else {
+            letters += concat(static_cast<char>(row.letter), row.takesValue ? ":" : "");
+        }
+        options.push_back({row.name, row.takesValue ? 1 : 0, nullptr, row.letter});
+    }
     options.push_back({});
     opterr = 0;
     int letter = 0;
@@ -104,20 +89,11 @@ int Companion::number(const char* what, const char* value) const {
 }
 
 ColorConvert::ColorFormat Companion::format(const char* value) const {
-    const auto format = ColorConvert::getColorFormatFromStr(value);
-    if (format == ColorConvert::UNKNOWN) {
-        fail(describeUnknown("color format", value, colorFormatInfos));
-    }
-    return format;
+    return find(*this, "color format", value, colorFormatInfos);
 }
 
 ColorConvert::ColorSpace Companion::colorSpace(const char* value) const {
-    for (const ColorSpaceInfo& info : colorSpaceInfos) {
-        if (strcmp(info.name, value) == 0) {
-            return info.value;
-        }
-    }
-    fail(describeUnknown("color space", value, colorSpaceInfos));
+    return find(*this, "color space", value, colorSpaceInfos);
 }
 
 std::string Companion::folder(const char* value) const {

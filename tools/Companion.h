@@ -10,7 +10,7 @@
 
 struct OptionRow {
     const char* name;
-    int letter;  // of the short form; a number above 255 if there is none
+    int letter;  // of the short form; 0 if there is none
     bool takesValue;
     std::function<void(const char* value)> apply;
 };

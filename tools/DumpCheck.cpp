@@ -118,31 +118,13 @@ void checkBoard(DumpCheck& dump) {
              readers, ".");
 }
 
-// Says why the file can't be read. Returns true if it can. isPart makes a difference, because
-// VexConverter takes zeros for a part file that can't be read, and skips any other file.
-bool checkReadable(const std::string& path, bool isPart, DumpCheck& dump) {
-    std::error_code error;
-    const fs::file_status status = fs::status(path, error);
-    const std::string file = (isPart ? "The part file " : "") + path;
-    const Verdict verdict = isPart ? Verdict::WRONG : Verdict::NOTHING;
-    if (status.type() == fs::file_type::not_found) {
-        dump.add(verdict, file, " does not exist.");
-    } else if (error) {
-        dump.add(verdict, file, " can't be examined: ", error.message(), ".");
-    } else if (!fs::is_regular_file(status)) {
-        dump.add(verdict, file, " is no regular file, which no frames can be read from.");
-    } else if (access(path.c_str(), R_OK) != 0) {
-        dump.add(Verdict::WRONG, file, " can't be read: ", strerror(errno), ".");
-    } else {
-        return true;
-    }
-    return false;
-}
-
-// Says that some of the file could not be read.
-void reportReadError(const DumpFile& file, const std::string& path, DumpCheck& dump) {
+// Says why the file, or some of it, can't be read. VexConverter skips a path that is no file, and
+// takes zeros for a part file and for what it can't read.
+void reportFailure(const DumpFile& file, const std::string& path, DumpCheck& dump) {
+    const bool isPart = dump.job.separate;
     if (!file.failure().empty()) {
-        dump.add(Verdict::WRONG, path, " can't be read: ", file.failure(), ".");
+        dump.add(isPart || FileUtils::isFile(path) ? Verdict::WRONG : Verdict::NOTHING,
+                 isPart ? "The part file " : "", path, " can't be read: ", file.failure(), ".");
     }
 }
 
@@ -155,7 +137,7 @@ void reportCompression(DumpCheck& dump) {
 // Says how the size of a part file differs from that of the part, in bytes.
 void checkPartSize(const DumpFile& file, const std::string& path, int partSize, DumpCheck& dump) {
     const int64_t more = file.size() - partSize;
-    if (more != 0 && file.failure().empty()) {
+    if (more != 0) {
         dump.add(Verdict::WRONG, "The part file ", path, " has ", file.size(), " bytes, ",
                  std::abs(more), more < 0 ? " fewer" : " more", " than the part of a ", dump.size,
                  " frame: copy the file again, or correct the size.");
@@ -175,15 +157,14 @@ void checkParts(DumpCheck& dump) {
     dump.frames = 1;
     bool compressed = false;
     for (size_t i = 0; i < parts.size(); ++i) {
-        if (!checkReadable(files[i], true, dump)) {
-            dump.frames = 0;
-            continue;
-        }
         DumpFile file(files[i]);
-        checkPartSize(file, files[i], parts[i].first, dump);
-        compressed = (i % 2 == 1 && file.isUsed(0, parts[i].first)) || compressed;
-        file.canReadEnds();
-        reportReadError(file, files[i], dump);
+        if (file.canReadEnds()) {
+            checkPartSize(file, files[i], parts[i].first, dump);
+            compressed = (i % 2 == 1 && file.isUsed(0, parts[i].first)) || compressed;
+        } else {
+            dump.frames = 0;
+        }
+        reportFailure(file, files[i], dump);
     }
     if (compressed) {
         reportCompression(dump);
@@ -278,18 +259,17 @@ void checkFrames(DumpFile& file, DumpCheck& dump) {
 }
 
 void check(DumpCheck& dump, const CommandLineOptions& options) {
-    if (!checkReadable(dump.path, false, dump)) {
-        return;
-    }
-    decode(options, dump);
     DumpFile file(dump.path);
-    if (!dump.job.separate) {
-        checkWholeFile(file, dump);
+    if (file.failure().empty()) {
+        decode(options, dump);
+        if (!dump.job.separate) {
+            checkWholeFile(file, dump);
+        }
+        if (dump.hasReading()) {
+            checkFrames(file, dump);
+        }
     }
-    if (dump.hasReading()) {
-        checkFrames(file, dump);
-    }
-    reportReadError(file, dump.path, dump);
+    reportFailure(file, dump.path, dump);
 }
 
 // Says why an output can't be written, or that it exists already.
@@ -301,15 +281,13 @@ void checkOutput(const std::string& folder, const std::string& output, bool isRa
     if (status.type() == fs::file_type::not_found) {
         return;
     }
-    if (error) {
-        dump.add(Verdict::NOTHING, "The output ", output, " can't be written: ", error.message(),
+    const bool isFile = fs::is_regular_file(status);
+    if (error || !isFile || access(path.c_str(), W_OK) != 0) {
+        dump.add(Verdict::NOTHING, "The output ", output, " can't be written: ",
+                 error    ? error.message()
+                 : isFile ? strerror(errno)
+                          : "something else has its name",
                  ".");
-    } else if (!fs::is_regular_file(status)) {
-        dump.add(Verdict::NOTHING, "The output ", output,
-                 " can't be written, because its name is that of something else than a file.");
-    } else if (access(path.c_str(), W_OK) != 0) {
-        dump.add(Verdict::NOTHING, "The output ", output,
-                 " exists and can't be written: ", strerror(errno), ".");
     } else if (isRaw) {
         dump.add(Verdict::APPENDS, "The output ", output, " exists already, and VexConverter ",
                  "appends raw frames: remove it, or give another folder with -o.");
@@ -352,7 +330,7 @@ void checkOutputs(std::vector<DumpCheck>& dumps, const std::string& folder) {
         }
         // The last picture has the longest name.
         checkOutput(folder, dump.outputs.front(), true, dump);
-        if (dump.verdict() != Verdict::NOTHING) {
+        if (dump.verdict != Verdict::NOTHING) {
             checkOutput(folder, dump.outputs.back(), dump.outputs.size() == 1, dump);
         }
         checkSharing(writers, dump);
@@ -401,14 +379,6 @@ Reading DumpCheck::reading() const {
     return reading;
 }
 
-Verdict DumpCheck::verdict() const {
-    Verdict worst = Verdict::CONVERTS;
-    for (const Problem& problem : problems) {
-        worst = std::max(worst, problem.verdict);
-    }
-    return worst;
-}
-
 std::vector<DumpCheck> checkDumps(const std::vector<std::string>& paths,
                                   const std::string& outputFolder,
                                   const CommandLineOptions& options) {
@@ -447,6 +417,7 @@ void checkWrittenOutputs(DumpCheck& dump, const std::string& folder) {
         return;  // a problem says why VexConverter writes nothing
     }
     dump.problems.clear();
+    dump.verdict = Verdict::CONVERTS;
     const FileJob& job = dump.job;
     const int64_t frames = std::max<int64_t>(lastPictureOf(dump), 1);
     const bool hasPictures = checkWrittenPictures(dump, folder);

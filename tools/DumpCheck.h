@@ -2,6 +2,7 @@
 // converts it.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -21,11 +22,6 @@ enum class Verdict {
     NOTHING    // no output is written
 };
 
-struct Problem {
-    Verdict verdict;
-    std::string text;  // sentences that say what is wrong and what to do
-};
-
 struct DumpCheck {
     std::string path;                 // of a set of part files the one that was reached first
     std::optional<std::string> rule;  // name of the rule that decodes the path
@@ -36,19 +32,20 @@ struct DumpCheck {
     // These are the names of the files that VexConverter writes: the raw one, then the pictures. Of
     // more than MAX_PICTURES pictures only the first and the last are here.
     std::vector<std::string> outputs;
-    std::vector<Problem> problems;
-    std::vector<std::string> notes;  // sentences about what is no problem
-    bool canBeRead = false;          // it is a regular file with frames, and no set
-    bool isUnknown = false;          // nothing tells the format, or the file's size contradicts it
+    std::vector<std::string> problems;    // sentences that say what is wrong and what to do
+    Verdict verdict = Verdict::CONVERTS;  // of the worst problem
+    std::vector<std::string> notes;       // sentences about what is no problem
+    bool canBeRead = false;               // it is a regular file with frames, and no set
+    bool isUnknown = false;  // nothing tells the format, or the file's size contradicts it
 
     static constexpr int64_t MAX_PICTURES = 10000;
 
-    // The parts make up the text.
+    // Adds a problem. The parts make up the text.
     template <typename... Parts>
-    void add(Verdict verdict, const Parts&... parts) {
-        problems.push_back({verdict, concat(parts...)});
+    void add(Verdict itsVerdict, const Parts&... parts) {
+        problems.push_back(concat(parts...));
+        verdict = std::max(verdict, itsVerdict);
     }
-    Verdict verdict() const;  // of the worst problem
     bool hasReading() const { return job.inputFormat != ColorConvert::UNKNOWN; }
     Reading reading() const;  // by the name or by options
 };

@@ -9,13 +9,16 @@
 #include <cerrno>
 #include <cstring>
 
-DumpFile::DumpFile(const std::string& path)
-    : mFd(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {
+DumpFile::DumpFile(const std::string& path) {
     struct stat status = {};
-    if (mFd < 0 || fstat(mFd, &status) != 0) {
-        mFailure = strerror(errno);
+    const bool isFound = stat(path.c_str(), &status) == 0;
+    const bool isFile = isFound && S_ISREG(status.st_mode);
+    // What is no file is not opened, because that can change it: a writer of a pipe gets a signal.
+    mFd = isFile ? open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK) : -1;
+    mSize = isFile ? status.st_size : 0;
+    if (mFd < 0) {
+        mFailure = isFound && !isFile ? "it is no regular file" : strerror(errno);
     }
-    mSize = status.st_size;
 }
 
 DumpFile::~DumpFile() {

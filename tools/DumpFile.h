@@ -6,6 +6,7 @@
 
 class DumpFile {
   public:
+    // Opens a regular file. Otherwise failure() has the reason.
     explicit DumpFile(const std::string& path);
     ~DumpFile();
     DumpFile(const DumpFile&) = delete;

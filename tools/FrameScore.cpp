@@ -100,13 +100,12 @@ struct Component {
     std::vector<uint16_t> samples;
 };
 
-// Stored says where a component is stored. A sample is in a word of wordBytes bytes.
+// Stored says where a component is stored. A sample has up to 10 bits of a word of wordBytes bytes.
 struct Stored {
     const unsigned char* first;
     size_t wordBytes;
     size_t step;  // bytes to the next sample
-    int shift;
-    unsigned mask;
+    int shift;    // number of lower bits in the word
 };
 
 // The type of the word is fixed, because a copy of a variable number of bytes takes several times
@@ -117,7 +116,7 @@ void unpackWords(const Stored& stored, std::vector<uint16_t>& samples) {
     for (uint16_t& sample : samples) {
         Word word = 0;
         memcpy(&word, from, sizeof word);
-        sample = static_cast<uint16_t>(word >> stored.shift & stored.mask);
+        sample = static_cast<uint16_t>(word >> stored.shift & 0x3FF);
         from += stored.step;
     }
 }
@@ -141,19 +140,16 @@ std::vector<Component> componentsOf(host::LinearFormat format, int width, int li
         const int shift = size == 2 ? unusedBits : 0;
         const unsigned char* chroma =
             bytes + static_cast<size_t>(width) * static_cast<size_t>(lines) * size;
-        all.push_back(unpack({bytes, size, size, shift, 0x3FF}, width, lines, 1));
+        all.push_back(unpack({bytes, size, size, shift}, width, lines, 1));
         for (const unsigned char* first : {chroma, chroma + size}) {
-            all.push_back(unpack({first, size, 2 * size, shift, 0x3FF}, width / 2, lines / 2, 2));
-        }
-    } else if (format == host::LinearFormat::RGB10_A2) {
-        for (int i = 0; i < 4; ++i) {
-            all.push_back(unpack({bytes, size, size, 10 * i, i == 3 ? 3U : 0x3FFU}, width, lines,
-                                 static_cast<int>(size)));
+            all.push_back(unpack({first, size, 2 * size, shift}, width / 2, lines / 2, 2));
         }
     } else {
+        const bool isDeep = format == host::LinearFormat::RGB10_A2;
         for (size_t i = 0; i < size; ++i) {
-            all.push_back(
-                unpack({bytes + i, 1, size, 0, 0xFF}, width, lines, static_cast<int>(size)));
+            const Stored stored = isDeep ? Stored{bytes, size, size, static_cast<int>(10 * i)}
+                                         : Stored{bytes + i, 1, size, 0};
+            all.push_back(unpack(stored, width, lines, static_cast<int>(size)));
         }
     }
     return all;

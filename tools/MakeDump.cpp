@@ -1,6 +1,7 @@
 // make-dump writes a test pattern, or raw frames, as a dump of any color format. A built-in rule
 // decodes the dump's name, if there is a rule for the format.
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -8,6 +9,7 @@
 #include <vector>
 
 #include "Companion.h"
+#include "DumpFile.h"
 #include "DumpName.h"
 #include "LinearFrame.h"
 #include "Packer.h"
@@ -65,7 +67,6 @@ const host::Profile& profileOf(ColorConvert::ColorSpace space) {
 }
 
 Options parseOptions(int argc, char* argv[]) {
-    enum { COLORSPACE = 256, WHOLE };
     Options options;
     const auto arguments = program().parseOptions(
         argc, argv,
@@ -79,9 +80,9 @@ Options parseOptions(int argc, char* argv[]) {
           [&](const char* v) { options.frames = program().number("the number of frames", v); }},
          {"input", 'i', true, [&](const char* v) { options.rawFile = v; }},
          {"raw-format", 'r', true, [&](const char* v) { options.rawFormat = program().format(v); }},
-         {"colorspace", COLORSPACE, true,
+         {"colorspace", 0, true,
           [&](const char* v) { options.colorSpace = program().colorSpace(v); }},
-         {"whole", WHOLE, false, [&](const char*) { options.whole = true; }}});
+         {"whole", 0, false, [&](const char*) { options.whole = true; }}});
     if (!arguments.empty()) {
         program().fail("not an option: " + arguments[0]);
     }
@@ -135,24 +136,18 @@ class FrameSource {
 
   private:
     void countRawFrames() {
-        std::error_code error;
-        const auto status = std::filesystem::status(mOptions.rawFile, error);
-        if (error) {
-            program().fail(concat("can't read ", mOptions.rawFile, ": ", error.message()));
+        const DumpFile file(mOptions.rawFile);
+        if (!file.failure().empty() || file.size() > INT_MAX) {
+            program().fail(
+                concat("can't read ", mOptions.rawFile, ": ",
+                       file.failure().empty() ? "it has 2 GiB or more" : file.failure()));
         }
-        if (!std::filesystem::is_regular_file(status)) {
-            program().fail("no regular file: " + mOptions.rawFile);
-        }
-        const int fileSize = FileUtils::getFileSize(mOptions.rawFile);
-        if (fileSize < 0) {
-            program().fail("no file of less than 2 GiB: " + mOptions.rawFile);
-        }
-        const auto bytes = static_cast<size_t>(fileSize);
+        const auto bytes = static_cast<size_t>(file.size());
         const int held = static_cast<int>(bytes / mRawSize);
         mFrames = mOptions.frames == 0 ? held : mOptions.frames;
         if (held == 0 || mFrames > held) {
-            program().fail(mOptions.rawFile + " holds " + std::to_string(held) + " frames of " +
-                           std::to_string(mRawSize) + " bytes");
+            program().fail(
+                concat(mOptions.rawFile, " holds ", held, " frames of ", mRawSize, " bytes"));
         }
         if (bytes % mRawSize != 0) {
             fprintf(stderr, "Warning: %zu bytes left over, less than a frame of %zu: %s\n",

@@ -1,6 +1,7 @@
 #include "Pictures.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <filesystem>
 
 #include "DumpFile.h"
@@ -41,8 +42,18 @@ std::string readFirstFrame(const DumpCheck& dump, const Reading& reading, unsign
 
 }  // namespace
 
-std::string PictureFolder::write(const DumpCheck& dump, const Reading& reading,
-                                 const std::string& what) {
+void PictureFolder::write(const DumpCheck& dump, const Reading& reading, const std::string& what) {
+    const std::string failure = tryToWrite(dump, reading, what);
+    if (!failure.empty()) {
+        mLost = true;
+        fprintf(stderr, "Error: the picture of %s can't be written: %s\n", concat(reading).c_str(),
+                printable(failure).c_str());
+    }
+}
+
+// Returns the reason of a failure, or an empty text.
+std::string PictureFolder::tryToWrite(const DumpCheck& dump, const Reading& reading,
+                                      const std::string& what) {
     const auto& [width, height] = reading.aligned;
     const int pictureSize = Color::getFrameSize(width, height, Color::RGBA8888);
     DmabufMemory frame(reading.frameSize, DeviceMemory::NO_FD);

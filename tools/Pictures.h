@@ -13,13 +13,19 @@ class PictureFolder {
         : mFolder(std::move(folder)), mSpace(space) {}
 
     // Writes the first frame of a reading of the dump as an opaque picture. Its name has the dump's
-    // name, what (such as the rank), the format and the size. No two pictures get the same name.
-    // Returns the reason if the frame can't be read or the picture can't be written, else an empty
-    // text. A part file that doesn't exist counts as zeros.
-    std::string write(const DumpCheck& dump, const Reading& reading, const std::string& what);
+    // name, what (such as the rank), the format and the size. No two pictures get the same name. If
+    // the frame can't be read or the picture can't be written, it prints the reason. A part file
+    // that doesn't exist counts as zeros.
+    void write(const DumpCheck& dump, const Reading& reading, const std::string& what);
+
+    // Returns true if a picture could not be written.
+    bool lost() const { return mLost; }
 
   private:
+    std::string tryToWrite(const DumpCheck& dump, const Reading& reading, const std::string& what);
+
     const std::string mFolder;
     const ColorConvert::ColorSpace mSpace;
     std::set<std::string> mNames;
+    bool mLost = false;
 };

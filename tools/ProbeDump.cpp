@@ -10,7 +10,6 @@
 #include <filesystem>
 #include <map>
 #include <new>
-#include <tuple>
 #include <utility>
 
 #include "Companion.h"
@@ -52,29 +51,21 @@ struct Options {
 };
 
 Options parseOptions(const Companion& program, int argc, char* argv[]) {
-    enum { JSON = 256, PICTURES, COLORSPACE, OUTPUTS };
     Options options;
     CommandLineOptions& tool = options.tool;
-    const auto apply = [](auto& field, auto parse) {
-        return [&field, parse](const char* value) { field = parse(value); };
-    };
-    const auto text = [](const char* value) { return std::string(value); };
-    const auto folder = [&](const char* value) { return program.folder(value); };
     tool.inputPaths = program.parseOptions(
         argc, argv,
-        {{"config-file", 'c', true, apply(tool.configFilePath, text)},
-         {"width", 'w', true,
-          [&](const char* value) { tool.width = program.number("the width", value); }},
+        {{"config-file", 'c', true, [&](const char* v) { tool.configFilePath = v; }},
+         {"width", 'w', true, [&](const char* v) { tool.width = program.number("the width", v); }},
          {"height", 'h', true,
-          [&](const char* value) { tool.height = program.number("the height", value); }},
-         {"format", 'f', true,
-          [&](const char* value) { tool.inputFormat = program.format(value); }},
-         {"output", 'o', true, apply(tool.outputPath, folder)},
-         {"json", JSON, false, [&](const char*) { options.json = true; }},
-         {"pictures", PICTURES, true, apply(options.pictureFolder, folder)},
-         {"colorspace", COLORSPACE, true,
-          [&](const char* value) { tool.inputColorSpace = program.colorSpace(value); }},
-         {"outputs", OUTPUTS, true, apply(options.writtenFolder, folder)}});
+          [&](const char* v) { tool.height = program.number("the height", v); }},
+         {"format", 'f', true, [&](const char* v) { tool.inputFormat = program.format(v); }},
+         {"output", 'o', true, [&](const char* v) { tool.outputPath = program.folder(v); }},
+         {"json", 0, false, [&](const char*) { options.json = true; }},
+         {"pictures", 0, true, [&](const char* v) { options.pictureFolder = program.folder(v); }},
+         {"colorspace", 0, true,
+          [&](const char* v) { tool.inputColorSpace = program.colorSpace(v); }},
+         {"outputs", 0, true, [&](const char* v) { options.writtenFolder = program.folder(v); }}});
     if (tool.inputPaths.empty()) {
         program.fail("no file or folder is given");
     }
@@ -108,16 +99,15 @@ std::vector<std::string> listFolder(const std::string& path, std::vector<DumpChe
     std::vector<std::string> files;
     const std::string before = host::lastLogEntry();
     FileUtils::getFilePathsInDirectory(path, files);
-    const bool isListed = before == host::lastLogEntry();
-    if (files.empty() || !isListed) {
-        const bool canEnter = access(path.c_str(), R_OK | X_OK) == 0;
+    const std::string entry = host::lastLogEntry();
+    const std::string reason = access(path.c_str(), R_OK | X_OK) != 0 ? strerror(errno)
+                               : entry != before                      ? entry
+                                                                      : "";
+    if (files.empty() || !reason.empty()) {
         DumpCheck folder;
         folder.path = path;
-        folder.add(Verdict::NOTHING,
-                   canEnter && isListed ? "The folder has no files"
-                   : canEnter ? concat("The folder can't be listed: ", host::lastLogEntry())
-                              : concat("The folder can't be read: ", strerror(errno)),
-                   ".");
+        folder.add(Verdict::NOTHING, "The folder ",
+                   reason.empty() ? "has no files" : "can't be listed: ", reason, ".");
         dumps.push_back(folder);
     }
     return files;
@@ -180,6 +170,8 @@ class Prober {
         }
         if (!search.failure.empty()) {
             dump.add(Verdict::WRONG, "The samples can't be looked at: ", search.failure, ".");
+        } else if (!search.note.empty()) {
+            dump.notes.push_back(search.note);
         }
         const auto& readings = search.readings;
         if (std::any_of(readings.begin(), readings.end(), [&](const Reading& reading) {
@@ -202,35 +194,15 @@ class Prober {
         return search;
     }
 
-    // Returns true if a picture could not be written.
-    bool lostPictures() const { return mLostPictures; }
+    const PictureFolder& pictures() const { return mPictures; }
 
   private:
-    Search findReadings(DumpCheck& dump) const {
+    Search findReadings(const DumpCheck& dump) const {
         CommandLineOptions known = mOptions.tool;
-        Reading named;
         if (dump.hasReading()) {
             known.inputFormat = ColorConvert::UNKNOWN;  // it does not fit
-            named = dump.reading();
         }
-        Search search = searchReadings(dump.path, known, namedSizesOf(dump), named);
-        if (!search.failure.empty()) {
-            return search;
-        }
-        search.doubted = named.frameSize > 0 && search.isClear;
-        if (!search.tried) {
-            dump.notes.emplace_back(
-                "No size was tried. The file is too small for those in use, or none of them has "
-                "the given width or height: give -w and -h.");
-        } else if (search.readings.empty()) {
-            dump.notes.emplace_back(
-                "The samples do not tell the format: they all have one value, or look like noise.");
-        } else if (!search.fills) {
-            dump.notes.emplace_back(
-                "No size that was tried fills the file. The last frame is cut off, or the size is "
-                "another one: give -w and -h if you know them.");
-        }
-        return search;
+        return searchReadings(dump.path, known, namedSizesOf(dump), dump.reading());
     }
 
     // Compares what the name or the options say with the samples. Dumps of one kind come from one
@@ -238,8 +210,7 @@ class Prober {
     Search compareReading(const DumpCheck& dump) {
         constexpr int ENOUGH = 10;
         const Reading reading = dump.reading();
-        int& right = mRightOfKind[{reading.format, reading.size.width, reading.size.height,
-                                   reading.aligned.height, dump.fileSize}];
+        int& right = mRightOfKind[concat(reading, " ", reading.aligned, " ", dump.fileSize)];
         if (right == ENOUGH) {
             return {};
         }
@@ -249,30 +220,21 @@ class Prober {
     }
 
     void writePictures(const DumpCheck& dump, const Search& search) {
-        const auto write = [&](const Reading& reading, const std::string& what) {
-            const std::string failure = mPictures.write(dump, reading, what);
-            if (!failure.empty()) {
-                mLostPictures = true;
-                fprintf(stderr, "Error: the picture of %s can't be written: %s\n",
-                        concat(reading).c_str(), printable(failure).c_str());
-            }
-        };
         if (dump.reading().frameSize > 0) {
-            write(dump.reading(), "name");
+            mPictures.write(dump, dump.reading(), "name");
         }
         for (size_t i = 0; i < search.readings.size(); ++i) {
             if (!search.readings[i].named) {
-                write(search.readings[i], std::to_string(i + 1));
+                mPictures.write(dump, search.readings[i], std::to_string(i + 1));
             }
         }
     }
 
     const Options& mOptions;
     PictureFolder mPictures;
-    bool mLostPictures = false;
-    // This counts for each kind of dump how many in succession were right. The kind is format,
-    // width, height, aligned height and bytes of the file.
-    std::map<std::tuple<int, int, int, int, int64_t>, int> mRightOfKind;
+    // This counts for each kind of dump how many in succession were right. The kind is a text of
+    // the format, the sizes and the bytes of the file.
+    std::map<std::string, int> mRightOfKind;
 };
 
 // Prints what is to be said of each dump of a run. Returns true if all convert, or after a run if
@@ -291,7 +253,7 @@ bool reportRun(Run run, const Options& options, Prober& prober, const char*& sep
         }
         const auto print = options.json ? printJson : printText;
         print({dump, search, conversion, run.outputFolder, isAfterRun});
-        allConvert = allConvert && dump.verdict() == Verdict::CONVERTS;
+        allConvert = allConvert && dump.verdict == Verdict::CONVERTS;
     }
     return allConvert;
 }
@@ -315,5 +277,5 @@ int main(int argc, char* argv[]) {
     if (options.json) {
         puts("]");
     }
-    return program.finish(allConvert && !prober.lostPictures() ? 0 : 1);
+    return program.finish(allConvert && !prober.pictures().lost() ? 0 : 1);
 }

@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <utility>
 
 #include "Text.h"
@@ -64,7 +65,7 @@ std::string showCommand(const Report& report) {
     }
     const DumpCheck& dump = report.dump;
     Conversion conversion = report.conversion;
-    if (dump.verdict() == Verdict::CONVERTS) {
+    if (dump.verdict == Verdict::CONVERTS) {
         conversion.outputFolder = report.outputFolder;
         return showCommandFor(dump.reading(), dump.path, conversion);
     }
@@ -72,17 +73,15 @@ std::string showCommand(const Report& report) {
     return readings.empty() ? "" : showCommandFor(readings[0], dump.path, conversion);
 }
 
-void addText(cJSON* object, const char* key, const std::string& text) {
-    cJSON_AddStringToObject(object, key, asUtf8(text).c_str());
-}
-
 // Adds null if the text is empty.
-void addTextOrNull(cJSON* object, const char* key, const std::string& text) {
-    text.empty() ? (void)cJSON_AddNullToObject(object, key) : addText(object, key, text);
+void addText(cJSON* object, const char* key, const std::string& text) {
+    cJSON_AddItemToObject(
+        object, key, text.empty() ? cJSON_CreateNull() : cJSON_CreateString(asUtf8(text).c_str()));
 }
 
-void addNumber(cJSON* object, const char* key, int64_t number) {
-    cJSON_AddNumberToObject(object, key, static_cast<double>(number));
+// Adds null if there is no number.
+void addNumber(cJSON* object, const char* key, std::optional<double> number) {
+    cJSON_AddItemToObject(object, key, number ? cJSON_CreateNumber(*number) : cJSON_CreateNull());
 }
 
 void addTexts(cJSON* object, const char* key, const std::vector<std::string>& texts) {
@@ -102,12 +101,12 @@ void addCandidate(cJSON* array, const Report& report, size_t index) {
     }
     addNumber(object, "width", reading.size.width);
     addNumber(object, "height", reading.size.height);
-    addNumber(object, "frames", reading.frames);
+    addNumber(object, "frames", static_cast<double>(reading.frames));
     if (reading.cutOff) {
         cJSON_AddTrueToObject(object, "cutOff");
     }
-    addNumber(object, "rank", static_cast<int64_t>(rankOf(report.search, index)));
-    cJSON_AddNumberToObject(object, "score", reading.score);
+    addNumber(object, "rank", static_cast<double>(rankOf(report.search, index)));
+    addNumber(object, "score", reading.score);
     cJSON_AddBoolToObject(object, "named", reading.named ? 1 : 0);
     addText(object, "pixelFormat", pixelFormatOf(reading.format));
     addText(object, "command", commandFor(reading, report.dump.path, report.conversion));
@@ -134,8 +133,8 @@ void printText(const Report& report) {
         printLine("Pictures: ", dump.outputs[1],
                   dump.outputs.size() > 2 ? " to " + dump.outputs.back() : "");
     }
-    for (const Problem& problem : dump.problems) {
-        printLine("Problem: ", problem.text);
+    for (const std::string& problem : dump.problems) {
+        printLine("Problem: ", problem);
     }
     for (const std::string& note : dump.notes) {
         printLine("Note: ", note);
@@ -145,7 +144,7 @@ void printText(const Report& report) {
     if (!show.empty()) {
         printLine("Show: ", show);
     }
-    printLine(textOf(dump.verdict(), report.isAfterRun));
+    printLine(textOf(dump.verdict, report.isAfterRun));
 }
 
 void printJson(const Report& report) {
@@ -155,33 +154,27 @@ void printJson(const Report& report) {
                                                                 &cJSON_Delete);
     cJSON* object = owner.get();
     addText(object, "file", dump.path);
-    addTextOrNull(object, "rule", dump.rule.value_or(""));
-    addTextOrNull(object, "format", nameOf(job.inputFormat));
-    const std::pair<const char*, int> sizes[] = {{"width", dump.size.width},
-                                                 {"height", dump.size.height},
-                                                 {"alignedWidth", job.alignedWidth},
-                                                 {"alignedHeight", job.alignedHeight}};
-    for (const auto& [key, size] : sizes) {
-        dump.hasReading() ? addNumber(object, key, size) : (void)cJSON_AddNullToObject(object, key);
-    }
-    dump.frames ? addNumber(object, "frames", *dump.frames)
-                : (void)cJSON_AddNullToObject(object, "frames");
-    cJSON_AddBoolToObject(object, "converts", dump.verdict() == Verdict::CONVERTS ? 1 : 0);
-    addText(object, "verdict", keyOf(dump.verdict()));
+    addText(object, "rule", dump.rule.value_or(""));
+    addText(object, "format", nameOf(job.inputFormat));
+    const auto ifKnown = [&](int size) {
+        return dump.hasReading() ? std::optional<double>(size) : std::nullopt;
+    };
+    addNumber(object, "width", ifKnown(dump.size.width));
+    addNumber(object, "height", ifKnown(dump.size.height));
+    addNumber(object, "alignedWidth", ifKnown(job.alignedWidth));
+    addNumber(object, "alignedHeight", ifKnown(job.alignedHeight));
+    addNumber(object, "frames",
+              dump.frames ? std::optional(static_cast<double>(*dump.frames)) : std::nullopt);
+    cJSON_AddBoolToObject(object, "converts", dump.verdict == Verdict::CONVERTS ? 1 : 0);
+    addText(object, "verdict", keyOf(dump.verdict));
     cJSON_AddBoolToObject(object, "doubted", report.search.doubted ? 1 : 0);
     addTexts(object, "outputs", dump.outputs);
-    addTextOrNull(object, "pixelFormat", dump.hasReading() ? pixelFormatOf(job.inputFormat) : "");
-    addTextOrNull(object, "show", showCommand(report));
-    cJSON* problems = cJSON_AddArrayToObject(object, "problems");
-    for (const Problem& problem : dump.problems) {
-        cJSON_AddItemToArray(problems, cJSON_CreateString(asUtf8(problem.text).c_str()));
-    }
+    addText(object, "pixelFormat", dump.hasReading() ? pixelFormatOf(job.inputFormat) : "");
+    addText(object, "show", showCommand(report));
+    addTexts(object, "problems", dump.problems);
     addTexts(object, "notes", dump.notes);
     const auto& readings = report.search.readings;
-    addTextOrNull(object, "sure",
-                  readings.empty()        ? ""
-                  : report.search.isClear ? "clear"
-                                          : "uncertain");
+    addText(object, "sure", readings.empty() ? "" : report.search.isClear ? "clear" : "uncertain");
     cJSON* candidates = cJSON_AddArrayToObject(object, "candidates");
     for (size_t i = 0; i < readings.size(); ++i) {
         addCandidate(candidates, report, i);

@@ -1,6 +1,7 @@
 #include "TestPattern.h"
 
 #include <algorithm>
+#include <string>
 
 namespace {
 
@@ -20,29 +21,23 @@ constexpr Color ORANGE = {255, 128, 0};
 constexpr int DIGITS[] = {0x7B6F, 0x2C97, 0x73E7, 0x73CF, 0x5BC9,
                           0x79CF, 0x79EF, 0x7249, 0x7BEF, 0x7BCF};
 
-// Returns true if the pixel belongs to a digit of the number, whose cells have this size in pixels.
-bool isDigit(int x, int y, int cell, int number) {
-    int digits = 1;
-    for (int rest = number; rest > 9; rest /= 10) {
-        ++digits;
-    }
-    const int column = x / cell;
+// Returns true if the pixel belongs to one of the digits, whose cells have this size in pixels.
+bool isDigit(int x, int y, int cell, const std::string& digits) {
     const int row = y / cell;
-    if (x < 0 || y < 0 || row > 4 || column >= digits * 4 || column % 4 == 3) {
+    const auto column = static_cast<size_t>(x / cell);
+    if (x < 0 || y < 0 || row > 4 || column >= digits.size() * 4 || column % 4 == 3) {
         return false;
     }
-    for (int skip = digits - 1 - column / 4; skip > 0; --skip) {
-        number /= 10;
-    }
-    return (DIGITS[number % 10] >> (14 - row * 3 - column % 4) & 1) != 0;
+    const int cells = DIGITS[digits[column / 4] - '0'];
+    return (cells >> (14 - row * 3 - static_cast<int>(column % 4)) & 1) != 0;
 }
 
-Color colorAt(int x, int y, int width, int height, int number) {
+Color colorAt(int x, int y, int width, int height, const std::string& digits) {
     if (x == 0 || y == 0 || x == width - 1 || y == height - 1) {
         return WHITE;
     }
     const int cell = std::max(1, height / 30);
-    if (isDigit(x - width / 16, y - height / 10, cell, number)) {
+    if (isDigit(x - width / 16, y - height / 10, cell, digits)) {
         return ORANGE;
     }
     const int64_t scaled = int64_t{x} * 8 / width;
@@ -62,10 +57,11 @@ Color colorAt(int x, int y, int width, int height, int number) {
 
 LinearFrame drawTestPattern(int width, int height, int number) {
     LinearFrame frame(host::LinearFormat::RGBA32, width, height);
+    const std::string digits = std::to_string(number);
     uint8_t* pixel = frame.bytes.data();
     for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x) {
-            const Color color = colorAt(x, y, width, height, number);
+            const Color color = colorAt(x, y, width, height, digits);
             for (const uint8_t sample : {color.r, color.g, color.b, uint8_t{255}}) {
                 *pixel++ = sample;
             }

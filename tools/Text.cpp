@@ -6,20 +6,25 @@
 
 namespace {
 
-// Calls character(text) for each printable character, and odd(byte) for each other byte.
-template <typename Character, typename Odd>
-void forEachCharacter(const std::string& text, Character character, Odd odd) {
+// Returns the text with replace(byte) in place of each byte that belongs to no printable character,
+// or that is one of special.
+template <typename Replace>
+std::string replaceBytes(const std::string& text, const std::string& special, Replace replace) {
+    std::string result;
     for (size_t at = 0; at < text.size();) {
         std::mbstate_t state = {};
         wchar_t wide = 0;
-        const size_t length = mbrtowc(&wide, &text[at], text.size() - at, &state);
-        if (length <= text.size() && iswprint(static_cast<wint_t>(wide)) != 0) {
-            character(text.substr(at, length));
-            at += length;
+        size_t length = mbrtowc(&wide, &text[at], text.size() - at, &state);
+        if (length <= text.size() && iswprint(static_cast<wint_t>(wide)) != 0 &&
+            special.find(text[at]) == std::string::npos) {
+            result += text.substr(at, length);
         } else {
-            odd(static_cast<unsigned char>(text[at++]));
+            length = 1;
+            result += replace(static_cast<unsigned char>(text[at]));
         }
+        at += length;
     }
+    return result;
 }
 
 std::string formatted(const char* format, unsigned byte) {
@@ -31,36 +36,20 @@ std::string formatted(const char* format, unsigned byte) {
 }  // namespace
 
 std::string printable(const std::string& text) {
-    std::string result;
-    forEachCharacter(
-        text, [&](const std::string& character) { result += character; },
-        [&](unsigned byte) { result += formatted(byte == '\n' ? "\\n" : "\\x%02X", byte); });
-    return result;
+    return replaceBytes(
+        text, "", [](unsigned byte) { return formatted(byte == '\n' ? "\\n" : "\\x%02X", byte); });
 }
 
 std::string asUtf8(const std::string& text) {
-    std::string result;
-    forEachCharacter(
-        text, [&](const std::string& character) { result += character; },
-        [&](unsigned byte) {
-            result += byte < 0x80 ? std::string(1, static_cast<char>(byte)) : "\xEF\xBF\xBD";
-        });
-    return result;
+    return replaceBytes(text, "", [](unsigned char byte) {
+        return byte < 0x80 ? std::string(1, static_cast<char>(byte)) : "\xEF\xBF\xBD";
+    });
 }
 
 std::string shellWord(const std::string& text) {
-    std::string plain;
-    std::string ansi;
-    bool isPlain = true;
-    forEachCharacter(
-        text,
-        [&](const std::string& character) {
-            plain += character == "'" ? "'\\''" : character;
-            ansi += character == "'" ? "\\047" : character == "\\" ? "\\134" : character;
-        },
-        [&](unsigned byte) {
-            isPlain = false;
-            ansi += formatted("\\%03o", byte);
-        });
-    return isPlain ? "'" + plain + "'" : "$'" + ansi + "'";
+    if (printable(text) == text) {
+        return "'" + replaceBytes(text, "'", [](unsigned) { return "'\\''"; }) + "'";
+    }
+    const auto octal = [](unsigned byte) { return formatted("\\%03o", byte); };
+    return "$'" + replaceBytes(text, "'\\", octal) + "'";
 }
