@@ -131,16 +131,16 @@ def choose_lie(rng, kind):
     have the same number of bytes."""
     while True:
         prefix, code, format = rng.choice(CODES)
-        _, lying_code, lying_format = rng.choice(CODES)
+        # Each rule has codes of its own, and takes others for NV12.
+        _, lying_code, lying_format = rng.choice([row for row in CODES if row[0] == prefix])
         size = rng.choice(SIZES) if rng.random() < 0.5 else choose_odd_size(rng, format)
         width, height = lying_size = aligned(format, size)
         if kind in ("blocks as rows", "rows as blocks"):
             blocks, lying_blocks = "BLK" in format, "BLK" in lying_format
             wanted = blocks != lying_blocks == (kind == "rows as blocks")
         elif kind == "wrong case":
-            # The rules take a code that they don't know for NV12.
             lying_code, lying_format = "0x" + code[2:].lower(), "NV12"
-            wanted = lying_code != code
+            wanted = lying_code != code and format != "NV12"
         else:
             lying_size = (height, width) if kind == "sides swapped" else (width // 2, 2 * height)
             wanted = lying_code == code and lying_size != (width, height)
