@@ -13,7 +13,8 @@ DumpFile::DumpFile(const std::string& path) {
     struct stat status = {};
     const bool isFound = stat(path.c_str(), &status) == 0;
     const bool isFile = isFound && S_ISREG(status.st_mode);
-    // What is no file is not opened, because that can change it: a writer of a pipe gets a signal.
+    // This opens regular files only. If it opened a pipe, it could end the program that writes to
+    // it.
     mFd = isFile ? open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK) : -1;
     mSize = isFile ? status.st_size : 0;
     if (mFd < 0) {
