@@ -337,15 +337,20 @@ void checkOutputs(std::vector<DumpCheck>& dumps, const std::string& folder) {
     }
 }
 
-// Returns true if the file ends with the last chunk of a picture.
-bool isWholePicture(const std::string& path) {
+// Says that the picture can't be read, or that it doesn't end with the last chunk of a picture.
+void checkPicture(const std::string& path, DumpCheck& dump) {
     constexpr int SIZE = 12;
     constexpr std::array<unsigned char, SIZE> LAST_CHUNK = {0,   0,   0,    0,   'I',  'E',
                                                             'N', 'D', 0xAE, 'B', 0x60, 0x82};
     DumpFile file(path);
     std::array<unsigned char, SIZE> end = {};
-    return file.size() > SIZE && file.read(file.size() - SIZE, SIZE, end.data()) &&
-           end == LAST_CHUNK;
+    const bool isWhole =
+        file.size() > SIZE && file.read(file.size() - SIZE, SIZE, end.data()) && end == LAST_CHUNK;
+    if (!file.failure().empty()) {
+        dump.add(Verdict::WRONG, "The picture ", path, " can't be read: ", file.failure(), ".");
+    } else if (!isWhole) {
+        dump.add(Verdict::WRONG, "The picture ", path, " is not whole.");
+    }
 }
 
 // Says which pictures of the dump are missing or not whole. Returns true if there are some.
@@ -356,10 +361,11 @@ bool checkWrittenPictures(DumpCheck& dump, const std::string& folder) {
     for (int64_t frame = std::min<int64_t>(last, 1);
          frame <= last && missing <= DumpCheck::MAX_PICTURES; ++frame) {
         const std::string picture = outputPath(dump, folder, true, frame);
-        const bool exists = FileUtils::isFile(picture);
-        ++(exists ? pictures : missing);
-        if (exists && !isWholePicture(picture)) {
-            dump.add(Verdict::WRONG, "The picture ", picture, " is not whole.");
+        if (FileUtils::isFile(picture)) {
+            ++pictures;
+            checkPicture(picture, dump);
+        } else {
+            ++missing;
         }
     }
     if (pictures > 0 && missing > 0) {
@@ -425,9 +431,11 @@ void checkWrittenOutputs(DumpCheck& dump, const std::string& folder) {
     const int64_t wanted =
         frames * Color::getFrameSize(job.alignedWidth, job.alignedHeight, job.outputFormat);
     if (FileUtils::isFile(raw)) {
-        const int64_t size = DumpFile(raw).size();
-        if (size != wanted) {
-            dump.add(Verdict::WRONG, "The output ", raw, " has ", size, " bytes instead of ",
+        const DumpFile file(raw);
+        if (!file.failure().empty()) {
+            dump.add(Verdict::WRONG, "The output ", raw, " can't be read: ", file.failure(), ".");
+        } else if (file.size() != wanted) {
+            dump.add(Verdict::WRONG, "The output ", raw, " has ", file.size(), " bytes instead of ",
                      wanted, ".");
         }
     } else if (!hasPictures) {
