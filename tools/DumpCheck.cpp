@@ -118,14 +118,14 @@ void checkBoard(DumpCheck& dump) {
              readers, ".");
 }
 
-// Says why the file, or some of it, can't be read. VexConverter skips a path that is no file, and
-// takes zeros for a part file and for what it can't read.
-void reportFailure(const DumpFile& file, const std::string& path, DumpCheck& dump) {
-    const bool isPart = dump.job.separate;
-    if (!file.failure().empty()) {
-        dump.add(isPart || FileUtils::isFile(path) ? Verdict::WRONG : Verdict::NOTHING,
-                 isPart ? "The part file " : "", path, " can't be read: ", file.failure(), ".");
+// Says why the file, or some of it, can't be read, if that is so. Returns true if it can.
+bool checkReadable(const DumpFile& file, const std::string& name, Verdict verdict,
+                   DumpCheck& dump) {
+    const bool canBeRead = file.failure().empty();
+    if (!canBeRead) {
+        dump.add(verdict, name, " can't be read: ", file.failure(), ".");
     }
+    return canBeRead;
 }
 
 void reportCompression(DumpCheck& dump) {
@@ -164,7 +164,7 @@ void checkParts(DumpCheck& dump) {
         } else {
             dump.frames = 0;
         }
-        reportFailure(file, files[i], dump);
+        checkReadable(file, "The part file " + files[i], Verdict::WRONG, dump);
     }
     if (compressed) {
         reportCompression(dump);
@@ -269,7 +269,9 @@ void check(DumpCheck& dump, const CommandLineOptions& options) {
             checkFrames(file, dump);
         }
     }
-    reportFailure(file, dump.path, dump);
+    // VexConverter skips a path that is no file, and writes zeros for a file that it can't read.
+    const bool isSkipped = !FileUtils::isFile(dump.path);
+    checkReadable(file, dump.path, isSkipped ? Verdict::NOTHING : Verdict::WRONG, dump);
 }
 
 // Says why an output can't be written, or that it exists already.
@@ -346,9 +348,7 @@ void checkPicture(const std::string& path, DumpCheck& dump) {
     std::array<unsigned char, SIZE> end = {};
     const bool isWhole =
         file.size() > SIZE && file.read(file.size() - SIZE, SIZE, end.data()) && end == LAST_CHUNK;
-    if (!file.failure().empty()) {
-        dump.add(Verdict::WRONG, "The picture ", path, " can't be read: ", file.failure(), ".");
-    } else if (!isWhole) {
+    if (checkReadable(file, "The picture " + path, Verdict::WRONG, dump) && !isWhole) {
         dump.add(Verdict::WRONG, "The picture ", path, " is not whole.");
     }
 }
@@ -432,9 +432,8 @@ void checkWrittenOutputs(DumpCheck& dump, const std::string& folder) {
         frames * Color::getFrameSize(job.alignedWidth, job.alignedHeight, job.outputFormat);
     if (FileUtils::isFile(raw)) {
         const DumpFile file(raw);
-        if (!file.failure().empty()) {
-            dump.add(Verdict::WRONG, "The output ", raw, " can't be read: ", file.failure(), ".");
-        } else if (file.size() != wanted) {
+        if (checkReadable(file, "The output " + raw, Verdict::WRONG, dump) &&
+            file.size() != wanted) {
             dump.add(Verdict::WRONG, "The output ", raw, " has ", file.size(), " bytes instead of ",
                      wanted, ".");
         }
