@@ -240,7 +240,6 @@ class Prober {
 // Prints what is to be said of each dump of a run. Returns true if all convert, or after a run if
 // all outputs are whole. separator is what comes before the next object of JSON.
 bool reportRun(Run run, const Options& options, Prober& prober, const char*& separator) {
-    const Conversion conversion = {options.tool.outputPath, !options.pictureFolder.empty()};
     const bool isAfterRun = !options.writtenFolder.empty();
     bool allConvert = true;
     for (DumpCheck& dump : run.dumps) {
@@ -252,7 +251,8 @@ bool reportRun(Run run, const Options& options, Prober& prober, const char*& sep
             fputs(std::exchange(separator, ",\n"), stdout);
         }
         const auto print = options.json ? printJson : printText;
-        print({dump, search, conversion, run.outputFolder, isAfterRun});
+        print({dump, search, run.outputFolder, options.tool.outputPath,
+               !options.pictureFolder.empty(), isAfterRun});
         allConvert = allConvert && dump.verdict == Verdict::CONVERTS;
     }
     return allConvert;

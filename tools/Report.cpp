@@ -8,9 +8,13 @@
 #include <utility>
 
 #include "Text.h"
+#include "blit/Layout.h"
 #include "color/Catalogue.h"
+#include "driver/FileConversion.h"
 
 namespace {
+
+using Color = ColorConvert;
 
 const char* keyOf(Verdict verdict) {
     constexpr const char* KEYS[] = {"converts", "partly", "appends", "wrong", "nothing"};
@@ -27,7 +31,64 @@ const char* textOf(Verdict verdict, bool isAfterRun) {
                                           : "Outputs are missing or not whole.";
 }
 
-const char* nameOf(ColorConvert::ColorFormat format) { return colorFormatInfo(format).name; }
+const char* nameOf(Color::ColorFormat format) { return colorFormatInfo(format).name; }
+
+// Returns ffmpeg's name of the pixel format that raw outputs of dumps in this format have.
+const char* pixelFormatOf(Color::ColorFormat format) {
+    // The names have the order of host::LinearFormat.
+    constexpr const char* NAMES[] = {"rgb24", "rgba", "x2bgr10le", "nv12", "p010le"};
+    return NAMES[static_cast<int>(host::findLayout(colorFormatInfo(format).pxColor)->format)];
+}
+
+// A shell refuses this until the variable is set.
+constexpr const char* ANY_FOLDER = R"("${FOLDER:?}")";
+
+// Returns the command that converts the dump by this reading.
+std::string commandFor(const Reading& reading, const Report& report) {
+    const ColorFormatInfo& info = colorFormatInfo(reading.format);
+    const auto& [width, height] = reading.size;
+    const std::string board = Color::checkPlatformSupport(reading.format)
+                                  ? ""
+                                  : concat("VEX_HOST_BOARD_PLATFORM=", info.support.boards[0], " ");
+    const std::string command =
+        concat(board, "VexConverter -i ", shellWord(report.dump.path), " -o ",
+               report.givenFolder.empty() ? ANY_FOLDER : shellWord(report.givenFolder),
+               report.png ? " --png" : "");
+    if (info.parts == nullptr) {
+        return concat(command, " -w ", width, " -h ", height, " -f ", info.name);
+    }
+    // Options take no format of part files, so a rule says that these frames are whole.
+    return concat(
+        R"(echo '[{"Name": "whole frames", "Description": "", "Pattern": "")",
+        R"(, "WidthIndex": -1, "HeightIndex": -1, "ColorFormatIndex": -1)",
+        R"(, "SeparateStringIndex": -1, "DefaultWidth": )", width, R"(, "DefaultHeight": )", height,
+        R"(, "DefaultWidthAlignment": )", info.widthAlignment, R"(, "DefaultHeightAlignment": )",
+        info.heightAlignment, R"(, "DefaultColorFormat": ")", info.name,
+        R"(", "ColorFormatPair": []}]' >whole-frames.json && )", command, " -c whole-frames.json");
+}
+
+// Returns the command that shows the raw output of a dump that converts, or else of the first
+// candidate, cropped to the size before alignment. It is empty if there is neither, or if outputs
+// of an earlier run are checked.
+std::string showCommand(const Report& report) {
+    const DumpCheck& dump = report.dump;
+    const auto& readings = report.search.readings;
+    const bool converts = dump.verdict == Verdict::CONVERTS;
+    if (report.isAfterRun || (!converts && readings.empty())) {
+        return "";
+    }
+    const Reading reading = converts ? dump.reading() : readings[0];
+    const std::string& folder = converts ? report.outputFolder : report.givenFolder;
+    const auto& [width, height] = reading.size;
+    const auto& [frameWidth, frameHeight] = reading.aligned;
+    const bool isPadded = width != frameWidth || height != frameHeight;
+    const auto format = Color::getDefaultOutputFormat(reading.format);
+    return concat("ffplay -f rawvideo -pixel_format ", pixelFormatOf(format), " -video_size ",
+                  frameWidth, "x", frameHeight,
+                  isPadded ? concat(" -vf crop=", width, ":", height, ":0:0") : "", " ",
+                  folder.empty() ? ANY_FOLDER : "",
+                  shellWord(getOutputPath(dump.path, format, folder, false, 0)));
+}
 
 template <typename... Parts>
 void printLine(const Parts&... parts) {
@@ -53,24 +114,8 @@ void printCandidates(const Report& report) {
                   reading.named && report.dump.rule ? ", which the name says"
                   : reading.named                   ? ", which the options say"
                                                     : "");
-        printLine("  ", commandFor(reading, report.dump.path, report.conversion));
+        printLine("  ", commandFor(reading, report));
     }
-}
-
-// Returns the command that shows the raw output of a dump that converts, or else of the first
-// candidate. It is empty if there is neither, or if outputs of an earlier run are checked.
-std::string showCommand(const Report& report) {
-    if (report.isAfterRun) {
-        return "";
-    }
-    const DumpCheck& dump = report.dump;
-    Conversion conversion = report.conversion;
-    if (dump.verdict == Verdict::CONVERTS) {
-        conversion.outputFolder = report.outputFolder;
-        return showCommandFor(dump.reading(), dump.path, conversion);
-    }
-    const auto& readings = report.search.readings;
-    return readings.empty() ? "" : showCommandFor(readings[0], dump.path, conversion);
 }
 
 // Adds null if the text is empty.
@@ -80,8 +125,10 @@ void addText(cJSON* object, const char* key, const std::string& text) {
 }
 
 // Adds null if there is no number.
-void addNumber(cJSON* object, const char* key, std::optional<double> number) {
-    cJSON_AddItemToObject(object, key, number ? cJSON_CreateNumber(*number) : cJSON_CreateNull());
+void addNumber(cJSON* object, const char* key, std::optional<int64_t> number) {
+    cJSON_AddItemToObject(
+        object, key,
+        number ? cJSON_CreateNumber(static_cast<double>(*number)) : cJSON_CreateNull());
 }
 
 void addTexts(cJSON* object, const char* key, const std::vector<std::string>& texts) {
@@ -96,20 +143,20 @@ void addCandidate(cJSON* array, const Report& report, size_t index) {
     cJSON* object = cJSON_CreateObject();
     cJSON_AddItemToArray(array, object);
     addText(object, "format", nameOf(reading.format));
-    if (reading.twin != ColorConvert::UNKNOWN) {
+    if (reading.twin != Color::UNKNOWN) {
         addText(object, "or", nameOf(reading.twin));
     }
     addNumber(object, "width", reading.size.width);
     addNumber(object, "height", reading.size.height);
-    addNumber(object, "frames", static_cast<double>(reading.frames));
+    addNumber(object, "frames", reading.frames);
     if (reading.cutOff) {
         cJSON_AddTrueToObject(object, "cutOff");
     }
-    addNumber(object, "rank", static_cast<double>(rankOf(report.search, index)));
-    addNumber(object, "score", reading.score);
+    addNumber(object, "rank", static_cast<int64_t>(rankOf(report.search, index)));
+    cJSON_AddNumberToObject(object, "score", reading.score);
     cJSON_AddBoolToObject(object, "named", reading.named ? 1 : 0);
     addText(object, "pixelFormat", pixelFormatOf(reading.format));
-    addText(object, "command", commandFor(reading, report.dump.path, report.conversion));
+    addText(object, "command", commandFor(reading, report));
 }
 
 }  // namespace
@@ -157,14 +204,13 @@ void printJson(const Report& report) {
     addText(object, "rule", dump.rule.value_or(""));
     addText(object, "format", nameOf(job.inputFormat));
     const auto ifKnown = [&](int size) {
-        return dump.hasReading() ? std::optional<double>(size) : std::nullopt;
+        return dump.hasReading() ? std::optional<int64_t>(size) : std::nullopt;
     };
     addNumber(object, "width", ifKnown(dump.size.width));
     addNumber(object, "height", ifKnown(dump.size.height));
     addNumber(object, "alignedWidth", ifKnown(job.alignedWidth));
     addNumber(object, "alignedHeight", ifKnown(job.alignedHeight));
-    addNumber(object, "frames",
-              dump.frames ? std::optional(static_cast<double>(*dump.frames)) : std::nullopt);
+    addNumber(object, "frames", dump.frames);
     cJSON_AddBoolToObject(object, "converts", dump.verdict == Verdict::CONVERTS ? 1 : 0);
     addText(object, "verdict", keyOf(dump.verdict));
     cJSON_AddBoolToObject(object, "doubted", report.search.doubted ? 1 : 0);

@@ -1,14 +1,17 @@
-// A Report is what probe-dump prints of a dump, as text or as JSON.
+// A Report is what probe-dump prints of a dump, as text or as JSON, with commands that a user can
+// paste into a shell.
 #pragma once
 
-#include "Commands.h"
+#include <string>
+
 #include "DumpCheck.h"
 
 struct Report {
     const DumpCheck& dump;
     const Search& search;
-    const Conversion& conversion;
     const std::string& outputFolder;  // that VexConverter takes
+    const std::string& givenFolder;   // that -o gives; if it is empty, commands name no folder
+    bool png;                         // commands write pictures
     bool isAfterRun;                  // the outputs were checked
 };
 
