@@ -87,71 +87,43 @@ void useProgramsMemoryForJson() {
     cJSON_InitHooks(&hooks);
 }
 
-// A Run has the dumps of one run of VexConverter.
-struct Run {
-    std::string outputFolder;
-    std::vector<DumpCheck> dumps;
-};
-
-// Returns the files of the folder. If there are none, or they can't be listed, it adds a dump that
-// says so.
-std::vector<std::string> listFolder(const std::string& path, std::vector<DumpCheck>& dumps) {
-    std::vector<std::string> files;
+// Lists the files of the folder. Returns why they can't be listed, or an empty text.
+std::string listFolder(const std::string& path, std::vector<std::string>& files) {
     const std::string before = host::lastLogEntry();
     FileUtils::getFilePathsInDirectory(path, files);
     const std::string entry = host::lastLogEntry();
-    const std::string reason = access(path.c_str(), R_OK | X_OK) != 0 ? strerror(errno)
-                               : entry != before                      ? entry
-                                                                      : "";
-    if (files.empty() || !reason.empty()) {
-        DumpCheck folder;
-        folder.path = path;
-        folder.add(Verdict::NOTHING, "The folder ",
-                   reason.empty() ? "has no files" : "can't be listed: ", reason, ".");
-        dumps.push_back(folder);
-    }
-    return files;
+    return access(path.c_str(), R_OK | X_OK) != 0 ? strerror(errno) : entry != before ? entry : "";
 }
 
-// VexConverter takes a folder or several files. The dumps of a folder are sorted by name only
-// afterwards, because the part file that is reached first names a set's output.
-Run checkRun(const std::vector<std::string>& inputs, const CommandLineOptions& options) {
-    std::vector<std::string> files = inputs;
+// Returns the dumps of one run of VexConverter, which takes a folder or several files. The dumps of
+// a folder are sorted by name only afterwards, because the part file that is reached first names a
+// set's output.
+std::vector<DumpCheck> checkRun(const std::vector<std::string>& inputs,
+                                const CommandLineOptions& options) {
     const std::string& input = inputs.front();
     const bool isFolder = FileUtils::isDirectory(input);
-    Run run;
+    std::vector<std::string> files;
+    std::string failure;
     if (isFolder) {
-        files = listFolder(input, run.dumps);
+        failure = listFolder(input, files);
+    } else {
+        files = inputs;
     }
     const auto first = std::find_if(files.begin(), files.end(), FileUtils::isFile);
     const std::string& place = !options.outputPath.empty() ? options.outputPath
                                : first != files.end()      ? *first
                                                            : input;
-    run.outputFolder = FileUtils::getFolderPath(place);
-    for (DumpCheck& dump : checkDumps(files, run.outputFolder, options)) {
-        run.dumps.push_back(std::move(dump));
+    std::vector<DumpCheck> dumps = checkDumps(files, FileUtils::getFolderPath(place), options);
+    if (files.empty() || !failure.empty()) {
+        dumps.emplace_back().path = input;
+        dumps.back().add(Verdict::NOTHING, "The folder ",
+                         failure.empty() ? "has no files" : "can't be listed: ", failure, ".");
     }
     if (isFolder) {
-        std::sort(run.dumps.begin(), run.dumps.end(),
+        std::sort(dumps.begin(), dumps.end(),
                   [](const DumpCheck& a, const DumpCheck& b) { return a.path < b.path; });
     }
-    return run;
-}
-
-// Returns the inputs in the order given. Each folder is a run of its own, and so are files in
-// succession.
-std::vector<std::vector<std::string>> splitIntoRuns(const std::vector<std::string>& inputs) {
-    std::vector<std::vector<std::string>> runs;
-    bool afterFile = false;
-    for (const std::string& input : inputs) {
-        const bool file = !FileUtils::isDirectory(input);
-        if (!file || !afterFile) {
-            runs.emplace_back();
-        }
-        runs.back().push_back(input);
-        afterFile = file;
-    }
-    return runs;
+    return dumps;
 }
 
 // Looks at the samples of dumps.
@@ -163,9 +135,9 @@ class Prober {
     // Finds what the dump could be, and adds to its problems what the samples tell.
     Search probe(DumpCheck& dump) {
         Search search;
-        if (dump.canBeRead && dump.isUnknown) {
+        if (dump.canBeRead && dump.isUnknown()) {
             search = findReadings(dump);
-        } else if (dump.canBeRead && dump.reading().frameSize > 0) {
+        } else if (dump.canBeRead && dump.reading.frameSize > 0) {
             search = compareReading(dump);
         }
         if (!search.failure.empty()) {
@@ -184,8 +156,8 @@ class Prober {
         if (search.doubted) {
             dump.add(Verdict::WRONG, "The samples look like ", search.readings[0],
                      ", and not like what ",
-                     dump.rule ? "the name says: " : "the options say: ", dump.reading(), ".");
-        } else if (!dump.isUnknown) {
+                     dump.rule ? "the name says: " : "the options say: ", dump.reading, ".");
+        } else if (!dump.isUnknown()) {
             search.readings.clear();
         }
         if (!mOptions.pictureFolder.empty()) {
@@ -202,14 +174,14 @@ class Prober {
         if (dump.hasReading()) {
             known.inputFormat = ColorConvert::UNKNOWN;  // it does not fit
         }
-        return searchReadings(dump.path, known, namedSizesOf(dump), dump.reading());
+        return searchReadings(dump.path, known, namedSizesOf(dump), dump.reading);
     }
 
     // Compares what the name or the options say with the samples. Dumps of one kind come from one
     // writer, so it is enough that a few of each kind are right.
     Search compareReading(const DumpCheck& dump) {
         constexpr int ENOUGH = 10;
-        const Reading reading = dump.reading();
+        const Reading reading = dump.reading;
         int& right = mRightOfKind[concat(reading, " ", reading.aligned, " ", dump.fileSize)];
         if (right == ENOUGH) {
             return {};
@@ -220,8 +192,8 @@ class Prober {
     }
 
     void writePictures(const DumpCheck& dump, const Search& search) {
-        if (dump.reading().frameSize > 0) {
-            mPictures.write(dump, dump.reading(), "name");
+        if (dump.reading.frameSize > 0) {
+            mPictures.write(dump, dump.reading, "name");
         }
         for (size_t i = 0; i < search.readings.size(); ++i) {
             if (!search.readings[i].named) {
@@ -239,11 +211,12 @@ class Prober {
 
 // Prints what is to be said of each dump of a run. Returns true if all convert, or after a run if
 // all outputs are whole. separator is what comes before the next object of JSON.
-bool reportRun(Run run, const Options& options, Prober& prober, const char*& separator) {
+bool reportRun(const std::vector<std::string>& inputs, const Options& options, Prober& prober,
+               const char*& separator) {
     const Conversion conversion = {options.tool.outputPath, !options.pictureFolder.empty()};
     const bool isAfterRun = !options.writtenFolder.empty();
     bool allConvert = true;
-    for (DumpCheck& dump : run.dumps) {
+    for (DumpCheck& dump : checkRun(inputs, options.tool)) {
         if (isAfterRun) {
             checkWrittenOutputs(dump, options.writtenFolder);
         }
@@ -252,7 +225,7 @@ bool reportRun(Run run, const Options& options, Prober& prober, const char*& sep
             fputs(std::exchange(separator, ",\n"), stdout);
         }
         const auto print = options.json ? printJson : printText;
-        print({dump, search, conversion, run.outputFolder, isAfterRun});
+        print({dump, search, conversion, isAfterRun});
         allConvert = allConvert && dump.verdict == Verdict::CONVERTS;
     }
     return allConvert;
@@ -271,8 +244,14 @@ int main(int argc, char* argv[]) {
     Prober prober(options);
     bool allConvert = true;
     const char* separator = "[";
-    for (const auto& inputs : splitIntoRuns(options.tool.inputPaths)) {
-        allConvert &= reportRun(checkRun(inputs, options.tool), options, prober, separator);
+    const std::vector<std::string>& inputs = options.tool.inputPaths;
+    for (auto input = inputs.begin(); input != inputs.end();) {
+        // Each folder is a run of its own, and so are files in succession.
+        const auto end = FileUtils::isDirectory(*input)
+                             ? input + 1
+                             : std::find_if(input + 1, inputs.end(), FileUtils::isDirectory);
+        allConvert &= reportRun({input, end}, options, prober, separator);
+        input = end;
     }
     if (options.json) {
         puts("]");

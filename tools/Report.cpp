@@ -66,8 +66,8 @@ std::string showCommand(const Report& report) {
     const DumpCheck& dump = report.dump;
     Conversion conversion = report.conversion;
     if (dump.verdict == Verdict::CONVERTS) {
-        conversion.outputFolder = report.outputFolder;
-        return showCommandFor(dump.reading(), dump.path, conversion);
+        conversion.outputFolder = dump.outputFolder;
+        return showCommandFor(dump.reading, dump.path, conversion);
     }
     const auto& readings = report.search.readings;
     return readings.empty() ? "" : showCommandFor(readings[0], dump.path, conversion);
@@ -116,12 +116,11 @@ void addCandidate(cJSON* array, const Report& report, size_t index) {
 
 void printText(const Report& report) {
     const DumpCheck& dump = report.dump;
-    const FileJob& job = dump.job;
     printf("%s\n", printable(dump.path).c_str());
     if (dump.hasReading()) {
-        printLine(nameOf(job.inputFormat), ", ", dump.size, ", aligned ",
-                  FrameSize{job.alignedWidth, job.alignedHeight}, ", by ",
-                  dump.rule ? "the rule " + *dump.rule : "the options");
+        const Reading& reading = dump.reading;
+        printLine(nameOf(reading.format), ", ", reading.size, ", aligned ", reading.aligned,
+                  ", by ", dump.rule ? "the rule " + *dump.rule : "the options");
     }
     if (dump.frames) {
         printLine("Whole frames: ", *dump.frames);
@@ -149,27 +148,26 @@ void printText(const Report& report) {
 
 void printJson(const Report& report) {
     const DumpCheck& dump = report.dump;
-    const FileJob& job = dump.job;
     const std::unique_ptr<cJSON, decltype(&cJSON_Delete)> owner(cJSON_CreateObject(),
                                                                 &cJSON_Delete);
     cJSON* object = owner.get();
     addText(object, "file", dump.path);
     addText(object, "rule", dump.rule.value_or(""));
-    addText(object, "format", nameOf(job.inputFormat));
+    addText(object, "format", nameOf(dump.reading.format));
     const auto ifKnown = [&](int size) {
         return dump.hasReading() ? std::optional<double>(size) : std::nullopt;
     };
-    addNumber(object, "width", ifKnown(dump.size.width));
-    addNumber(object, "height", ifKnown(dump.size.height));
-    addNumber(object, "alignedWidth", ifKnown(job.alignedWidth));
-    addNumber(object, "alignedHeight", ifKnown(job.alignedHeight));
+    addNumber(object, "width", ifKnown(dump.reading.size.width));
+    addNumber(object, "height", ifKnown(dump.reading.size.height));
+    addNumber(object, "alignedWidth", ifKnown(dump.reading.aligned.width));
+    addNumber(object, "alignedHeight", ifKnown(dump.reading.aligned.height));
     addNumber(object, "frames",
               dump.frames ? std::optional(static_cast<double>(*dump.frames)) : std::nullopt);
     cJSON_AddBoolToObject(object, "converts", dump.verdict == Verdict::CONVERTS ? 1 : 0);
     addText(object, "verdict", keyOf(dump.verdict));
     cJSON_AddBoolToObject(object, "doubted", report.search.doubted ? 1 : 0);
     addTexts(object, "outputs", dump.outputs);
-    addText(object, "pixelFormat", dump.hasReading() ? pixelFormatOf(job.inputFormat) : "");
+    addText(object, "pixelFormat", dump.hasReading() ? pixelFormatOf(dump.reading.format) : "");
     addText(object, "show", showCommand(report));
     addTexts(object, "problems", dump.problems);
     addTexts(object, "notes", dump.notes);

@@ -8,8 +8,7 @@ struct Report {
     const DumpCheck& dump;
     const Search& search;
     const Conversion& conversion;
-    const std::string& outputFolder;  // that VexConverter takes
-    bool isAfterRun;                  // the outputs were checked
+    bool isAfterRun;  // the outputs were checked
 };
 
 void printText(const Report& report);
