@@ -124,17 +124,6 @@ bool checkReadable(const DumpFile& file, const std::string& name, Verdict verdic
     return canBeRead;
 }
 
-// Says how the size of a part file differs from that of the part, in bytes.
-void checkPartSize(const DumpFile& file, const std::string& path, int partSize, DumpCheck& dump) {
-    const int64_t more = file.size() - partSize;
-    if (more != 0) {
-        dump.add(Verdict::WRONG, "The part file ", path, " has ", file.size(), " bytes, ",
-                 std::abs(more), more < 0 ? " fewer" : " more", " than the part of a ",
-                 dump.reading.size, " frame: copy the file again, or correct the size.");
-        dump.frames = more < 0 ? 0 : *dump.frames;
-    }
-}
-
 // Says what is wrong with the part files of a set. Returns true if its headers are not all zero.
 bool checkParts(DumpCheck& dump) {
     const Reading& reading = dump.reading;
@@ -148,14 +137,21 @@ bool checkParts(DumpCheck& dump) {
     dump.frames = 1;
     bool isCompressed = false;
     for (size_t i = 0; i < parts.size(); ++i) {
-        DumpFile file(dump.partFiles[i]);
-        if (file.canReadEnds()) {
-            checkPartSize(file, dump.partFiles[i], parts[i].first, dump);
-            isCompressed = (i % 2 == 1 && file.isUsed(0, parts[i].first)) || isCompressed;
-        } else {
+        const std::string& path = dump.partFiles[i];
+        const int size = parts[i].first;
+        DumpFile file(path);
+        const bool canBeRead = file.canReadEnds();
+        const int64_t more = file.size() - size;
+        if (canBeRead && more != 0) {
+            dump.add(Verdict::WRONG, "The part file ", path, " has ", file.size(), " bytes, ",
+                     std::abs(more), more < 0 ? " fewer" : " more", " than the part of a ",
+                     reading.size, " frame: copy the file again, or correct the size.");
+        }
+        if (!canBeRead || more < 0) {
             dump.frames = 0;
         }
-        checkReadable(file, "The part file " + dump.partFiles[i], Verdict::WRONG, dump);
+        isCompressed = (i % 2 == 1 && file.isUsed(0, size)) || isCompressed;
+        checkReadable(file, "The part file " + path, Verdict::WRONG, dump);
     }
     return isCompressed;
 }

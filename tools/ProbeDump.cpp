@@ -126,12 +126,35 @@ std::vector<DumpCheck> checkRun(const std::vector<std::string>& inputs,
     return dumps;
 }
 
-// Looks at the samples of dumps.
+// A Prober prints what is to be said of dumps.
 class Prober {
   public:
     explicit Prober(const Options& options)
         : mOptions(options), mPictures(options.pictureFolder, options.tool.inputColorSpace) {}
 
+    // Prints what is to be said of each dump of a run.
+    void reportRun(const std::vector<std::string>& inputs) {
+        const Conversion conversion = {mOptions.tool.outputPath, !mOptions.pictureFolder.empty()};
+        const bool isAfterRun = !mOptions.writtenFolder.empty();
+        for (DumpCheck& dump : checkRun(inputs, mOptions.tool)) {
+            if (isAfterRun) {
+                checkWrittenOutputs(dump, mOptions.writtenFolder);
+            }
+            const Search search = isAfterRun ? Search() : probe(dump);
+            if (mOptions.json) {
+                fputs(std::exchange(mSeparator, ",\n"), stdout);
+            }
+            const auto print = mOptions.json ? printJson : printText;
+            print({dump, search, conversion, isAfterRun});
+            mAllWell = mAllWell && dump.verdict == Verdict::CONVERTS;
+        }
+    }
+
+    // Returns true if all dumps convert, or after a run if all outputs are whole, and no picture
+    // was lost.
+    bool allWell() const { return mAllWell && !mPictures.lost(); }
+
+  private:
     // Finds what the dump could be, and adds to its problems what the samples tell.
     Search probe(DumpCheck& dump) {
         Search search;
@@ -166,9 +189,6 @@ class Prober {
         return search;
     }
 
-    const PictureFolder& pictures() const { return mPictures; }
-
-  private:
     Search findReadings(const DumpCheck& dump) const {
         CommandLineOptions known = mOptions.tool;
         if (dump.hasReading()) {
@@ -207,29 +227,9 @@ class Prober {
     // This counts for each kind of dump how many in succession were right. The kind is a text of
     // the format, the sizes and the bytes of the file.
     std::map<std::string, int> mRightOfKind;
+    const char* mSeparator = "[";  // comes before the next object of JSON
+    bool mAllWell = true;
 };
-
-// Prints what is to be said of each dump of a run. Returns true if all convert, or after a run if
-// all outputs are whole. separator is what comes before the next object of JSON.
-bool reportRun(const std::vector<std::string>& inputs, const Options& options, Prober& prober,
-               const char*& separator) {
-    const Conversion conversion = {options.tool.outputPath, !options.pictureFolder.empty()};
-    const bool isAfterRun = !options.writtenFolder.empty();
-    bool allConvert = true;
-    for (DumpCheck& dump : checkRun(inputs, options.tool)) {
-        if (isAfterRun) {
-            checkWrittenOutputs(dump, options.writtenFolder);
-        }
-        const Search search = isAfterRun ? Search() : prober.probe(dump);
-        if (options.json) {
-            fputs(std::exchange(separator, ",\n"), stdout);
-        }
-        const auto print = options.json ? printJson : printText;
-        print({dump, search, conversion, isAfterRun});
-        allConvert = allConvert && dump.verdict == Verdict::CONVERTS;
-    }
-    return allConvert;
-}
 
 }  // namespace
 
@@ -237,24 +237,20 @@ int main(int argc, char* argv[]) {
     const Companion program("probe-dump", USAGE, 2);
     useProgramsMemoryForJson();
     const Options options = parseOptions(program, argc, argv);
-    if (!options.pictureFolder.empty()) {
-        std::error_code error;
-        std::filesystem::create_directories(options.pictureFolder, error);
-    }
+    std::error_code error;
+    std::filesystem::create_directories(options.pictureFolder, error);
     Prober prober(options);
-    bool allConvert = true;
-    const char* separator = "[";
     const std::vector<std::string>& inputs = options.tool.inputPaths;
     for (auto input = inputs.begin(); input != inputs.end();) {
         // Each folder is a run of its own, and so are files in succession.
         const auto end = FileUtils::isDirectory(*input)
                              ? input + 1
                              : std::find_if(input + 1, inputs.end(), FileUtils::isDirectory);
-        allConvert &= reportRun({input, end}, options, prober, separator);
+        prober.reportRun({input, end});
         input = end;
     }
     if (options.json) {
         puts("]");
     }
-    return program.finish(allConvert && !prober.pictures().lost() ? 0 : 1);
+    return program.finish(prober.allWell() ? 0 : 1);
 }
