@@ -188,7 +188,7 @@ int frameSizeIn(Color::ColorFormat format, const DumpCheck& dump) {
 }
 
 std::string picturePath(const DumpCheck& dump, const std::string& folder, int64_t frame) {
-    return getOutputPath(dump.path, outputFormatOf(dump), folder, true, static_cast<int>(frame));
+    return getOutputPath(dump.path, Color::RGBA8888, folder, true, static_cast<int>(frame));
 }
 
 // Lists what VexConverter would write.
@@ -288,7 +288,7 @@ void checkOutputs(const Writers& writers, DumpCheck& dump) {
     // The last picture has the longest name.
     checkOutput(dump.outputs.front(), true, dump);
     if (dump.verdict != Verdict::NOTHING) {
-        checkOutput(dump.outputs.back(), dump.outputs.size() == 1, dump);
+        checkOutput(dump.outputs.back(), false, dump);
     }
     for (const std::string& output : dump.outputs) {
         const auto& sharers = writers.at(output);
@@ -317,24 +317,24 @@ void checkPicture(const std::string& path, DumpCheck& dump) {
 // Says which pictures of the dump are missing or not whole. Returns true if there are some.
 bool checkWrittenPictures(DumpCheck& dump, const std::string& folder) {
     const int64_t last = lastPictureOf(dump);
-    int64_t pictures = 0;
+    bool hasPictures = false;
     int64_t missing = 0;
     for (int64_t frame = std::min<int64_t>(last, 1); frame <= last && missing <= MAX_PICTURES;
          ++frame) {
         const std::string picture = picturePath(dump, folder, frame);
         if (FileUtils::isFile(picture)) {
-            ++pictures;
+            hasPictures = true;
             checkPicture(picture, dump);
         } else {
             ++missing;
         }
     }
-    if (pictures > 0 && missing > 0) {
+    if (hasPictures && missing > 0) {
         dump.add(Verdict::PARTLY, missing > MAX_PICTURES ? "More than " : "",
                  std::min(missing, MAX_PICTURES), " of ", std::max<int64_t>(last, 1),
                  " pictures are missing: the messages and the log of the run say why.");
     }
-    return pictures > 0;
+    return hasPictures;
 }
 
 }  // namespace

@@ -39,13 +39,13 @@ std::string readFirstFrame(const DumpCheck& dump, const Reading& reading, unsign
 
 }  // namespace
 
-void PictureFolder::write(const DumpCheck& dump, const Reading& reading, const std::string& what) {
+bool PictureFolder::write(const DumpCheck& dump, const Reading& reading, const std::string& what) {
     const std::string failure = tryToWrite(dump, reading, what);
     if (!failure.empty()) {
-        mLost = true;
         fprintf(stderr, "Error: the picture of %s can't be written: %s\n", concat(reading).c_str(),
                 printable(failure).c_str());
     }
+    return failure.empty();
 }
 
 // Returns the reason of a failure, or an empty text.

@@ -87,12 +87,16 @@ void useProgramsMemoryForJson() {
     cJSON_InitHooks(&hooks);
 }
 
-// Lists the files of the folder. Returns why they can't be listed, or an empty text.
-std::string listFolder(const std::string& path, std::vector<std::string>& files) {
+// Returns the files of the folder. Says why they can't be listed, if that is so.
+std::vector<std::string> listFolder(const std::string& path, std::string& failure) {
+    std::vector<std::string> files;
     const std::string before = host::lastLogEntry();
     FileUtils::getFilePathsInDirectory(path, files);
     const std::string entry = host::lastLogEntry();
-    return access(path.c_str(), R_OK | X_OK) != 0 ? strerror(errno) : entry != before ? entry : "";
+    failure = access(path.c_str(), R_OK | X_OK) != 0 ? strerror(errno)
+              : entry != before                      ? entry
+                                                     : "";
+    return files;
 }
 
 // Returns the dumps of one run of VexConverter, which takes a folder or several files. The dumps of
@@ -102,13 +106,8 @@ std::vector<DumpCheck> checkRun(const std::vector<std::string>& inputs,
                                 const CommandLineOptions& options) {
     const std::string& input = inputs.front();
     const bool isFolder = FileUtils::isDirectory(input);
-    std::vector<std::string> files;
     std::string failure;
-    if (isFolder) {
-        failure = listFolder(input, files);
-    } else {
-        files = inputs;
-    }
+    const std::vector<std::string> files = isFolder ? listFolder(input, failure) : inputs;
     const auto first = std::find_if(files.begin(), files.end(), FileUtils::isFile);
     const std::string& place = !options.outputPath.empty() ? options.outputPath
                                : first != files.end()      ? *first
@@ -146,13 +145,13 @@ class Prober {
             }
             const auto print = mOptions.json ? printJson : printText;
             print({dump, search, conversion, isAfterRun});
-            mAllWell = mAllWell && dump.verdict == Verdict::CONVERTS;
+            mAllWell &= dump.verdict == Verdict::CONVERTS;
         }
     }
 
-    // Returns true if all dumps convert, or after a run if all outputs are whole, and no picture
-    // was lost.
-    bool allWell() const { return mAllWell && !mPictures.lost(); }
+    // Returns true if all dumps convert, or after a run if all outputs are whole, and if all
+    // pictures were written.
+    bool allWell() const { return mAllWell; }
 
   private:
     // Finds what the dump could be, and adds to its problems what the samples tell.
@@ -201,7 +200,7 @@ class Prober {
     // writer, so it is enough that a few of each kind are right.
     Search compareReading(const DumpCheck& dump) {
         constexpr int ENOUGH = 10;
-        const Reading reading = dump.reading;
+        const Reading& reading = dump.reading;
         int& right = mRightOfKind[concat(reading, " ", reading.aligned, " ", dump.fileSize)];
         if (right == ENOUGH) {
             return {};
@@ -213,11 +212,11 @@ class Prober {
 
     void writePictures(const DumpCheck& dump, const Search& search) {
         if (dump.reading.frameSize > 0) {
-            mPictures.write(dump, dump.reading, "name");
+            mAllWell &= mPictures.write(dump, dump.reading, "name");
         }
         for (size_t i = 0; i < search.readings.size(); ++i) {
             if (!search.readings[i].named) {
-                mPictures.write(dump, search.readings[i], std::to_string(i + 1));
+                mAllWell &= mPictures.write(dump, search.readings[i], std::to_string(i + 1));
             }
         }
     }
