@@ -14,16 +14,16 @@ constexpr const char* ANY_FOLDER = R"("${FOLDER:?}")";
 }  // namespace
 
 std::string commandFor(const Reading& reading, const std::string& path,
-                       const Conversion& conversion) {
+                       const CommandLineOptions& options) {
     const ColorFormatInfo& info = colorFormatInfo(reading.format);
     const auto& [width, height] = reading.size;
-    const std::string& folder = conversion.outputFolder;
+    const std::string& folder = options.outputPath;
     const std::string board = Color::checkPlatformSupport(reading.format)
                                   ? ""
                                   : concat("VEX_HOST_BOARD_PLATFORM=", info.support.boards[0], " ");
     const std::string command =
         concat(board, "VexConverter -i ", shellWord(path), " -o ",
-               folder.empty() ? ANY_FOLDER : shellWord(folder), conversion.png ? " --png" : "");
+               folder.empty() ? ANY_FOLDER : shellWord(folder), options.png ? " --png" : "");
     if (info.parts == nullptr) {
         return concat(command, " -w ", width, " -h ", height, " -f ", info.name);
     }
@@ -38,11 +38,10 @@ std::string commandFor(const Reading& reading, const std::string& path,
 }
 
 std::string showCommandFor(const Reading& reading, const std::string& path,
-                           const Conversion& conversion) {
+                           const std::string& folder) {
     const auto& [width, height] = reading.size;
     const auto& [frameWidth, frameHeight] = reading.aligned;
     const bool isPadded = width != frameWidth || height != frameHeight;
-    const std::string& folder = conversion.outputFolder;
     const auto format = Color::getDefaultOutputFormat(reading.format);
     return concat(
         "ffplay -f rawvideo -pixel_format ", pixelFormatOf(format), " -video_size ", frameWidth,

@@ -5,21 +5,16 @@
 
 #include "Candidates.h"
 
-// A Conversion says how a user wants to convert dumps.
-struct Conversion {
-    std::string outputFolder;  // of VexConverter; empty if none is given
-    bool png = false;
-};
-
-// Returns the command that converts the file by this reading. If no folder is given, the command
-// names the variable FOLDER, and the shell refuses it until that is set.
+// Returns the command that converts the file by this reading to the output folder of the options,
+// as pictures if they say so. If no folder is given, the command names the variable FOLDER, and the
+// shell refuses it until that is set.
 std::string commandFor(const Reading& reading, const std::string& path,
-                       const Conversion& conversion);
+                       const CommandLineOptions& options);
 
-// Returns the command that shows the raw output of that command, cropped to the size before
-// alignment.
+// Returns the command that shows the raw output of that command in the folder, cropped to the size
+// before alignment. The folder may be empty, as above.
 std::string showCommandFor(const Reading& reading, const std::string& path,
-                           const Conversion& conversion);
+                           const std::string& folder);
 
 // Returns ffmpeg's name of the pixel format that raw outputs of dumps in this format have.
 const char* pixelFormatOf(ColorConvert::ColorFormat format);

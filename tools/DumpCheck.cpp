@@ -380,6 +380,7 @@ std::vector<FrameSize> namedSizesOf(const DumpCheck& dump) {
 }
 
 void checkWrittenOutputs(DumpCheck& dump, const std::string& folder) {
+    dump.isAfterRun = true;
     if (dump.outputs.empty()) {
         return;  // a problem says why VexConverter writes nothing
     }

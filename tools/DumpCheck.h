@@ -36,6 +36,8 @@ struct DumpCheck {
     Verdict verdict = Verdict::CONVERTS;  // of the worst problem
     std::vector<std::string> notes;       // sentences about what is no problem
     bool canBeRead = false;               // it is a regular file with frames, and no set
+    Search search;                        // what its samples look like
+    bool isAfterRun = false;              // the problems are those of written outputs
 
     // Adds a problem. The parts make up the text.
     template <typename... Parts>

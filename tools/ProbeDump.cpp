@@ -66,6 +66,7 @@ Options parseOptions(const Companion& program, int argc, char* argv[]) {
          {"colorspace", 0, true,
           [&](const char* v) { tool.inputColorSpace = program.colorSpace(v); }},
          {"outputs", 0, true, [&](const char* v) { options.writtenFolder = program.folder(v); }}});
+    tool.png = !options.pictureFolder.empty();
     if (tool.inputPaths.empty()) {
         program.fail("no file or folder is given");
     }
@@ -133,18 +134,17 @@ class Prober {
 
     // Prints what is to be said of each dump of a run.
     void reportRun(const std::vector<std::string>& inputs) {
-        const Conversion conversion = {mOptions.tool.outputPath, !mOptions.pictureFolder.empty()};
-        const bool isAfterRun = !mOptions.writtenFolder.empty();
         for (DumpCheck& dump : checkRun(inputs, mOptions.tool)) {
-            if (isAfterRun) {
+            if (mOptions.writtenFolder.empty()) {
+                probe(dump);
+            } else {
                 checkWrittenOutputs(dump, mOptions.writtenFolder);
             }
-            const Search search = isAfterRun ? Search() : probe(dump);
             if (mOptions.json) {
                 fputs(std::exchange(mSeparator, ",\n"), stdout);
             }
             const auto print = mOptions.json ? printJson : printText;
-            print({dump, search, conversion, isAfterRun});
+            print(dump, mOptions.tool);
             mAllWell &= dump.verdict == Verdict::CONVERTS;
         }
     }
@@ -155,8 +155,8 @@ class Prober {
 
   private:
     // Finds what the dump could be, and adds to its problems what the samples tell.
-    Search probe(DumpCheck& dump) {
-        Search search;
+    void probe(DumpCheck& dump) {
+        Search& search = dump.search;
         if (dump.canBeRead && dump.isUnknown()) {
             search = findReadings(dump);
         } else if (dump.canBeRead && dump.reading.frameSize > 0) {
@@ -182,10 +182,9 @@ class Prober {
         } else if (!dump.isUnknown()) {
             search.readings.clear();
         }
-        if (!mOptions.pictureFolder.empty()) {
-            writePictures(dump, search);
+        if (mOptions.tool.png) {
+            writePictures(dump);
         }
-        return search;
     }
 
     Search findReadings(const DumpCheck& dump) const {
@@ -210,13 +209,14 @@ class Prober {
         return search;
     }
 
-    void writePictures(const DumpCheck& dump, const Search& search) {
+    void writePictures(const DumpCheck& dump) {
+        const auto& readings = dump.search.readings;
         if (dump.reading.frameSize > 0) {
             mAllWell &= mPictures.write(dump, dump.reading, "name");
         }
-        for (size_t i = 0; i < search.readings.size(); ++i) {
-            if (!search.readings[i].named) {
-                mAllWell &= mPictures.write(dump, search.readings[i], std::to_string(i + 1));
+        for (size_t i = 0; i < readings.size(); ++i) {
+            if (!readings[i].named) {
+                mAllWell &= mPictures.write(dump, readings[i], std::to_string(i + 1));
             }
         }
     }

@@ -7,6 +7,7 @@
 #include <optional>
 #include <utility>
 
+#include "Commands.h"
 #include "Text.h"
 #include "color/Catalogue.h"
 
@@ -39,8 +40,8 @@ size_t rankOf(const Search& search, size_t index) {
     return index < Search::MAX_READINGS ? index + 1 : search.readings[index].place;
 }
 
-void printCandidates(const Report& report) {
-    const Search& search = report.search;
+void printCandidates(const DumpCheck& dump, const CommandLineOptions& options) {
+    const Search& search = dump.search;
     if (!search.readings.empty()) {
         printLine(search.isClear ? "The first candidate is clear."
                                  : "The candidates are uncertain: look at their pictures "
@@ -50,27 +51,23 @@ void printCandidates(const Report& report) {
         const Reading& reading = search.readings[i];
         printLine("Candidate ", rankOf(search, i), ": ", reading, ", frames: ", reading.frames,
                   reading.cutOff ? ", cut off" : "",
-                  reading.named && report.dump.rule ? ", which the name says"
-                  : reading.named                   ? ", which the options say"
-                                                    : "");
-        printLine("  ", commandFor(reading, report.dump.path, report.conversion));
+                  reading.named && dump.rule ? ", which the name says"
+                  : reading.named            ? ", which the options say"
+                                             : "");
+        printLine("  ", commandFor(reading, dump.path, options));
     }
 }
 
 // Returns the command that shows the raw output of a dump that converts, or else of the first
 // candidate. It is empty if there is neither, or if outputs of an earlier run are checked.
-std::string showCommand(const Report& report) {
-    if (report.isAfterRun) {
+std::string showCommand(const DumpCheck& dump, const CommandLineOptions& options) {
+    const auto& readings = dump.search.readings;
+    if (dump.isAfterRun || (dump.verdict != Verdict::CONVERTS && readings.empty())) {
         return "";
     }
-    const DumpCheck& dump = report.dump;
-    Conversion conversion = report.conversion;
-    if (dump.verdict == Verdict::CONVERTS) {
-        conversion.outputFolder = dump.outputFolder;
-        return showCommandFor(dump.reading, dump.path, conversion);
-    }
-    const auto& readings = report.search.readings;
-    return readings.empty() ? "" : showCommandFor(readings[0], dump.path, conversion);
+    return dump.verdict == Verdict::CONVERTS
+               ? showCommandFor(dump.reading, dump.path, dump.outputFolder)
+               : showCommandFor(readings[0], dump.path, options.outputPath);
 }
 
 // Adds null if the text is empty.
@@ -91,8 +88,9 @@ void addTexts(cJSON* object, const char* key, const std::vector<std::string>& te
     }
 }
 
-void addCandidate(cJSON* array, const Report& report, size_t index) {
-    const Reading& reading = report.search.readings[index];
+void addCandidate(cJSON* array, const DumpCheck& dump, const CommandLineOptions& options,
+                  size_t index) {
+    const Reading& reading = dump.search.readings[index];
     cJSON* object = cJSON_CreateObject();
     cJSON_AddItemToArray(array, object);
     addText(object, "format", nameOf(reading.format));
@@ -105,17 +103,16 @@ void addCandidate(cJSON* array, const Report& report, size_t index) {
     if (reading.cutOff) {
         cJSON_AddTrueToObject(object, "cutOff");
     }
-    addNumber(object, "rank", static_cast<double>(rankOf(report.search, index)));
+    addNumber(object, "rank", static_cast<double>(rankOf(dump.search, index)));
     addNumber(object, "score", reading.score);
     cJSON_AddBoolToObject(object, "named", reading.named ? 1 : 0);
     addText(object, "pixelFormat", pixelFormatOf(reading.format));
-    addText(object, "command", commandFor(reading, report.dump.path, report.conversion));
+    addText(object, "command", commandFor(reading, dump.path, options));
 }
 
 }  // namespace
 
-void printText(const Report& report) {
-    const DumpCheck& dump = report.dump;
+void printText(const DumpCheck& dump, const CommandLineOptions& options) {
     printf("%s\n", printable(dump.path).c_str());
     if (dump.hasReading()) {
         const Reading& reading = dump.reading;
@@ -138,16 +135,15 @@ void printText(const Report& report) {
     for (const std::string& note : dump.notes) {
         printLine("Note: ", note);
     }
-    printCandidates(report);
-    const std::string show = showCommand(report);
+    printCandidates(dump, options);
+    const std::string show = showCommand(dump, options);
     if (!show.empty()) {
         printLine("Show: ", show);
     }
-    printLine(textOf(dump.verdict, report.isAfterRun));
+    printLine(textOf(dump.verdict, dump.isAfterRun));
 }
 
-void printJson(const Report& report) {
-    const DumpCheck& dump = report.dump;
+void printJson(const DumpCheck& dump, const CommandLineOptions& options) {
     const std::unique_ptr<cJSON, decltype(&cJSON_Delete)> owner(cJSON_CreateObject(),
                                                                 &cJSON_Delete);
     cJSON* object = owner.get();
@@ -165,17 +161,17 @@ void printJson(const Report& report) {
               dump.frames ? std::optional(static_cast<double>(*dump.frames)) : std::nullopt);
     cJSON_AddBoolToObject(object, "converts", dump.verdict == Verdict::CONVERTS ? 1 : 0);
     addText(object, "verdict", keyOf(dump.verdict));
-    cJSON_AddBoolToObject(object, "doubted", report.search.doubted ? 1 : 0);
+    cJSON_AddBoolToObject(object, "doubted", dump.search.doubted ? 1 : 0);
     addTexts(object, "outputs", dump.outputs);
     addText(object, "pixelFormat", dump.hasReading() ? pixelFormatOf(dump.reading.format) : "");
-    addText(object, "show", showCommand(report));
+    addText(object, "show", showCommand(dump, options));
     addTexts(object, "problems", dump.problems);
     addTexts(object, "notes", dump.notes);
-    const auto& readings = report.search.readings;
-    addText(object, "sure", readings.empty() ? "" : report.search.isClear ? "clear" : "uncertain");
+    const auto& readings = dump.search.readings;
+    addText(object, "sure", readings.empty() ? "" : dump.search.isClear ? "clear" : "uncertain");
     cJSON* candidates = cJSON_AddArrayToObject(object, "candidates");
     for (size_t i = 0; i < readings.size(); ++i) {
-        addCandidate(candidates, report, i);
+        addCandidate(candidates, dump, options, i);
     }
     const std::unique_ptr<char, decltype(&cJSON_free)> text(cJSON_Print(object), &cJSON_free);
     fputs(text.get(), stdout);

@@ -1,15 +1,8 @@
-// A Report is what probe-dump prints of a dump, as text or as JSON.
+// This prints what probe-dump says of a dump, as text or as JSON. The options are those of the
+// conversion that it proposes.
 #pragma once
 
-#include "Commands.h"
 #include "DumpCheck.h"
 
-struct Report {
-    const DumpCheck& dump;
-    const Search& search;
-    const Conversion& conversion;
-    bool isAfterRun;  // the outputs were checked
-};
-
-void printText(const Report& report);
-void printJson(const Report& report);
+void printText(const DumpCheck& dump, const CommandLineOptions& options);
+void printJson(const DumpCheck& dump, const CommandLineOptions& options);
