@@ -22,7 +22,6 @@
 
 namespace {
 
-namespace fs = std::filesystem;
 using Color = ColorConvert;
 
 constexpr int64_t MAX_PICTURES = 10000;  // whose names are listed, or that are missed
@@ -262,9 +261,8 @@ void check(DumpCheck& dump, const CommandLineOptions& options) {
 // Says why an output can't be written, or that it exists already.
 void checkOutput(const std::string& output, bool isRaw, DumpCheck& dump) {
     const std::string path = dump.outputFolder + "/" + output;
-    std::error_code error;
     const bool isFile = FileUtils::isFile(path);
-    const bool isOther = !isFile && fs::exists(path, error);
+    const bool isOther = !isFile && access(path.c_str(), F_OK) == 0;
     if (isOther || (access(path.c_str(), W_OK) != 0 && errno != ENOENT)) {
         dump.add(Verdict::NOTHING, "The output ", output,
                  " can't be written: ", isOther ? "something else has its name" : strerror(errno),
@@ -340,15 +338,18 @@ bool checkWrittenPictures(DumpCheck& dump, const std::string& folder) {
 }  // namespace
 
 std::vector<DumpCheck> checkDumps(const std::vector<std::string>& paths,
-                                  const std::string& outputFolder,
                                   const CommandLineOptions& options) {
     std::vector<DumpCheck> dumps;
     SeparateFiles partFiles;
+    std::string place = options.outputPath;
     for (const std::string& path : paths) {
+        if (place.empty() && FileUtils::isFile(path)) {
+            place = path;  // whose folder takes the outputs of all dumps
+        }
         if (partFiles.count(path) == 0) {
             DumpCheck dump;
             dump.path = path;
-            dump.outputFolder = outputFolder;
+            dump.outputFolder = FileUtils::getFolderPath(place);
             check(dump, options);
             partFiles.insert(dump.partFiles.begin(), dump.partFiles.end());
             dumps.push_back(std::move(dump));
@@ -371,7 +372,7 @@ std::vector<DumpCheck> checkDumps(const std::vector<std::string>& paths,
 std::vector<FrameSize> namedSizesOf(const DumpCheck& dump) {
     static const std::regex PAIR("([0-9]{2,5})[xX]([0-9]{2,5})|[wW]([0-9]{2,5})_?[hH]([0-9]{2,5})");
     std::vector<FrameSize> sizes = {dump.reading.size};
-    const std::string name = fs::path(dump.path).filename();
+    const std::string name = std::filesystem::path(dump.path).filename();
     for (std::sregex_iterator pair(name.begin(), name.end(), PAIR), end; pair != end; ++pair) {
         const size_t group = (*pair)[1].matched ? 1 : 3;
         sizes.push_back({std::stoi(pair->str(group)), std::stoi(pair->str(group + 1))});

@@ -51,10 +51,9 @@ struct DumpCheck {
     bool isUnknown() const { return !hasReading() || (frames && reading.cutOff); }
 };
 
-// Checks the dumps of one conversion, in the order in which VexConverter takes the files. Their
-// outputs go to outputFolder. The rules are loaded already. It looks at no samples.
+// Checks the dumps of one conversion, in the order in which VexConverter takes the files. The rules
+// are loaded already. It looks at no samples.
 std::vector<DumpCheck> checkDumps(const std::vector<std::string>& paths,
-                                  const std::string& outputFolder,
                                   const CommandLineOptions& options);
 
 // Returns the sizes that the dump's name may mean: that of the rule, and numbers such as 1280x720.

@@ -109,11 +109,7 @@ std::vector<DumpCheck> checkRun(const std::vector<std::string>& inputs,
     const bool isFolder = FileUtils::isDirectory(input);
     std::string failure;
     const std::vector<std::string> files = isFolder ? listFolder(input, failure) : inputs;
-    const auto first = std::find_if(files.begin(), files.end(), FileUtils::isFile);
-    const std::string& place = !options.outputPath.empty() ? options.outputPath
-                               : first != files.end()      ? *first
-                                                           : input;
-    std::vector<DumpCheck> dumps = checkDumps(files, FileUtils::getFolderPath(place), options);
+    std::vector<DumpCheck> dumps = checkDumps(files, options);
     if (files.empty() || !failure.empty()) {
         dumps.emplace_back().path = input;
         dumps.back().add(Verdict::NOTHING, "The folder ",
