@@ -11,7 +11,6 @@
 #include "Candidates.h"
 #include "Text.h"
 #include "driver/CommandLine.h"
-#include "driver/FileJob.h"
 
 // A Verdict says what becomes of a dump. They go from the best to the worst.
 enum class Verdict {
@@ -23,22 +22,22 @@ enum class Verdict {
 };
 
 struct DumpCheck {
-    std::string path;                 // of a set of part files the one that was reached first
-    std::optional<std::string> rule;  // name of the rule that decodes the path
-    FrameSize size;                   // before alignment; 0 x 0 if nothing tells it
-    FileJob job;                      // format UNKNOWN if nothing tells it
-    int64_t fileSize = 0;             // bytes; of a set, 0
-    std::optional<int64_t> frames;    // whole frames in the file
+    std::string path;                    // of a set of part files the one that was reached first
+    std::string outputFolder;            // that VexConverter takes
+    std::optional<std::string> rule;     // name of the rule that decodes the path
+    Reading reading;                     // by the name or by options; UNKNOWN if nothing tells it
+    std::vector<std::string> partFiles;  // of a set: the bodies and headers of luma, then chroma
+    int64_t fileSize = 0;                // bytes
+    std::optional<int64_t> frames;       // whole frames in the file
     // These are the names of the files that VexConverter writes: the raw one, then the pictures. Of
-    // more than MAX_PICTURES pictures only the first and the last are here.
+    // more than 10,000 pictures only the first and the last are here.
     std::vector<std::string> outputs;
     std::vector<std::string> problems;    // sentences that say what is wrong and what to do
     Verdict verdict = Verdict::CONVERTS;  // of the worst problem
     std::vector<std::string> notes;       // sentences about what is no problem
     bool canBeRead = false;               // it is a regular file with frames, and no set
-    bool isUnknown = false;  // nothing tells the format, or the file's size contradicts it
-
-    static constexpr int64_t MAX_PICTURES = 10000;
+    Search search;                        // what its samples look like
+    bool isAfterRun = false;              // the problems are those of written outputs
 
     // Adds a problem. The parts make up the text.
     template <typename... Parts>
@@ -46,14 +45,15 @@ struct DumpCheck {
         problems.push_back(concat(parts...));
         verdict = std::max(verdict, itsVerdict);
     }
-    bool hasReading() const { return job.inputFormat != ColorConvert::UNKNOWN; }
-    Reading reading() const;  // by the name or by options
+    bool isSet() const { return !partFiles.empty(); }
+    bool hasReading() const { return reading.format != ColorConvert::UNKNOWN; }
+    // Nothing tells the format, or the file's size contradicts it.
+    bool isUnknown() const { return !hasReading() || (frames && reading.cutOff); }
 };
 
-// Checks the dumps of one conversion, in the order in which VexConverter takes the files. Their
-// outputs go to outputFolder. The rules are loaded already. It looks at no samples.
+// Checks the dumps of one conversion, in the order in which VexConverter takes the files. The rules
+// are loaded already. It looks at no samples.
 std::vector<DumpCheck> checkDumps(const std::vector<std::string>& paths,
-                                  const std::string& outputFolder,
                                   const CommandLineOptions& options);
 
 // Returns the sizes that the dump's name may mean: that of the rule, and numbers such as 1280x720.

@@ -1,6 +1,5 @@
 #include "DumpFile.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -12,25 +11,20 @@
 DumpFile::DumpFile(const std::string& path) {
     struct stat status = {};
     const bool isFound = stat(path.c_str(), &status) == 0;
-    const bool isFile = isFound && S_ISREG(status.st_mode);
+    const bool isOther = isFound && !S_ISREG(status.st_mode);
     // This opens regular files only. If it opened a pipe, it could end the program that writes to
     // it.
-    mFd = isFile ? open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK) : -1;
-    mSize = isFile ? status.st_size : 0;
-    if (mFd < 0) {
-        mFailure = isFound && !isFile ? "it is no regular file" : strerror(errno);
-    }
-}
-
-DumpFile::~DumpFile() {
-    if (mFd >= 0) {
-        close(mFd);
+    mFile.reset(isFound && !isOther ? fopen(path.c_str(), "rb") : nullptr);
+    if (mFile != nullptr) {
+        mSize = status.st_size;
+    } else {
+        mFailure = isOther ? "it is no regular file" : strerror(errno);
     }
 }
 
 bool DumpFile::read(int64_t offset, int64_t size, unsigned char* to) {
     while (size > 0 && mFailure.empty()) {
-        const ssize_t bytes = pread(mFd, to, static_cast<size_t>(size), offset);
+        const ssize_t bytes = pread(fileno(mFile.get()), to, static_cast<size_t>(size), offset);
         if (bytes > 0) {
             to += bytes;
             offset += bytes;
@@ -50,16 +44,12 @@ bool DumpFile::canReadEnds() {
 bool DumpFile::isUsed(int64_t offset, int64_t size) {
     std::array<unsigned char, 4096> bytes = {};
     const int64_t end = std::min(offset + size, mSize);
-    while (offset < end) {
+    for (; offset < end; offset += bytes.size()) {
         const int64_t count = std::min<int64_t>(end - offset, bytes.size());
-        if (!read(offset, count, bytes.data())) {
-            return false;
-        }
-        if (std::any_of(bytes.begin(), bytes.begin() + count,
-                        [](unsigned char byte) { return byte != 0; })) {
+        if (read(offset, count, bytes.data()) &&
+            std::count(bytes.begin(), bytes.begin() + count, 0) < count) {
             return true;
         }
-        offset += count;
     }
     return false;
 }

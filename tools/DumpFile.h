@@ -4,13 +4,12 @@
 #include <cstdint>
 #include <string>
 
+#include "fileutils/File.h"
+
 class DumpFile {
   public:
     // Opens a regular file. Otherwise failure() has the reason.
     explicit DumpFile(const std::string& path);
-    ~DumpFile();
-    DumpFile(const DumpFile&) = delete;
-    DumpFile& operator=(const DumpFile&) = delete;
 
     int64_t size() const { return mSize; }  // bytes
 
@@ -28,7 +27,7 @@ class DumpFile {
     bool isUsed(int64_t offset, int64_t size);
 
   private:
-    int mFd;
+    File mFile;
     std::string mFailure;
     int64_t mSize = 0;
 };

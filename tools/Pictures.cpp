@@ -15,40 +15,37 @@ namespace {
 
 using Color = ColorConvert;
 
-// Reads the part of a frame that the file has, and clears the rest. Returns the reason of a
-// failure.
-std::string readPart(const std::string& path, unsigned char* to, int size) {
-    DumpFile file(path);
-    std::fill_n(to, size, static_cast<unsigned char>(0));
-    file.read(0, std::min<int64_t>(size, file.size()), to);
-    return file.failure();
-}
-
+// Reads the first frame, which is stored in one file or in part files, and clears what they don't
+// have of it. Returns the reason of a failure.
 std::string readFirstFrame(const DumpCheck& dump, const Reading& reading, unsigned char* to) {
-    const FileJob& job = dump.job;
-    if (!reading.named || !job.separate) {
-        return readPart(dump.path, to, reading.frameSize);
+    std::vector<std::string> files = {dump.path};
+    std::vector<std::pair<int, int>> parts = {{reading.frameSize, 0}};
+    if (dump.isSet()) {
+        files = dump.partFiles;
+        parts =
+            Color::getSeparateSize(reading.aligned.width, reading.aligned.height, reading.format);
     }
-    const std::string files[] = {job.yBodyFile, job.yHeaderFile, job.cBodyFile, job.cHeaderFile};
-    const auto parts =
-        Color::getSeparateSize(reading.aligned.width, reading.aligned.height, reading.format);
-    std::string failure;
-    for (size_t i = 0; i < parts.size() && failure.empty(); ++i) {
-        failure = readPart(files[i], to + parts[i].second, parts[i].first);
-        failure = FileUtils::isFile(files[i]) ? failure : "";
+    std::fill_n(to, reading.frameSize, static_cast<unsigned char>(0));
+    for (size_t i = 0; i < parts.size(); ++i) {
+        DumpFile file(files[i]);
+        const auto& [size, offset] = parts[i];
+        const bool isMissing = dump.isSet() && !FileUtils::isFile(files[i]);
+        if (!file.read(0, std::min<int64_t>(size, file.size()), to + offset) && !isMissing) {
+            return file.failure();
+        }
     }
-    return failure;
+    return "";
 }
 
 }  // namespace
 
-void PictureFolder::write(const DumpCheck& dump, const Reading& reading, const std::string& what) {
+bool PictureFolder::write(const DumpCheck& dump, const Reading& reading, const std::string& what) {
     const std::string failure = tryToWrite(dump, reading, what);
     if (!failure.empty()) {
-        mLost = true;
         fprintf(stderr, "Error: the picture of %s can't be written: %s\n", concat(reading).c_str(),
                 printable(failure).c_str());
     }
+    return failure.empty();
 }
 
 // Returns the reason of a failure, or an empty text.

@@ -14,12 +14,9 @@ class PictureFolder {
 
     // Writes the first frame of a reading of the dump as an opaque picture. Its name has the dump's
     // name, what (such as the rank), the format and the size. No two pictures get the same name. If
-    // the frame can't be read or the picture can't be written, it prints the reason. A part file
-    // that doesn't exist counts as zeros.
-    void write(const DumpCheck& dump, const Reading& reading, const std::string& what);
-
-    // Returns true if a picture could not be written.
-    bool lost() const { return mLost; }
+    // the frame can't be read or the picture can't be written, it prints the reason and returns
+    // false. A part file that doesn't exist counts as zeros.
+    bool write(const DumpCheck& dump, const Reading& reading, const std::string& what);
 
   private:
     std::string tryToWrite(const DumpCheck& dump, const Reading& reading, const std::string& what);
@@ -27,5 +24,4 @@ class PictureFolder {
     const std::string mFolder;
     const ColorConvert::ColorSpace mSpace;
     std::set<std::string> mNames;
-    bool mLost = false;
 };

@@ -66,6 +66,7 @@ Options parseOptions(const Companion& program, int argc, char* argv[]) {
          {"colorspace", 0, true,
           [&](const char* v) { tool.inputColorSpace = program.colorSpace(v); }},
          {"outputs", 0, true, [&](const char* v) { options.writtenFolder = program.folder(v); }}});
+    tool.png = !options.pictureFolder.empty();
     if (tool.inputPaths.empty()) {
         program.fail("no file or folder is given");
     }
@@ -87,85 +88,74 @@ void useProgramsMemoryForJson() {
     cJSON_InitHooks(&hooks);
 }
 
-// A Run has the dumps of one run of VexConverter.
-struct Run {
-    std::string outputFolder;
-    std::vector<DumpCheck> dumps;
-};
-
-// Returns the files of the folder. If there are none, or they can't be listed, it adds a dump that
-// says so.
-std::vector<std::string> listFolder(const std::string& path, std::vector<DumpCheck>& dumps) {
+// Returns the files of the folder. Says why they can't be listed, if that is so.
+std::vector<std::string> listFolder(const std::string& path, std::string& failure) {
     std::vector<std::string> files;
     const std::string before = host::lastLogEntry();
     FileUtils::getFilePathsInDirectory(path, files);
     const std::string entry = host::lastLogEntry();
-    const std::string reason = access(path.c_str(), R_OK | X_OK) != 0 ? strerror(errno)
-                               : entry != before                      ? entry
-                                                                      : "";
-    if (files.empty() || !reason.empty()) {
-        DumpCheck folder;
-        folder.path = path;
-        folder.add(Verdict::NOTHING, "The folder ",
-                   reason.empty() ? "has no files" : "can't be listed: ", reason, ".");
-        dumps.push_back(folder);
-    }
+    failure = access(path.c_str(), R_OK | X_OK) != 0 ? strerror(errno)
+              : entry != before                      ? entry
+                                                     : "";
     return files;
 }
 
-// VexConverter takes a folder or several files. The dumps of a folder are sorted by name only
-// afterwards, because the part file that is reached first names a set's output.
-Run checkRun(const std::vector<std::string>& inputs, const CommandLineOptions& options) {
-    std::vector<std::string> files = inputs;
+// Returns the dumps of one run of VexConverter, which takes a folder or several files. The dumps of
+// a folder are sorted by name only afterwards, because the part file that is reached first names a
+// set's output.
+std::vector<DumpCheck> checkRun(const std::vector<std::string>& inputs,
+                                const CommandLineOptions& options) {
     const std::string& input = inputs.front();
     const bool isFolder = FileUtils::isDirectory(input);
-    Run run;
-    if (isFolder) {
-        files = listFolder(input, run.dumps);
-    }
-    const auto first = std::find_if(files.begin(), files.end(), FileUtils::isFile);
-    const std::string& place = !options.outputPath.empty() ? options.outputPath
-                               : first != files.end()      ? *first
-                                                           : input;
-    run.outputFolder = FileUtils::getFolderPath(place);
-    for (DumpCheck& dump : checkDumps(files, run.outputFolder, options)) {
-        run.dumps.push_back(std::move(dump));
+    std::string failure;
+    const std::vector<std::string> files = isFolder ? listFolder(input, failure) : inputs;
+    std::vector<DumpCheck> dumps = checkDumps(files, options);
+    if (files.empty() || !failure.empty()) {
+        dumps.emplace_back().path = input;
+        dumps.back().add(Verdict::NOTHING, "The folder ",
+                         failure.empty() ? "has no files" : "can't be listed: ", failure, ".");
     }
     if (isFolder) {
-        std::sort(run.dumps.begin(), run.dumps.end(),
+        std::sort(dumps.begin(), dumps.end(),
                   [](const DumpCheck& a, const DumpCheck& b) { return a.path < b.path; });
     }
-    return run;
+    return dumps;
 }
 
-// Returns the inputs in the order given. Each folder is a run of its own, and so are files in
-// succession.
-std::vector<std::vector<std::string>> splitIntoRuns(const std::vector<std::string>& inputs) {
-    std::vector<std::vector<std::string>> runs;
-    bool afterFile = false;
-    for (const std::string& input : inputs) {
-        const bool file = !FileUtils::isDirectory(input);
-        if (!file || !afterFile) {
-            runs.emplace_back();
-        }
-        runs.back().push_back(input);
-        afterFile = file;
-    }
-    return runs;
-}
-
-// Looks at the samples of dumps.
+// A Prober prints what is to be said of dumps.
 class Prober {
   public:
     explicit Prober(const Options& options)
         : mOptions(options), mPictures(options.pictureFolder, options.tool.inputColorSpace) {}
 
+    // Prints what is to be said of each dump of a run.
+    void reportRun(const std::vector<std::string>& inputs) {
+        for (DumpCheck& dump : checkRun(inputs, mOptions.tool)) {
+            if (mOptions.writtenFolder.empty()) {
+                probe(dump);
+            } else {
+                checkWrittenOutputs(dump, mOptions.writtenFolder);
+            }
+            if (mOptions.json) {
+                fputs(std::exchange(mSeparator, ",\n"), stdout);
+            }
+            const auto print = mOptions.json ? printJson : printText;
+            print(dump, mOptions.tool);
+            mAllWell &= dump.verdict == Verdict::CONVERTS;
+        }
+    }
+
+    // Returns true if all dumps convert, or after a run if all outputs are whole, and if all
+    // pictures were written.
+    bool allWell() const { return mAllWell; }
+
+  private:
     // Finds what the dump could be, and adds to its problems what the samples tell.
-    Search probe(DumpCheck& dump) {
-        Search search;
-        if (dump.canBeRead && dump.isUnknown) {
+    void probe(DumpCheck& dump) {
+        Search& search = dump.search;
+        if (dump.canBeRead && dump.isUnknown()) {
             search = findReadings(dump);
-        } else if (dump.canBeRead && dump.reading().frameSize > 0) {
+        } else if (dump.canBeRead && dump.reading.frameSize > 0) {
             search = compareReading(dump);
         }
         if (!search.failure.empty()) {
@@ -184,32 +174,28 @@ class Prober {
         if (search.doubted) {
             dump.add(Verdict::WRONG, "The samples look like ", search.readings[0],
                      ", and not like what ",
-                     dump.rule ? "the name says: " : "the options say: ", dump.reading(), ".");
-        } else if (!dump.isUnknown) {
+                     dump.rule ? "the name says: " : "the options say: ", dump.reading, ".");
+        } else if (!dump.isUnknown()) {
             search.readings.clear();
         }
-        if (!mOptions.pictureFolder.empty()) {
-            writePictures(dump, search);
+        if (mOptions.tool.png) {
+            writePictures(dump);
         }
-        return search;
     }
 
-    const PictureFolder& pictures() const { return mPictures; }
-
-  private:
     Search findReadings(const DumpCheck& dump) const {
         CommandLineOptions known = mOptions.tool;
         if (dump.hasReading()) {
             known.inputFormat = ColorConvert::UNKNOWN;  // it does not fit
         }
-        return searchReadings(dump.path, known, namedSizesOf(dump), dump.reading());
+        return searchReadings(dump.path, known, namedSizesOf(dump), dump.reading);
     }
 
     // Compares what the name or the options say with the samples. Dumps of one kind come from one
     // writer, so it is enough that a few of each kind are right.
     Search compareReading(const DumpCheck& dump) {
         constexpr int ENOUGH = 10;
-        const Reading reading = dump.reading();
+        const Reading& reading = dump.reading;
         int& right = mRightOfKind[concat(reading, " ", reading.aligned, " ", dump.fileSize)];
         if (right == ENOUGH) {
             return {};
@@ -219,13 +205,14 @@ class Prober {
         return search;
     }
 
-    void writePictures(const DumpCheck& dump, const Search& search) {
-        if (dump.reading().frameSize > 0) {
-            mPictures.write(dump, dump.reading(), "name");
+    void writePictures(const DumpCheck& dump) {
+        const auto& readings = dump.search.readings;
+        if (dump.reading.frameSize > 0) {
+            mAllWell &= mPictures.write(dump, dump.reading, "name");
         }
-        for (size_t i = 0; i < search.readings.size(); ++i) {
-            if (!search.readings[i].named) {
-                mPictures.write(dump, search.readings[i], std::to_string(i + 1));
+        for (size_t i = 0; i < readings.size(); ++i) {
+            if (!readings[i].named) {
+                mAllWell &= mPictures.write(dump, readings[i], std::to_string(i + 1));
             }
         }
     }
@@ -235,28 +222,9 @@ class Prober {
     // This counts for each kind of dump how many in succession were right. The kind is a text of
     // the format, the sizes and the bytes of the file.
     std::map<std::string, int> mRightOfKind;
+    const char* mSeparator = "[";  // comes before the next object of JSON
+    bool mAllWell = true;
 };
-
-// Prints what is to be said of each dump of a run. Returns true if all convert, or after a run if
-// all outputs are whole. separator is what comes before the next object of JSON.
-bool reportRun(Run run, const Options& options, Prober& prober, const char*& separator) {
-    const bool isAfterRun = !options.writtenFolder.empty();
-    bool allConvert = true;
-    for (DumpCheck& dump : run.dumps) {
-        if (isAfterRun) {
-            checkWrittenOutputs(dump, options.writtenFolder);
-        }
-        const Search search = isAfterRun ? Search() : prober.probe(dump);
-        if (options.json) {
-            fputs(std::exchange(separator, ",\n"), stdout);
-        }
-        const auto print = options.json ? printJson : printText;
-        print({dump, search, run.outputFolder, options.tool.outputPath,
-               !options.pictureFolder.empty(), isAfterRun});
-        allConvert = allConvert && dump.verdict == Verdict::CONVERTS;
-    }
-    return allConvert;
-}
 
 }  // namespace
 
@@ -264,18 +232,20 @@ int main(int argc, char* argv[]) {
     const Companion program("probe-dump", USAGE, 2);
     useProgramsMemoryForJson();
     const Options options = parseOptions(program, argc, argv);
-    if (!options.pictureFolder.empty()) {
-        std::error_code error;
-        std::filesystem::create_directories(options.pictureFolder, error);
-    }
+    std::error_code error;
+    std::filesystem::create_directories(options.pictureFolder, error);
     Prober prober(options);
-    bool allConvert = true;
-    const char* separator = "[";
-    for (const auto& inputs : splitIntoRuns(options.tool.inputPaths)) {
-        allConvert &= reportRun(checkRun(inputs, options.tool), options, prober, separator);
+    const std::vector<std::string>& inputs = options.tool.inputPaths;
+    for (auto input = inputs.begin(); input != inputs.end();) {
+        // Each folder is a run of its own, and so are files in succession.
+        const auto end = FileUtils::isDirectory(*input)
+                             ? input + 1
+                             : std::find_if(input + 1, inputs.end(), FileUtils::isDirectory);
+        prober.reportRun({input, end});
+        input = end;
     }
     if (options.json) {
         puts("]");
     }
-    return program.finish(allConvert && !prober.pictures().lost() ? 0 : 1);
+    return program.finish(prober.allWell() ? 0 : 1);
 }

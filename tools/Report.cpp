@@ -44,16 +44,17 @@ const char* pixelFormatOf(Color::ColorFormat format) {
 constexpr const char* ANY_FOLDER = R"("${FOLDER:?}")";
 
 // Returns the command that converts the dump by this reading.
-std::string commandFor(const Reading& reading, const Report& report) {
+std::string commandFor(const Reading& reading, const DumpCheck& dump,
+                       const CommandLineOptions& options) {
     const ColorFormatInfo& info = colorFormatInfo(reading.format);
     const auto& [width, height] = reading.size;
+    const std::string& folder = options.outputPath;
     const std::string board = Color::checkPlatformSupport(reading.format)
                                   ? ""
                                   : concat("VEX_HOST_BOARD_PLATFORM=", info.support.boards[0], " ");
     const std::string command =
-        concat(board, "VexConverter -i ", shellWord(report.dump.path), " -o ",
-               report.givenFolder.empty() ? ANY_FOLDER : shellWord(report.givenFolder),
-               report.png ? " --png" : "");
+        concat(board, "VexConverter -i ", shellWord(dump.path), " -o ",
+               folder.empty() ? ANY_FOLDER : shellWord(folder), options.png ? " --png" : "");
     if (info.parts == nullptr) {
         return concat(command, " -w ", width, " -h ", height, " -f ", info.name);
     }
@@ -70,15 +71,14 @@ std::string commandFor(const Reading& reading, const Report& report) {
 // Returns the command that shows the raw output of a dump that converts, or else of the first
 // candidate, cropped to the size before alignment. It is empty if there is neither, or if outputs
 // of an earlier run are checked.
-std::string showCommand(const Report& report) {
-    const DumpCheck& dump = report.dump;
-    const auto& readings = report.search.readings;
+std::string showCommand(const DumpCheck& dump, const CommandLineOptions& options) {
+    const auto& readings = dump.search.readings;
     const bool converts = dump.verdict == Verdict::CONVERTS;
-    if (report.isAfterRun || (!converts && readings.empty())) {
+    if (dump.isAfterRun || (!converts && readings.empty())) {
         return "";
     }
-    const Reading reading = converts ? dump.reading() : readings[0];
-    const std::string& folder = converts ? report.outputFolder : report.givenFolder;
+    const Reading& reading = converts ? dump.reading : readings[0];
+    const std::string& folder = converts ? dump.outputFolder : options.outputPath;
     const auto& [width, height] = reading.size;
     const auto& [frameWidth, frameHeight] = reading.aligned;
     const bool isPadded = width != frameWidth || height != frameHeight;
@@ -100,8 +100,8 @@ size_t rankOf(const Search& search, size_t index) {
     return index < Search::MAX_READINGS ? index + 1 : search.readings[index].place;
 }
 
-void printCandidates(const Report& report) {
-    const Search& search = report.search;
+void printCandidates(const DumpCheck& dump, const CommandLineOptions& options) {
+    const Search& search = dump.search;
     if (!search.readings.empty()) {
         printLine(search.isClear ? "The first candidate is clear."
                                  : "The candidates are uncertain: look at their pictures "
@@ -111,10 +111,10 @@ void printCandidates(const Report& report) {
         const Reading& reading = search.readings[i];
         printLine("Candidate ", rankOf(search, i), ": ", reading, ", frames: ", reading.frames,
                   reading.cutOff ? ", cut off" : "",
-                  reading.named && report.dump.rule ? ", which the name says"
-                  : reading.named                   ? ", which the options say"
-                                                    : "");
-        printLine("  ", commandFor(reading, report));
+                  reading.named && dump.rule ? ", which the name says"
+                  : reading.named            ? ", which the options say"
+                                             : "");
+        printLine("  ", commandFor(reading, dump, options));
     }
 }
 
@@ -138,8 +138,9 @@ void addTexts(cJSON* object, const char* key, const std::vector<std::string>& te
     }
 }
 
-void addCandidate(cJSON* array, const Report& report, size_t index) {
-    const Reading& reading = report.search.readings[index];
+void addCandidate(cJSON* array, const DumpCheck& dump, const CommandLineOptions& options,
+                  size_t index) {
+    const Reading& reading = dump.search.readings[index];
     cJSON* object = cJSON_CreateObject();
     cJSON_AddItemToArray(array, object);
     addText(object, "format", nameOf(reading.format));
@@ -152,23 +153,21 @@ void addCandidate(cJSON* array, const Report& report, size_t index) {
     if (reading.cutOff) {
         cJSON_AddTrueToObject(object, "cutOff");
     }
-    addNumber(object, "rank", static_cast<int64_t>(rankOf(report.search, index)));
+    addNumber(object, "rank", static_cast<int64_t>(rankOf(dump.search, index)));
     cJSON_AddNumberToObject(object, "score", reading.score);
     cJSON_AddBoolToObject(object, "named", reading.named ? 1 : 0);
     addText(object, "pixelFormat", pixelFormatOf(reading.format));
-    addText(object, "command", commandFor(reading, report));
+    addText(object, "command", commandFor(reading, dump, options));
 }
 
 }  // namespace
 
-void printText(const Report& report) {
-    const DumpCheck& dump = report.dump;
-    const FileJob& job = dump.job;
+void printText(const DumpCheck& dump, const CommandLineOptions& options) {
     printf("%s\n", printable(dump.path).c_str());
     if (dump.hasReading()) {
-        printLine(nameOf(job.inputFormat), ", ", dump.size, ", aligned ",
-                  FrameSize{job.alignedWidth, job.alignedHeight}, ", by ",
-                  dump.rule ? "the rule " + *dump.rule : "the options");
+        const Reading& reading = dump.reading;
+        printLine(nameOf(reading.format), ", ", reading.size, ", aligned ", reading.aligned,
+                  ", by ", dump.rule ? "the rule " + *dump.rule : "the options");
     }
     if (dump.frames) {
         printLine("Whole frames: ", *dump.frames);
@@ -186,44 +185,42 @@ void printText(const Report& report) {
     for (const std::string& note : dump.notes) {
         printLine("Note: ", note);
     }
-    printCandidates(report);
-    const std::string show = showCommand(report);
+    printCandidates(dump, options);
+    const std::string show = showCommand(dump, options);
     if (!show.empty()) {
         printLine("Show: ", show);
     }
-    printLine(textOf(dump.verdict, report.isAfterRun));
+    printLine(textOf(dump.verdict, dump.isAfterRun));
 }
 
-void printJson(const Report& report) {
-    const DumpCheck& dump = report.dump;
-    const FileJob& job = dump.job;
+void printJson(const DumpCheck& dump, const CommandLineOptions& options) {
     const std::unique_ptr<cJSON, decltype(&cJSON_Delete)> owner(cJSON_CreateObject(),
                                                                 &cJSON_Delete);
     cJSON* object = owner.get();
     addText(object, "file", dump.path);
     addText(object, "rule", dump.rule.value_or(""));
-    addText(object, "format", nameOf(job.inputFormat));
+    addText(object, "format", nameOf(dump.reading.format));
     const auto ifKnown = [&](int size) {
         return dump.hasReading() ? std::optional<int64_t>(size) : std::nullopt;
     };
-    addNumber(object, "width", ifKnown(dump.size.width));
-    addNumber(object, "height", ifKnown(dump.size.height));
-    addNumber(object, "alignedWidth", ifKnown(job.alignedWidth));
-    addNumber(object, "alignedHeight", ifKnown(job.alignedHeight));
+    addNumber(object, "width", ifKnown(dump.reading.size.width));
+    addNumber(object, "height", ifKnown(dump.reading.size.height));
+    addNumber(object, "alignedWidth", ifKnown(dump.reading.aligned.width));
+    addNumber(object, "alignedHeight", ifKnown(dump.reading.aligned.height));
     addNumber(object, "frames", dump.frames);
     cJSON_AddBoolToObject(object, "converts", dump.verdict == Verdict::CONVERTS ? 1 : 0);
     addText(object, "verdict", keyOf(dump.verdict));
-    cJSON_AddBoolToObject(object, "doubted", report.search.doubted ? 1 : 0);
+    cJSON_AddBoolToObject(object, "doubted", dump.search.doubted ? 1 : 0);
     addTexts(object, "outputs", dump.outputs);
-    addText(object, "pixelFormat", dump.hasReading() ? pixelFormatOf(job.inputFormat) : "");
-    addText(object, "show", showCommand(report));
+    addText(object, "pixelFormat", dump.hasReading() ? pixelFormatOf(dump.reading.format) : "");
+    addText(object, "show", showCommand(dump, options));
     addTexts(object, "problems", dump.problems);
     addTexts(object, "notes", dump.notes);
-    const auto& readings = report.search.readings;
-    addText(object, "sure", readings.empty() ? "" : report.search.isClear ? "clear" : "uncertain");
+    const auto& readings = dump.search.readings;
+    addText(object, "sure", readings.empty() ? "" : dump.search.isClear ? "clear" : "uncertain");
     cJSON* candidates = cJSON_AddArrayToObject(object, "candidates");
     for (size_t i = 0; i < readings.size(); ++i) {
-        addCandidate(candidates, report, i);
+        addCandidate(candidates, dump, options, i);
     }
     const std::unique_ptr<char, decltype(&cJSON_free)> text(cJSON_Print(object), &cJSON_free);
     fputs(text.get(), stdout);

@@ -1,19 +1,9 @@
-// A Report is what probe-dump prints of a dump, as text or as JSON, with commands that a user can
-// paste into a shell.
+// This prints what probe-dump says of a dump, as text or as JSON, with commands that a user can
+// paste into a shell. The options are those of the conversion that it proposes. If they name no
+// output folder, the commands name the variable FOLDER.
 #pragma once
-
-#include <string>
 
 #include "DumpCheck.h"
 
-struct Report {
-    const DumpCheck& dump;
-    const Search& search;
-    const std::string& outputFolder;  // that VexConverter takes
-    const std::string& givenFolder;   // that -o gives; if it is empty, commands name no folder
-    bool png;                         // commands write pictures
-    bool isAfterRun;                  // the outputs were checked
-};
-
-void printText(const Report& report);
-void printJson(const Report& report);
+void printText(const DumpCheck& dump, const CommandLineOptions& options);
+void printJson(const DumpCheck& dump, const CommandLineOptions& options);
