@@ -1,5 +1,6 @@
 // make-dump writes a test pattern, or raw frames, as a dump of any color format. A built-in rule
 // decodes the dump's name, if there is a rule for the format.
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
@@ -11,7 +12,6 @@
 #include "Companion.h"
 #include "DumpFile.h"
 #include "DumpName.h"
-#include "LinearFrame.h"
 #include "Packer.h"
 #include "TestPattern.h"
 #include "Text.h"
@@ -58,14 +58,6 @@ struct Options {
     ColorConvert::ColorSpace colorSpace = ColorConvert::BT601_LIMIT;
 };
 
-const host::Layout& layoutOf(ColorConvert::ColorFormat format) {
-    return *host::findLayout(colorFormatInfo(format).pxColor);
-}
-
-const host::Profile& profileOf(ColorConvert::ColorSpace space) {
-    return *host::findProfile(colorSpaceInfos[static_cast<size_t>(space)].pxProfile);
-}
-
 Options parseOptions(int argc, char* argv[]) {
     Options options;
     const auto arguments = program().parseOptions(
@@ -89,85 +81,53 @@ Options parseOptions(int argc, char* argv[]) {
     if (options.format == ColorConvert::UNKNOWN || options.width == 0 || options.height == 0) {
         program().fail("format, width and height are needed");
     }
+    if (options.rawFormat == ColorConvert::UNKNOWN) {
+        options.rawFormat = ColorConvert::getDefaultOutputFormat(options.format);
+    }
     return options;
 }
 
-// A FrameSource has the frames to write: those of the test pattern, or of a raw file.
-class FrameSource {
-  public:
-    explicit FrameSource(const Options& options)
-        : mOptions(options), mFormat(layoutOf(options.format).format) {
-        const auto raw = options.rawFormat == ColorConvert::UNKNOWN
-                             ? ColorConvert::getDefaultOutputFormat(options.format)
-                             : options.rawFormat;
-        mRawLayout = &layoutOf(raw);
-        if (!mRawLayout->isUnpacked() && !mRawLayout->isPlanar()) {
-            program().fail(
-                "raw frames must be in a linear format: NV12, YUV420P, YV12, P010 or an RGB "
-                "format");
-        }
-        mRaw.mWidth = options.width;
-        mRaw.mHeight = options.height;
-        colorFormatInfo(raw).calculate(mRaw);
-        mRawSize = mRawLayout->isPlanar()
-                       ? static_cast<size_t>(
-                             ColorConvert::getFrameSize(options.width, options.height, raw))
-                       : LinearFrame::sizeOf(mRawLayout->format, options.width, options.height);
-        mFrames = options.frames == 0 ? 1 : options.frames;
-        if (!options.rawFile.empty()) {
-            countRawFrames();
-        }
+// Returns the number of frames to write, which the raw file holds if there is one.
+int countFrames(const Options& options) {
+    const FrameGeometry raw(options.rawFormat, options.width, options.height);
+    if (!raw.layout.isUnpacked() && !raw.layout.isPlanar()) {
+        program().fail(
+            "raw frames must be in a linear format: NV12, YUV420P, YV12, P010 or an RGB format");
     }
-
-    int frames() const { return mFrames; }
-
-    LinearFrame frame(int index) const {
-        if (mOptions.rawFile.empty()) {
-            return toDumpFormat(drawTestPattern(mOptions.width, mOptions.height, index + 1));
-        }
-        std::vector<uint8_t> raw(mRawSize);
-        const auto size = static_cast<int>(mRawSize);
-        if (FileUtils::readFromFile(mOptions.rawFile, raw.data(), size, size, index) != size) {
-            program().fail("can't read frame " + std::to_string(index + 1) + " of " +
-                           mOptions.rawFile);
-        }
-        return toDumpFormat(linearFrameOf(std::move(raw), *mRawLayout, mRaw));
+    if (options.rawFile.empty()) {
+        return std::max(1, options.frames);
     }
-
-  private:
-    void countRawFrames() {
-        const DumpFile file(mOptions.rawFile);
-        if (!file.failure().empty() || file.size() > INT_MAX) {
-            program().fail(
-                concat("can't read ", mOptions.rawFile, ": ",
-                       file.failure().empty() ? "it has 2 GiB or more" : file.failure()));
-        }
-        const auto bytes = static_cast<size_t>(file.size());
-        const int held = static_cast<int>(bytes / mRawSize);
-        mFrames = mOptions.frames == 0 ? held : mOptions.frames;
-        if (held == 0 || mFrames > held) {
-            program().fail(
-                concat(mOptions.rawFile, " holds ", held, " frames of ", mRawSize, " bytes"));
-        }
-        if (bytes % mRawSize != 0) {
-            fprintf(stderr, "Warning: %zu bytes left over, less than a frame of %zu: %s\n",
-                    bytes % mRawSize, mRawSize, mOptions.rawFile.c_str());
-        }
+    const DumpFile file(options.rawFile);
+    if (!file.failure().empty() || file.size() > INT_MAX) {
+        program().fail(concat("can't read ", options.rawFile, ": ",
+                              file.failure().empty() ? "it has 2 GiB or more" : file.failure()));
     }
-
-    LinearFrame toDumpFormat(LinearFrame frame) const {
-        return frame.format == mFormat
-                   ? std::move(frame)
-                   : convertPicture(frame, mFormat, profileOf(mOptions.colorSpace));
+    const int rawSize = rawSizeOf(raw);
+    const int64_t held = file.size() / rawSize;
+    const int64_t left = file.size() % rawSize;
+    if (held == 0 || options.frames > held) {
+        program().fail(concat(options.rawFile, " holds ", held, " frames of ", rawSize, " bytes"));
     }
+    if (left != 0) {
+        fprintf(stderr, "Warning: %d bytes left over, less than a frame of %d: %s\n",
+                static_cast<int>(left), rawSize, options.rawFile.c_str());
+    }
+    return options.frames == 0 ? static_cast<int>(held) : options.frames;
+}
 
-    const Options& mOptions;
-    host::LinearFormat mFormat;
-    const host::Layout* mRawLayout = nullptr;
-    ColorConvert::ColorConvertBuffer mRaw;
-    size_t mRawSize = 0;  // bytes of a frame
-    int mFrames = 0;
-};
+// Returns a frame of the test pattern, or of the raw file.
+Picture pictureOf(const Options& options, int index) {
+    if (options.rawFile.empty()) {
+        return testPattern(options.width, options.height, index + 1);
+    }
+    const FrameGeometry geometry(options.rawFormat, options.width, options.height);
+    const int size = rawSizeOf(geometry);
+    std::vector<uint8_t> raw(static_cast<size_t>(size));
+    if (FileUtils::readFromFile(options.rawFile, raw.data(), size, size, index) != size) {
+        program().fail(concat("can't read frame ", index + 1, " of ", options.rawFile));
+    }
+    return unpackFrame(std::move(raw), geometry);
+}
 
 // Appends to the file, or ends the program.
 void append(const std::string& path, const uint8_t* bytes, int size) {
@@ -228,13 +188,12 @@ void writeDump(const Options& options) {
         ColorConvert::getFrameSize(width, height, ColorConvert::RGBA8888) < 0) {
         program().fail("a frame is 2 GiB or more");
     }
-    const FrameSource source(options);
+    const int frames = countFrames(options);
     const auto parts = options.whole ? std::vector<std::pair<int, int>>()
                                      : ColorConvert::getSeparateSize(width, height, options.format);
     // Each frame has a set of part files, or all frames have one file.
     std::vector<DumpName> names;
-    names.reserve(static_cast<size_t>(source.frames()));
-    for (int i = 0; i < (parts.empty() ? 1 : source.frames()); ++i) {
+    for (int i = 0; i < (parts.empty() ? 1 : frames); ++i) {
         names.push_back(nameDump(options.folder, options.format, options.width, options.height,
                                  !parts.empty(), i));
     }
@@ -244,8 +203,10 @@ void writeDump(const Options& options) {
     if (error) {
         program().fail(concat("can't make the folder ", options.folder, ": ", error.message()));
     }
-    for (int i = 0; i < source.frames(); ++i) {
-        const std::vector<uint8_t> dump = packFrame(source.frame(i), options.format, width, height);
+    for (int i = 0; i < frames; ++i) {
+        const std::vector<uint8_t> dump =
+            packFrame(pictureOf(options, i), FrameGeometry(options.format, width, height),
+                      options.colorSpace);
         for (size_t part = 0; part < parts.size(); ++part) {
             writeNew(names[static_cast<size_t>(i)].files[part], dump.data() + parts[part].second,
                      parts[part].first);
@@ -255,7 +216,7 @@ void writeDump(const Options& options) {
             write(names[0].files[0], dump.data(), static_cast<int>(dump.size()));
         }
     }
-    reportFrames(options, source.frames(), names[0].decoded);
+    reportFrames(options, frames, names[0].decoded);
 }
 
 }  // namespace
