@@ -1,5 +1,6 @@
 #include "DumpName.h"
 
+#include "Text.h"
 #include "color/Catalogue.h"
 #include "driver/FileJob.h"
 #include "fileutils/FileUtils.h"
@@ -14,13 +15,12 @@ std::vector<std::string> filesOf(const std::string& stem, bool separate) {
 }
 
 // Returns true if the rules find the dump's size, format and files by the path of its first file.
-bool isDecoded(const std::vector<std::string>& files, ColorConvert::ColorFormat format, int width,
-               int height) {
+bool isDecoded(const std::vector<std::string>& files, const CommandLineOptions& dump) {
     const auto match = findMatch(files[0]);
     FileJob job;
-    if (!match || !getFileJobFromMatch(*match, false, job) || job.inputFormat != format ||
-        match->width != width || match->height != height ||
-        ColorConvert::getDefaultAlignedSize(width, height, format) !=
+    if (!match || !getFileJobFromMatch(*match, false, job) || job.inputFormat != dump.inputFormat ||
+        match->width != dump.width || match->height != dump.height ||
+        ColorConvert::getDefaultAlignedSize(dump.width, dump.height, dump.inputFormat) !=
             std::pair(job.alignedWidth, job.alignedHeight)) {
         return false;
     }
@@ -31,25 +31,25 @@ bool isDecoded(const std::vector<std::string>& files, ColorConvert::ColorFormat 
 
 }  // namespace
 
-DumpName nameDump(const std::string& folder, ColorConvert::ColorFormat format, int width,
-                  int height, bool separate, int number) {
+DumpName nameDump(const CommandLineOptions& dump, bool separate, int number) {
     if (formatConfigs.empty()) {
         FileUtils::parseConfigFile("");
     }
-    const std::string size = "_W" + std::to_string(width) + "H" + std::to_string(height) + "_";
+    const std::string size = concat("_W", dump.width, "H", dump.height, "_");
     const std::string end = "_" + std::to_string(number);
     // These are names as the video stack writes them, with each code that the rules know.
     for (const FormatConfig& rule : formatConfigs) {
         for (const FormatConfig::FormatPair& pair : rule.formatPairs) {
             for (const char* start : {"/vdec_output_0", "/venc_input_0"}) {
                 const auto files =
-                    filesOf(folder + start + size + "F" + pair.formatStr + end, separate);
-                if (isDecoded(files, format, width, height)) {
+                    filesOf(dump.outputPath + start + size + "F" + pair.formatStr + end, separate);
+                if (isDecoded(files, dump)) {
                     return {files, true};
                 }
             }
         }
     }
-    const std::string stem = folder + "/dump_0" + size + colorFormatInfo(format).name;
+    const std::string stem =
+        dump.outputPath + "/dump_0" + size + colorFormatInfo(dump.inputFormat).name;
     return {filesOf(stem + (separate ? end : ""), separate), false};
 }

@@ -46,43 +46,32 @@ const Companion& program() {
     return companion;
 }
 
-struct Options {
-    ColorConvert::ColorFormat format = ColorConvert::UNKNOWN;
+// The inherited options are those that VexConverter has too. Here they describe the dump.
+struct Options : CommandLineOptions {
     ColorConvert::ColorFormat rawFormat = ColorConvert::UNKNOWN;
     std::string rawFile;
-    std::string folder = ".";
-    int width = 0;
-    int height = 0;
     int frames = 0;
     bool whole = false;
-    ColorConvert::ColorSpace colorSpace = ColorConvert::BT601_LIMIT;
 };
 
 Options parseOptions(int argc, char* argv[]) {
     Options options;
-    const auto arguments = program().parseOptions(
-        argc, argv,
-        {{"format", 'f', true, [&](const char* v) { options.format = program().format(v); }},
-         {"width", 'w', true,
-          [&](const char* v) { options.width = program().number("the width", v); }},
-         {"height", 'h', true,
-          [&](const char* v) { options.height = program().number("the height", v); }},
-         {"output", 'o', true, [&](const char* v) { options.folder = program().folder(v); }},
-         {"frames", 'n', true,
+    options.outputPath = ".";
+    program().parseOptions(
+        argc, argv, options,
+        {{"frames", 'n', true,
           [&](const char* v) { options.frames = program().number("the number of frames", v); }},
          {"input", 'i', true, [&](const char* v) { options.rawFile = v; }},
          {"raw-format", 'r', true, [&](const char* v) { options.rawFormat = program().format(v); }},
-         {"colorspace", 0, true,
-          [&](const char* v) { options.colorSpace = program().colorSpace(v); }},
          {"whole", 0, false, [&](const char*) { options.whole = true; }}});
-    if (!arguments.empty()) {
-        program().fail("not an option: " + arguments[0]);
+    if (!options.inputPaths.empty()) {
+        program().fail("not an option: " + options.inputPaths[0]);
     }
-    if (options.format == ColorConvert::UNKNOWN || options.width == 0 || options.height == 0) {
+    if (options.inputFormat == ColorConvert::UNKNOWN || options.width == 0 || options.height == 0) {
         program().fail("format, width and height are needed");
     }
     if (options.rawFormat == ColorConvert::UNKNOWN) {
-        options.rawFormat = ColorConvert::getDefaultOutputFormat(options.format);
+        options.rawFormat = ColorConvert::getDefaultOutputFormat(options.inputFormat);
     }
     return options;
 }
@@ -156,64 +145,62 @@ void reportFrames(const Options& options, int frames, bool decoded) {
     if (decoded) {
         return;
     }
-    if (ColorConvert::isSeparate(options.format)) {
+    if (ColorConvert::isSeparate(options.inputFormat)) {
         fputs(options.whole ? "No built-in rule decodes whole frames of this format; convert them "
                               "with a rule whose pair says \"Separate\": false\n"
                             : "No built-in rule decodes these files; convert them with a rule\n",
               stderr);
     } else {
         fprintf(stderr, "No built-in rule decodes this format; convert it with -w %d -h %d -f %s\n",
-                options.width, options.height, colorFormatInfo(options.format).name);
+                options.width, options.height, colorFormatInfo(options.inputFormat).name);
     }
 }
 
-// Ends the program if an output is the input, which would be lost.
-void keepInput(const Options& options, const std::vector<DumpName>& names) {
-    for (const DumpName& name : names) {
-        for (const std::string& file : name.files) {
+// Names the files of so many sets. Ends the program if one of them is the input, which would be
+// lost.
+std::vector<DumpName> nameFiles(const Options& options, bool separate, int sets) {
+    std::vector<DumpName> names;
+    for (int i = 0; i < sets; ++i) {
+        names.push_back(nameDump(options, separate, i));
+        for (const std::string& file : names.back().files) {
             std::error_code error;
             if (std::filesystem::equivalent(file, options.rawFile, error)) {
                 program().fail("the dump would replace its input: " + file);
             }
         }
     }
+    return names;
 }
 
 void writeDump(const Options& options) {
+    const auto format = options.inputFormat;
     const auto [width, height] =
-        ColorConvert::getDefaultAlignedSize(options.width, options.height, options.format);
-    const auto output = ColorConvert::getDefaultOutputFormat(options.format);
-    if (ColorConvert::getFrameSize(width, height, options.format) < 0 ||
-        ColorConvert::getFrameSize(width, height, output) < 0 ||
+        ColorConvert::getDefaultAlignedSize(options.width, options.height, format);
+    // No output has more bytes than the picture.
+    if (ColorConvert::getFrameSize(width, height, format) < 0 ||
         ColorConvert::getFrameSize(width, height, ColorConvert::RGBA8888) < 0) {
         program().fail("a frame is 2 GiB or more");
     }
     const int frames = countFrames(options);
-    const auto parts = options.whole ? std::vector<std::pair<int, int>>()
-                                     : ColorConvert::getSeparateSize(width, height, options.format);
+    const FrameGeometry geometry(format, width, height);
     // Each frame has a set of part files, or all frames have one file.
-    std::vector<DumpName> names;
-    for (int i = 0; i < (parts.empty() ? 1 : frames); ++i) {
-        names.push_back(nameDump(options.folder, options.format, options.width, options.height,
-                                 !parts.empty(), i));
-    }
-    keepInput(options, names);
+    const bool separate = ColorConvert::isSeparate(format) && !options.whole;
+    const auto parts = separate ? ColorConvert::getSeparateSize(width, height, format)
+                                : std::vector<std::pair<int, int>>{{geometry.size, 0}};
+    const std::vector<DumpName> names = nameFiles(options, separate, separate ? frames : 1);
     std::error_code error;
-    std::filesystem::create_directories(options.folder, error);
+    std::filesystem::create_directories(options.outputPath, error);
     if (error) {
-        program().fail(concat("can't make the folder ", options.folder, ": ", error.message()));
+        program().fail(concat("can't make the folder ", options.outputPath, ": ", error.message()));
     }
     for (int i = 0; i < frames; ++i) {
         const std::vector<uint8_t> dump =
-            packFrame(pictureOf(options, i), FrameGeometry(options.format, width, height),
-                      options.colorSpace);
+            packFrame(pictureOf(options, i), geometry, options.inputColorSpace);
+        const DumpName& name = names[separate ? static_cast<size_t>(i) : 0];
+        const auto write = separate || i == 0 ? writeNew : append;
         for (size_t part = 0; part < parts.size(); ++part) {
-            writeNew(names[static_cast<size_t>(i)].files[part], dump.data() + parts[part].second,
-                     parts[part].first);
-        }
-        if (parts.empty()) {
-            const auto write = i == 0 ? writeNew : append;
-            write(names[0].files[0], dump.data(), static_cast<int>(dump.size()));
+            const auto [size, offset] = parts[part];
+            write(name.files[part], dump.data() + offset, size);
         }
     }
     reportFrames(options, frames, names[0].decoded);

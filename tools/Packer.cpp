@@ -139,12 +139,12 @@ Picture unpackFrame(std::vector<uint8_t> bytes, const FrameGeometry& raw) {
                 for (size_t i = 0; i < channelsOf(format); ++i) {
                     const int step = stepOf(format, i);
                     const int bits = bitsOf(format, i);
-                    pixel[i] = width < step || height < step
+                    // These are negative if the frame is too small to have such samples.
+                    const int column = std::min(x, width / step * step - 1);
+                    const int row = std::min(y, height / step * step - 1);
+                    pixel[i] = column < 0 || row < 0
                                    ? 1U << (bits - 1)
-                                   : readBits(bytes,
-                                              bitOf(raw, i, std::min(x, width / step * step - 1),
-                                                    std::min(y, height / step * step - 1)),
-                                              bits);
+                                   : readBits(bytes, bitOf(raw, i, column, row), bits);
                 }
                 return pixel;
             }};
