@@ -90,7 +90,7 @@ void Companion::parseOptions(int argc, char* argv[], CommandLineOptions& options
 int Companion::number(const char* what, const char* value) const {
     char* end = nullptr;
     const long number = strtol(value, &end, 10);
-    if (*value == '\0' || *end != '\0' || number < 1 || number > 1'000'000) {
+    if (*end != '\0' || number < 1 || number > 1'000'000) {
         fail(concat(what, " is no number from 1 to 1000000: ", value));
     }
     return static_cast<int>(number);

@@ -77,8 +77,7 @@ Options parseOptions(int argc, char* argv[]) {
 }
 
 // Returns the number of frames to write, which the raw file holds if there is one.
-int countFrames(const Options& options) {
-    const FrameGeometry raw(options.rawFormat, options.width, options.height);
+int countFrames(const Options& options, const FrameGeometry& raw) {
     if (!raw.layout.isUnpacked() && !raw.layout.isPlanar()) {
         program().fail(
             "raw frames must be in a linear format: NV12, YUV420P, YV12, P010 or an RGB format");
@@ -87,35 +86,35 @@ int countFrames(const Options& options) {
         return std::max(1, options.frames);
     }
     const DumpFile file(options.rawFile);
-    if (!file.failure().empty() || file.size() > INT_MAX) {
-        program().fail(concat("can't read ", options.rawFile, ": ",
-                              file.failure().empty() ? "it has 2 GiB or more" : file.failure()));
+    const std::string failure = file.size() > INT_MAX ? "it has 2 GiB or more" : file.failure();
+    if (!failure.empty()) {
+        program().fail(concat("can't read ", options.rawFile, ": ", failure));
     }
-    const int rawSize = rawSizeOf(raw);
-    const int64_t held = file.size() / rawSize;
-    const int64_t left = file.size() % rawSize;
+    const auto size = static_cast<int>(file.size());
+    const int frameSize = rawSizeOf(raw);
+    const int held = size / frameSize;
     if (held == 0 || options.frames > held) {
-        program().fail(concat(options.rawFile, " holds ", held, " frames of ", rawSize, " bytes"));
+        program().fail(
+            concat(options.rawFile, " holds ", held, " frames of ", frameSize, " bytes"));
     }
-    if (left != 0) {
+    if (size % frameSize != 0) {
         fprintf(stderr, "Warning: %d bytes left over, less than a frame of %d: %s\n",
-                static_cast<int>(left), rawSize, options.rawFile.c_str());
+                size % frameSize, frameSize, options.rawFile.c_str());
     }
-    return options.frames == 0 ? static_cast<int>(held) : options.frames;
+    return options.frames == 0 ? held : options.frames;
 }
 
 // Returns a frame of the test pattern, or of the raw file.
-Picture pictureOf(const Options& options, int index) {
+Picture pictureOf(const Options& options, const FrameGeometry& raw, int index) {
     if (options.rawFile.empty()) {
         return testPattern(options.width, options.height, index + 1);
     }
-    const FrameGeometry geometry(options.rawFormat, options.width, options.height);
-    const int size = rawSizeOf(geometry);
-    std::vector<uint8_t> raw(static_cast<size_t>(size));
-    if (FileUtils::readFromFile(options.rawFile, raw.data(), size, size, index) != size) {
+    const int size = rawSizeOf(raw);
+    std::vector<uint8_t> bytes(static_cast<size_t>(size));
+    if (FileUtils::readFromFile(options.rawFile, bytes.data(), size, size, index) != size) {
         program().fail(concat("can't read frame ", index + 1, " of ", options.rawFile));
     }
-    return unpackFrame(std::move(raw), geometry);
+    return unpackFrame(std::move(bytes), raw);
 }
 
 // Appends to the file, or ends the program.
@@ -142,17 +141,15 @@ void writeNew(const std::string& path, const uint8_t* bytes, int size) {
 void reportFrames(const Options& options, int frames, bool decoded) {
     fflush(stdout);
     fprintf(stderr, "Wrote %d frame%s\n", frames, frames == 1 ? "" : "s");
-    if (decoded) {
-        return;
-    }
-    if (ColorConvert::isSeparate(options.inputFormat)) {
-        fputs(options.whole ? "No built-in rule decodes whole frames of this format; convert them "
-                              "with a rule whose pair says \"Separate\": false\n"
-                            : "No built-in rule decodes these files; convert them with a rule\n",
-              stderr);
-    } else {
-        fprintf(stderr, "No built-in rule decodes this format; convert it with -w %d -h %d -f %s\n",
-                options.width, options.height, colorFormatInfo(options.inputFormat).name);
+    if (!decoded) {
+        const std::string hint =
+            !ColorConvert::isSeparate(options.inputFormat)
+                ? concat("this format; convert it with -w ", options.width, " -h ", options.height,
+                         " -f ", colorFormatInfo(options.inputFormat).name)
+            : options.whole ? "whole frames of this format; convert them with a rule whose pair "
+                              "says \"Separate\": false"
+                            : "these files; convert them with a rule";
+        fprintf(stderr, "No built-in rule decodes %s\n", hint.c_str());
     }
 }
 
@@ -181,7 +178,8 @@ void writeDump(const Options& options) {
         ColorConvert::getFrameSize(width, height, ColorConvert::RGBA8888) < 0) {
         program().fail("a frame is 2 GiB or more");
     }
-    const int frames = countFrames(options);
+    const FrameGeometry raw(options.rawFormat, options.width, options.height);
+    const int frames = countFrames(options, raw);
     const FrameGeometry geometry(format, width, height);
     // Each frame has a set of part files, or all frames have one file.
     const bool separate = ColorConvert::isSeparate(format) && !options.whole;
@@ -195,7 +193,7 @@ void writeDump(const Options& options) {
     }
     for (int i = 0; i < frames; ++i) {
         const std::vector<uint8_t> dump =
-            packFrame(pictureOf(options, i), geometry, options.inputColorSpace);
+            packFrame(pictureOf(options, raw, i), geometry, options.inputColorSpace);
         const DumpName& name = names[separate ? static_cast<size_t>(i) : 0];
         const auto write = separate || i == 0 ? writeNew : append;
         for (size_t part = 0; part < parts.size(); ++part) {

@@ -92,28 +92,26 @@ Picture convert(const Picture& from, LinearFormat format, const host::Profile& p
                                           : scaleBy(1 / topOf(from.format, 0));
     const auto fromRgb =
         isYuv(format) ? host::fromRgb(profile, bitsOf(format, 0)) : scaleBy(topOf(format, 0));
-    // Returns R, G, B and A from 0 to 1.
-    const auto colorAt = [&from, toRgb](int x, int y) {
-        Pixel color = transform(toRgb, from.pixelAt(x, y));
-        color[3] = channelsOf(from.format) == 4 ? color[3] / topOf(from.format, 3) : 1;
-        return color;
-    };
-    const auto meanAt = [&from, colorAt](int x, int y) {
+    // Returns the mean color of step x step pixels from (x, y) on, or of the last ones, as R, G, B
+    // and A from 0 to 1. It is black, which has neutral chroma, if the picture has fewer pixels.
+    const auto colorAt = [&from, toRgb](int x, int y, int step) {
+        const int column = std::min(x, from.width / step * step - step);
+        const int row = std::min(y, from.height / step * step - step);
         Pixel mean = {};
-        for (int i = 0; i < 4 && from.width > 1 && from.height > 1; ++i) {
-            const Pixel color = colorAt(std::min(x, (from.width - 2) / 2 * 2) + i % 2,
-                                        std::min(y, (from.height - 2) / 2 * 2) + i / 2);
-            for (size_t c = 0; c < 3; ++c) {
-                mean[c] += color[c] / 4;
+        for (int i = 0; i < step * step && column >= 0 && row >= 0; ++i) {
+            Pixel color = transform(toRgb, from.pixelAt(column + i % step, row + i / step));
+            color[3] = channelsOf(from.format) == 4 ? color[3] / topOf(from.format, 3) : 1;
+            for (size_t c = 0; c < color.size(); ++c) {
+                mean[c] += color[c] / (step * step);
             }
         }
         return mean;
     };
     return {format, from.width, from.height, [=](int x, int y) {
-                Pixel pixel = transform(fromRgb, colorAt(x, y));
+                Pixel pixel = transform(fromRgb, colorAt(x, y, 1));
                 pixel[3] *= topOf(format, 3);
                 if (isYuv(format) && x % 2 == 0 && y % 2 == 0) {
-                    const Pixel mean = transform(fromRgb, meanAt(x, y));
+                    const Pixel mean = transform(fromRgb, colorAt(x, y, 2));
                     pixel = {pixel[0], mean[1], mean[2]};
                 }
                 return pixel;
