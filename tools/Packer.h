@@ -1,5 +1,5 @@
-// Packs frames into the layouts of dumps, one sample at a time. It shares no code with the blit
-// engine's unpackers, so that tests can hold one against the other.
+// Reads raw frames, and packs them into the layouts of dumps, one sample at a time. This shares no
+// code with the blit engine's unpackers, so that tests can hold one against the other.
 #pragma once
 
 #include <array>

@@ -39,7 +39,8 @@ Pixel colorAt(int x, int y, int width, int height, const std::string& digits) {
         return BARS[scaled];
     }
     if (y < height * 3 / 4) {
-        const auto gray = static_cast<double>(int64_t{x} * 256 / width);
+        const int64_t level = int64_t{x} * 256 / width;
+        const auto gray = static_cast<double>(level);
         return {gray, gray, gray};
     }
     // These are lines of 1, 2, 4 and 8 pixels: vertical ones, then horizontal ones.
