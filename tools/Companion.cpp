@@ -43,46 +43,54 @@ Companion::Companion(const char* name, const char* usage, int wrongStatus)
     setlocale(LC_CTYPE, "C.UTF-8");
 }
 
-std::vector<std::string> Companion::parseOptions(int argc, char* argv[],
-                                                 const std::vector<OptionRow>& rows) const {
-    std::vector<OptionRow> all = rows;
+void Companion::parseOptions(int argc, char* argv[], CommandLineOptions& options,
+                             std::vector<OptionRow> rows) const {
     const auto print = [this](const std::string& text) {
         fputs(text.c_str(), stdout);
         exit(finish(0));
     };
-    all.push_back({"help", 0, false, [&](const char*) { print(mUsage); }});
-    all.push_back(
-        {"version", 0, false, [&](const char*) { print(concat(mName, " " VEX_VERSION "\n")); }});
-    std::vector<option> options;
+    const std::vector<OptionRow> common = {
+        {"format", 'f', true, [&](const char* v) { options.inputFormat = format(v); }},
+        {"width", 'w', true, [&](const char* v) { options.width = number("the width", v); }},
+        {"height", 'h', true, [&](const char* v) { options.height = number("the height", v); }},
+        {"output", 'o', true, [&](const char* v) { options.outputPath = folder(v); }},
+        {"colorspace", 0, true,
+         [&](const char* v) {
+             options.inputColorSpace = find(*this, "color space", v, colorSpaceInfos);
+         }},
+        {"help", 0, false, [&](const char*) { print(mUsage); }},
+        {"version", 0, false, [&](const char*) { print(concat(mName, " " VEX_VERSION "\n")); }}};
+    rows.insert(rows.end(), common.begin(), common.end());
+    std::vector<option> known;
     std::string letters;
-    for (OptionRow& row : all) {
+    for (OptionRow& row : rows) {
         if (row.letter == 0) {
-            row.letter = 256 + static_cast<int>(options.size());
+            row.letter = 256 + static_cast<int>(known.size());
         } else {
             letters += concat(static_cast<char>(row.letter), row.takesValue ? ":" : "");
         }
-        options.push_back({row.name, row.takesValue ? 1 : 0, nullptr, row.letter});
+        known.push_back({row.name, row.takesValue ? 1 : 0, nullptr, row.letter});
     }
-    options.push_back({});
+    known.push_back({});
     opterr = 0;
     int letter = 0;
-    while ((letter = getopt_long(argc, argv, letters.c_str(), options.data(), nullptr)) != -1) {
-        const auto row = std::find_if(all.begin(), all.end(), [letter](const OptionRow& option) {
+    while ((letter = getopt_long(argc, argv, letters.c_str(), known.data(), nullptr)) != -1) {
+        const auto row = std::find_if(rows.begin(), rows.end(), [letter](const OptionRow& option) {
             return option.letter == letter;
         });
-        if (row == all.end()) {
+        if (row == rows.end()) {
             fputs(mUsage, stderr);
             fail(concat("unknown option, or one without its value: ", argv[optind - 1]));
         }
         row->apply(optarg);
     }
-    return {argv + optind, argv + argc};
+    options.inputPaths.assign(argv + optind, argv + argc);
 }
 
 int Companion::number(const char* what, const char* value) const {
     char* end = nullptr;
     const long number = strtol(value, &end, 10);
-    if (*value == '\0' || *end != '\0' || number < 1 || number > 1'000'000) {
+    if (*end != '\0' || number < 1 || number > 1'000'000) {
         fail(concat(what, " is no number from 1 to 1000000: ", value));
     }
     return static_cast<int>(number);
@@ -90,10 +98,6 @@ int Companion::number(const char* what, const char* value) const {
 
 ColorConvert::ColorFormat Companion::format(const char* value) const {
     return find(*this, "color format", value, colorFormatInfos);
-}
-
-ColorConvert::ColorSpace Companion::colorSpace(const char* value) const {
-    return find(*this, "color space", value, colorSpaceInfos);
 }
 
 std::string Companion::folder(const char* value) const {

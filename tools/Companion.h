@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "color/ColorConvert.h"
+#include "driver/CommandLine.h"
 
 struct OptionRow {
     const char* name;
@@ -21,15 +21,15 @@ class Companion {
     // wrongStatus is its status if the options are wrong, or if standard output can't be written.
     Companion(const char* name, const char* usage, int wrongStatus);
 
-    // Applies the options in their order, and returns the other arguments. Ends the program for
-    // --help, --version and an unknown option.
-    std::vector<std::string> parseOptions(int argc, char* argv[],
-                                          const std::vector<OptionRow>& rows) const;
+    // Applies the options in their order: those in rows, --help, --version, and those for the
+    // format, the size, the folder and the color space of options, which both companions have.
+    // The input paths are the other arguments. Ends the program for an unknown option.
+    void parseOptions(int argc, char* argv[], CommandLineOptions& options,
+                      std::vector<OptionRow> rows) const;
 
     // These end the program if the value is none that they know.
     int number(const char* what, const char* value) const;  // from 1 to 1,000,000
     ColorConvert::ColorFormat format(const char* value) const;
-    ColorConvert::ColorSpace colorSpace(const char* value) const;
     std::string folder(const char* value) const;
 
     // Ends the program with an error message.

@@ -1,77 +1,55 @@
 #include "DumpName.h"
 
-#include <set>
-
+#include "Text.h"
 #include "color/Catalogue.h"
-#include "config/FormatConfig.h"
+#include "driver/FileJob.h"
 #include "fileutils/FileUtils.h"
 
 namespace {
 
-struct Dump {
-    ColorConvert::ColorFormat format;
-    int width;   // pixels, before alignment
-    int height;  // lines, before alignment
-    bool separate;
-};
-
-// Returns the files of the dump whose first file has this path, or none if the rules don't decode
-// the dump from the path.
-std::vector<std::string> decodedFiles(const Dump& dump, const std::string& path) {
-    const auto match = findMatch(path);
-    if (!match || match->colorFormat != colorFormatInfo(dump.format).name ||
-        match->separate != dump.separate || match->width != dump.width ||
-        match->height != dump.height) {
-        return {};
-    }
-    const std::pair<int64_t, int64_t> aligned = {
-        ColorConvert::roundUp(dump.width, match->widthAlignment),
-        ColorConvert::roundUp(dump.height, match->heightAlignment)};
-    if (aligned != std::pair<int64_t, int64_t>(
-                       ColorConvert::getDefaultAlignedSize(dump.width, dump.height, dump.format))) {
-        return {};
-    }
-    if (!dump.separate) {
-        return {path};
-    }
-    const std::vector<std::string> files = {match->yBodyFile, match->yHeaderFile, match->cBodyFile,
-                                            match->cHeaderFile};
-    const std::set<std::string> distinct(files.begin(), files.end());
-    return files[0] == path && distinct.size() == files.size() ? files : std::vector<std::string>();
-}
-
-// Returns names that no built-in rule decodes.
-std::vector<std::string> otherFiles(const std::string& stem, bool separate,
-                                    const std::string& end) {
+std::vector<std::string> filesOf(const std::string& stem, bool separate) {
     if (!separate) {
         return {stem + ".yuv"};
     }
-    const std::string set = stem + end;
-    return {set + "_Y.dat", set + "_Y.len", set + "_C.dat", set + "_C.len"};
+    return {stem + "_Y.dat", stem + "_Y.len", stem + "_C.dat", stem + "_C.len"};
+}
+
+// Returns true if the rules find the dump's size, format and files by the path of its first file.
+bool isDecoded(const std::vector<std::string>& files, const CommandLineOptions& dump) {
+    const auto match = findMatch(files[0]);
+    FileJob job;
+    if (!match || !getFileJobFromMatch(*match, false, job) || job.inputFormat != dump.inputFormat ||
+        match->width != dump.width || match->height != dump.height ||
+        ColorConvert::getDefaultAlignedSize(dump.width, dump.height, dump.inputFormat) !=
+            std::pair(job.alignedWidth, job.alignedHeight)) {
+        return false;
+    }
+    const std::vector<std::string> parts = {job.yBodyFile, job.yHeaderFile, job.cBodyFile,
+                                            job.cHeaderFile};
+    return job.separate ? files == parts : files.size() == 1;
 }
 
 }  // namespace
 
-DumpName nameDump(const std::string& folder, ColorConvert::ColorFormat format, int width,
-                  int height, bool separate, int number) {
+DumpName nameDump(const CommandLineOptions& dump, bool separate, int number) {
     if (formatConfigs.empty()) {
         FileUtils::parseConfigFile("");
     }
-    const std::string size = "_W" + std::to_string(width) + "H" + std::to_string(height) + "_";
+    const std::string size = concat("_W", dump.width, "H", dump.height, "_");
     const std::string end = "_" + std::to_string(number);
     // These are names as the video stack writes them, with each code that the rules know.
     for (const FormatConfig& rule : formatConfigs) {
         for (const FormatConfig::FormatPair& pair : rule.formatPairs) {
             for (const char* start : {"/vdec_output_0", "/venc_input_0"}) {
-                const auto files = decodedFiles({format, width, height, separate},
-                                                folder + start + size + "F" + pair.formatStr + end +
-                                                    (separate ? "_" + pair.yBody : ".yuv"));
-                if (!files.empty()) {
+                const auto files =
+                    filesOf(dump.outputPath + start + size + "F" + pair.formatStr + end, separate);
+                if (isDecoded(files, dump)) {
                     return {files, true};
                 }
             }
         }
     }
-    return {otherFiles(folder + "/dump_0" + size + colorFormatInfo(format).name, separate, end),
-            false};
+    const std::string stem =
+        dump.outputPath + "/dump_0" + size + colorFormatInfo(dump.inputFormat).name;
+    return {filesOf(stem + (separate ? end : ""), separate), false};
 }

@@ -4,14 +4,13 @@
 #include <string>
 #include <vector>
 
-#include "color/ColorConvert.h"
+#include "driver/CommandLine.h"
 
 struct DumpName {
     std::vector<std::string> files;  // one path, or those of the four part files of a frame
     bool decoded;                    // a built-in rule decodes them
 };
 
-// Names a dump of width (pixels) x height (lines), before alignment, in the folder. separate means
-// that the frame is stored as part files. number distinguishes the sets of a dump.
-DumpName nameDump(const std::string& folder, ColorConvert::ColorFormat format, int width,
-                  int height, bool separate, int number);
+// Names a dump by its folder, format and size, before alignment. separate means that the frame is
+// stored as part files. number distinguishes the sets of a dump.
+DumpName nameDump(const CommandLineOptions& dump, bool separate, int number);

@@ -1,5 +1,6 @@
 // make-dump writes a test pattern, or raw frames, as a dump of any color format. A built-in rule
 // decodes the dump's name, if there is a rule for the format.
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
@@ -11,7 +12,6 @@
 #include "Companion.h"
 #include "DumpFile.h"
 #include "DumpName.h"
-#include "LinearFrame.h"
 #include "Packer.h"
 #include "TestPattern.h"
 #include "Text.h"
@@ -46,128 +46,76 @@ const Companion& program() {
     return companion;
 }
 
-struct Options {
-    ColorConvert::ColorFormat format = ColorConvert::UNKNOWN;
+// The inherited options are those that VexConverter has too. Here they describe the dump.
+struct Options : CommandLineOptions {
     ColorConvert::ColorFormat rawFormat = ColorConvert::UNKNOWN;
     std::string rawFile;
-    std::string folder = ".";
-    int width = 0;
-    int height = 0;
     int frames = 0;
     bool whole = false;
-    ColorConvert::ColorSpace colorSpace = ColorConvert::BT601_LIMIT;
 };
-
-const host::Layout& layoutOf(ColorConvert::ColorFormat format) {
-    return *host::findLayout(colorFormatInfo(format).pxColor);
-}
-
-const host::Profile& profileOf(ColorConvert::ColorSpace space) {
-    return *host::findProfile(colorSpaceInfos[static_cast<size_t>(space)].pxProfile);
-}
 
 Options parseOptions(int argc, char* argv[]) {
     Options options;
-    const auto arguments = program().parseOptions(
-        argc, argv,
-        {{"format", 'f', true, [&](const char* v) { options.format = program().format(v); }},
-         {"width", 'w', true,
-          [&](const char* v) { options.width = program().number("the width", v); }},
-         {"height", 'h', true,
-          [&](const char* v) { options.height = program().number("the height", v); }},
-         {"output", 'o', true, [&](const char* v) { options.folder = program().folder(v); }},
-         {"frames", 'n', true,
+    options.outputPath = ".";
+    program().parseOptions(
+        argc, argv, options,
+        {{"frames", 'n', true,
           [&](const char* v) { options.frames = program().number("the number of frames", v); }},
          {"input", 'i', true, [&](const char* v) { options.rawFile = v; }},
          {"raw-format", 'r', true, [&](const char* v) { options.rawFormat = program().format(v); }},
-         {"colorspace", 0, true,
-          [&](const char* v) { options.colorSpace = program().colorSpace(v); }},
          {"whole", 0, false, [&](const char*) { options.whole = true; }}});
-    if (!arguments.empty()) {
-        program().fail("not an option: " + arguments[0]);
+    if (!options.inputPaths.empty()) {
+        program().fail("not an option: " + options.inputPaths[0]);
     }
-    if (options.format == ColorConvert::UNKNOWN || options.width == 0 || options.height == 0) {
+    if (options.inputFormat == ColorConvert::UNKNOWN || options.width == 0 || options.height == 0) {
         program().fail("format, width and height are needed");
+    }
+    if (options.rawFormat == ColorConvert::UNKNOWN) {
+        options.rawFormat = ColorConvert::getDefaultOutputFormat(options.inputFormat);
     }
     return options;
 }
 
-// A FrameSource has the frames to write: those of the test pattern, or of a raw file.
-class FrameSource {
-  public:
-    explicit FrameSource(const Options& options)
-        : mOptions(options), mFormat(layoutOf(options.format).format) {
-        const auto raw = options.rawFormat == ColorConvert::UNKNOWN
-                             ? ColorConvert::getDefaultOutputFormat(options.format)
-                             : options.rawFormat;
-        mRawLayout = &layoutOf(raw);
-        if (!mRawLayout->isUnpacked() && !mRawLayout->isPlanar()) {
-            program().fail(
-                "raw frames must be in a linear format: NV12, YUV420P, YV12, P010 or an RGB "
-                "format");
-        }
-        mRaw.mWidth = options.width;
-        mRaw.mHeight = options.height;
-        colorFormatInfo(raw).calculate(mRaw);
-        mRawSize = mRawLayout->isPlanar()
-                       ? static_cast<size_t>(
-                             ColorConvert::getFrameSize(options.width, options.height, raw))
-                       : LinearFrame::sizeOf(mRawLayout->format, options.width, options.height);
-        mFrames = options.frames == 0 ? 1 : options.frames;
-        if (!options.rawFile.empty()) {
-            countRawFrames();
-        }
+// Returns the number of frames to write, which the raw file holds if there is one.
+int countFrames(const Options& options, const FrameGeometry& raw) {
+    if (!raw.layout.isUnpacked() && !raw.layout.isPlanar()) {
+        program().fail(
+            "raw frames must be in a linear format: NV12, YUV420P, YV12, P010 or an RGB format");
     }
-
-    int frames() const { return mFrames; }
-
-    LinearFrame frame(int index) const {
-        if (mOptions.rawFile.empty()) {
-            return toDumpFormat(drawTestPattern(mOptions.width, mOptions.height, index + 1));
-        }
-        std::vector<uint8_t> raw(mRawSize);
-        const auto size = static_cast<int>(mRawSize);
-        if (FileUtils::readFromFile(mOptions.rawFile, raw.data(), size, size, index) != size) {
-            program().fail("can't read frame " + std::to_string(index + 1) + " of " +
-                           mOptions.rawFile);
-        }
-        return toDumpFormat(linearFrameOf(std::move(raw), *mRawLayout, mRaw));
+    if (options.rawFile.empty()) {
+        return std::max(1, options.frames);
     }
-
-  private:
-    void countRawFrames() {
-        const DumpFile file(mOptions.rawFile);
-        if (!file.failure().empty() || file.size() > INT_MAX) {
-            program().fail(
-                concat("can't read ", mOptions.rawFile, ": ",
-                       file.failure().empty() ? "it has 2 GiB or more" : file.failure()));
-        }
-        const auto bytes = static_cast<size_t>(file.size());
-        const int held = static_cast<int>(bytes / mRawSize);
-        mFrames = mOptions.frames == 0 ? held : mOptions.frames;
-        if (held == 0 || mFrames > held) {
-            program().fail(
-                concat(mOptions.rawFile, " holds ", held, " frames of ", mRawSize, " bytes"));
-        }
-        if (bytes % mRawSize != 0) {
-            fprintf(stderr, "Warning: %zu bytes left over, less than a frame of %zu: %s\n",
-                    bytes % mRawSize, mRawSize, mOptions.rawFile.c_str());
-        }
+    const DumpFile file(options.rawFile);
+    const std::string failure = file.size() > INT_MAX ? "it has 2 GiB or more" : file.failure();
+    if (!failure.empty()) {
+        program().fail(concat("can't read ", options.rawFile, ": ", failure));
     }
-
-    LinearFrame toDumpFormat(LinearFrame frame) const {
-        return frame.format == mFormat
-                   ? std::move(frame)
-                   : convertPicture(frame, mFormat, profileOf(mOptions.colorSpace));
+    const auto size = static_cast<int>(file.size());
+    const int frameSize = rawSizeOf(raw);
+    const int held = size / frameSize;
+    if (held == 0 || options.frames > held) {
+        program().fail(
+            concat(options.rawFile, " holds ", held, " frames of ", frameSize, " bytes"));
     }
+    if (size % frameSize != 0) {
+        fprintf(stderr, "Warning: %d bytes left over, less than a frame of %d: %s\n",
+                size % frameSize, frameSize, options.rawFile.c_str());
+    }
+    return options.frames == 0 ? held : options.frames;
+}
 
-    const Options& mOptions;
-    host::LinearFormat mFormat;
-    const host::Layout* mRawLayout = nullptr;
-    ColorConvert::ColorConvertBuffer mRaw;
-    size_t mRawSize = 0;  // bytes of a frame
-    int mFrames = 0;
-};
+// Returns a frame of the test pattern, or of the raw file.
+Picture pictureOf(const Options& options, const FrameGeometry& raw, int index) {
+    if (options.rawFile.empty()) {
+        return testPattern(options.width, options.height, index + 1);
+    }
+    const int size = rawSizeOf(raw);
+    std::vector<uint8_t> bytes(static_cast<size_t>(size));
+    if (FileUtils::readFromFile(options.rawFile, bytes.data(), size, size, index) != size) {
+        program().fail(concat("can't read frame ", index + 1, " of ", options.rawFile));
+    }
+    return unpackFrame(std::move(bytes), raw);
+}
 
 // Appends to the file, or ends the program.
 void append(const std::string& path, const uint8_t* bytes, int size) {
@@ -193,69 +141,67 @@ void writeNew(const std::string& path, const uint8_t* bytes, int size) {
 void reportFrames(const Options& options, int frames, bool decoded) {
     fflush(stdout);
     fprintf(stderr, "Wrote %d frame%s\n", frames, frames == 1 ? "" : "s");
-    if (decoded) {
-        return;
-    }
-    if (ColorConvert::isSeparate(options.format)) {
-        fputs(options.whole ? "No built-in rule decodes whole frames of this format; convert them "
-                              "with a rule whose pair says \"Separate\": false\n"
-                            : "No built-in rule decodes these files; convert them with a rule\n",
-              stderr);
-    } else {
-        fprintf(stderr, "No built-in rule decodes this format; convert it with -w %d -h %d -f %s\n",
-                options.width, options.height, colorFormatInfo(options.format).name);
+    if (!decoded) {
+        const std::string hint =
+            !ColorConvert::isSeparate(options.inputFormat)
+                ? concat("this format; convert it with -w ", options.width, " -h ", options.height,
+                         " -f ", colorFormatInfo(options.inputFormat).name)
+            : options.whole ? "whole frames of this format; convert them with a rule whose pair "
+                              "says \"Separate\": false"
+                            : "these files; convert them with a rule";
+        fprintf(stderr, "No built-in rule decodes %s\n", hint.c_str());
     }
 }
 
-// Ends the program if an output is the input, which would be lost.
-void keepInput(const Options& options, const std::vector<DumpName>& names) {
-    for (const DumpName& name : names) {
-        for (const std::string& file : name.files) {
+// Names the files of so many sets. Ends the program if one of them is the input, which would be
+// lost.
+std::vector<DumpName> nameFiles(const Options& options, bool separate, int sets) {
+    std::vector<DumpName> names;
+    for (int i = 0; i < sets; ++i) {
+        names.push_back(nameDump(options, separate, i));
+        for (const std::string& file : names.back().files) {
             std::error_code error;
             if (std::filesystem::equivalent(file, options.rawFile, error)) {
                 program().fail("the dump would replace its input: " + file);
             }
         }
     }
+    return names;
 }
 
 void writeDump(const Options& options) {
+    const auto format = options.inputFormat;
     const auto [width, height] =
-        ColorConvert::getDefaultAlignedSize(options.width, options.height, options.format);
-    const auto output = ColorConvert::getDefaultOutputFormat(options.format);
-    if (ColorConvert::getFrameSize(width, height, options.format) < 0 ||
-        ColorConvert::getFrameSize(width, height, output) < 0 ||
+        ColorConvert::getDefaultAlignedSize(options.width, options.height, format);
+    // No output has more bytes than the picture.
+    if (ColorConvert::getFrameSize(width, height, format) < 0 ||
         ColorConvert::getFrameSize(width, height, ColorConvert::RGBA8888) < 0) {
         program().fail("a frame is 2 GiB or more");
     }
-    const FrameSource source(options);
-    const auto parts = options.whole ? std::vector<std::pair<int, int>>()
-                                     : ColorConvert::getSeparateSize(width, height, options.format);
+    const FrameGeometry raw(options.rawFormat, options.width, options.height);
+    const int frames = countFrames(options, raw);
+    const FrameGeometry geometry(format, width, height);
     // Each frame has a set of part files, or all frames have one file.
-    std::vector<DumpName> names;
-    names.reserve(static_cast<size_t>(source.frames()));
-    for (int i = 0; i < (parts.empty() ? 1 : source.frames()); ++i) {
-        names.push_back(nameDump(options.folder, options.format, options.width, options.height,
-                                 !parts.empty(), i));
-    }
-    keepInput(options, names);
+    const bool separate = ColorConvert::isSeparate(format) && !options.whole;
+    const auto parts = separate ? ColorConvert::getSeparateSize(width, height, format)
+                                : std::vector<std::pair<int, int>>{{geometry.size, 0}};
+    const std::vector<DumpName> names = nameFiles(options, separate, separate ? frames : 1);
     std::error_code error;
-    std::filesystem::create_directories(options.folder, error);
+    std::filesystem::create_directories(options.outputPath, error);
     if (error) {
-        program().fail(concat("can't make the folder ", options.folder, ": ", error.message()));
+        program().fail(concat("can't make the folder ", options.outputPath, ": ", error.message()));
     }
-    for (int i = 0; i < source.frames(); ++i) {
-        const std::vector<uint8_t> dump = packFrame(source.frame(i), options.format, width, height);
+    for (int i = 0; i < frames; ++i) {
+        const std::vector<uint8_t> dump =
+            packFrame(pictureOf(options, raw, i), geometry, options.inputColorSpace);
+        const DumpName& name = names[separate ? static_cast<size_t>(i) : 0];
+        const auto write = separate || i == 0 ? writeNew : append;
         for (size_t part = 0; part < parts.size(); ++part) {
-            writeNew(names[static_cast<size_t>(i)].files[part], dump.data() + parts[part].second,
-                     parts[part].first);
-        }
-        if (parts.empty()) {
-            const auto write = i == 0 ? writeNew : append;
-            write(names[0].files[0], dump.data(), static_cast<int>(dump.size()));
+            const auto [size, offset] = parts[part];
+            write(name.files[part], dump.data() + offset, size);
         }
     }
-    reportFrames(options, source.frames(), names[0].decoded);
+    reportFrames(options, frames, names[0].decoded);
 }
 
 }  // namespace

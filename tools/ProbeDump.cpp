@@ -53,18 +53,11 @@ struct Options {
 Options parseOptions(const Companion& program, int argc, char* argv[]) {
     Options options;
     CommandLineOptions& tool = options.tool;
-    tool.inputPaths = program.parseOptions(
-        argc, argv,
+    program.parseOptions(
+        argc, argv, tool,
         {{"config-file", 'c', true, [&](const char* v) { tool.configFilePath = v; }},
-         {"width", 'w', true, [&](const char* v) { tool.width = program.number("the width", v); }},
-         {"height", 'h', true,
-          [&](const char* v) { tool.height = program.number("the height", v); }},
-         {"format", 'f', true, [&](const char* v) { tool.inputFormat = program.format(v); }},
-         {"output", 'o', true, [&](const char* v) { tool.outputPath = program.folder(v); }},
          {"json", 0, false, [&](const char*) { options.json = true; }},
          {"pictures", 0, true, [&](const char* v) { options.pictureFolder = program.folder(v); }},
-         {"colorspace", 0, true,
-          [&](const char* v) { tool.inputColorSpace = program.colorSpace(v); }},
          {"outputs", 0, true, [&](const char* v) { options.writtenFolder = program.folder(v); }}});
     tool.png = !options.pictureFolder.empty();
     if (tool.inputPaths.empty()) {

@@ -5,17 +5,11 @@
 
 namespace {
 
-struct Color {
-    uint8_t r;
-    uint8_t g;
-    uint8_t b;
-};
-
-constexpr Color BARS[] = {{255, 255, 255}, {255, 255, 0}, {0, 255, 255}, {0, 255, 0},
+constexpr Pixel BARS[] = {{255, 255, 255}, {255, 255, 0}, {0, 255, 255}, {0, 255, 0},
                           {255, 0, 255},   {255, 0, 0},   {0, 0, 255},   {0, 0, 0}};
-constexpr Color WHITE = {255, 255, 255};
-constexpr Color BLACK = {0, 0, 0};
-constexpr Color ORANGE = {255, 128, 0};
+constexpr Pixel WHITE = {255, 255, 255};
+constexpr Pixel BLACK = {0, 0, 0};
+constexpr Pixel ORANGE = {255, 128, 0};
 
 // A digit has 3 x 5 cells, with a bit for each cell. The highest bit is the top left cell.
 constexpr int DIGITS[] = {0x7B6F, 0x2C97, 0x73E7, 0x73CF, 0x5BC9,
@@ -32,7 +26,7 @@ bool isDigit(int x, int y, int cell, const std::string& digits) {
     return (cells >> (14 - row * 3 - static_cast<int>(column % 4)) & 1) != 0;
 }
 
-Color colorAt(int x, int y, int width, int height, const std::string& digits) {
+Pixel colorAt(int x, int y, int width, int height, const std::string& digits) {
     if (x == 0 || y == 0 || x == width - 1 || y == height - 1) {
         return WHITE;
     }
@@ -45,7 +39,8 @@ Color colorAt(int x, int y, int width, int height, const std::string& digits) {
         return BARS[scaled];
     }
     if (y < height * 3 / 4) {
-        const auto gray = static_cast<uint8_t>(int64_t{x} * 256 / width);
+        const int64_t level = int64_t{x} * 256 / width;
+        const auto gray = static_cast<double>(level);
         return {gray, gray, gray};
     }
     // These are lines of 1, 2, 4 and 8 pixels: vertical ones, then horizontal ones.
@@ -55,17 +50,10 @@ Color colorAt(int x, int y, int width, int height, const std::string& digits) {
 
 }  // namespace
 
-LinearFrame drawTestPattern(int width, int height, int number) {
-    LinearFrame frame(host::LinearFormat::RGBA32, width, height);
+Picture testPattern(int width, int height, int number) {
     const std::string digits = std::to_string(number);
-    uint8_t* pixel = frame.bytes.data();
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
-            const Color color = colorAt(x, y, width, height, digits);
-            for (const uint8_t sample : {color.r, color.g, color.b, uint8_t{255}}) {
-                *pixel++ = sample;
-            }
-        }
-    }
-    return frame;
+    return {host::LinearFormat::RGB24, width, height, [=](int x, int y) {
+                return colorAt(std::min(x, width - 1), std::min(y, height - 1), width, height,
+                               digits);
+            }};
 }

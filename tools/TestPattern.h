@@ -1,7 +1,7 @@
 // This draws the test pattern that make-dump writes.
 #pragma once
 
-#include "LinearFrame.h"
+#include "Packer.h"
 
-// Draws color bars, a gray ramp, fine lines, a border and the frame's number, in RGBA32.
-LinearFrame drawTestPattern(int width, int height, int number);
+// Returns color bars, a gray ramp, fine lines, a border and the frame's number, in RGB24.
+Picture testPattern(int width, int height, int number);
