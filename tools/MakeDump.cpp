@@ -99,7 +99,7 @@ int countFrames(const Options& options, const FrameGeometry& raw) {
     }
     if (size % frameSize != 0) {
         fprintf(stderr, "Warning: %d bytes left over, less than a frame of %d: %s\n",
-                size % frameSize, frameSize, options.rawFile.c_str());
+                size % frameSize, frameSize, printable(options.rawFile).c_str());
     }
     return options.frames == 0 ? held : options.frames;
 }
