@@ -91,15 +91,13 @@ int countFrames(const Options& options, const FrameGeometry& raw) {
         program().fail(concat("can't read ", options.rawFile, ": ", failure));
     }
     const auto size = static_cast<int>(file.size());
-    const int frameSize = rawSizeOf(raw);
-    const int held = size / frameSize;
+    const int held = size / raw.size;
     if (held == 0 || options.frames > held) {
-        program().fail(
-            concat(options.rawFile, " holds ", held, " frames of ", frameSize, " bytes"));
+        program().fail(concat(options.rawFile, " holds ", held, " frames of ", raw.size, " bytes"));
     }
-    if (size % frameSize != 0) {
+    if (size % raw.size != 0) {
         fprintf(stderr, "Warning: %d bytes left over, less than a frame of %d: %s\n",
-                size % frameSize, frameSize, printable(options.rawFile).c_str());
+                size % raw.size, raw.size, printable(options.rawFile).c_str());
     }
     return options.frames == 0 ? held : options.frames;
 }
@@ -109,7 +107,7 @@ Picture pictureOf(const Options& options, const FrameGeometry& raw, int index) {
     if (options.rawFile.empty()) {
         return testPattern(options.width, options.height, index + 1);
     }
-    const int size = rawSizeOf(raw);
+    const int size = raw.size;
     std::vector<uint8_t> bytes(static_cast<size_t>(size));
     if (FileUtils::readFromFile(options.rawFile, bytes.data(), size, size, index) != size) {
         program().fail(concat("can't read frame ", index + 1, " of ", options.rawFile));

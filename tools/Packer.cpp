@@ -120,14 +120,6 @@ Picture convert(const Picture& from, LinearFormat format, const host::Profile& p
 
 }  // namespace
 
-int rawSizeOf(const FrameGeometry& raw) {
-    // If the height is odd, P010's plane rule counts half a row of chroma, which doesn't exist.
-    const auto last = static_cast<size_t>(raw.layout.planeCount - 1);
-    const int pitch = last == 0 ? raw.buffer.mYPitch : raw.buffer.mUVPitch;
-    return static_cast<int>(raw.offsets.planes[last]) +
-           pitch * raw.layout.planes[last].rows(raw.buffer.mHeight);
-}
-
 Picture unpackFrame(std::vector<uint8_t> bytes, const FrameGeometry& raw) {
     const LinearFormat format = raw.layout.format;
     const int width = raw.buffer.mWidth;

@@ -22,10 +22,8 @@ struct Picture {
     std::function<Pixel(int x, int y)> pixelAt;
 };
 
-// Returns the bytes of a raw frame. Its planes are stored in rows.
-int rawSizeOf(const FrameGeometry& raw);
-
-// Returns the picture of a raw frame. If it has no chroma, this is neutral.
+// Returns the picture of a raw frame, whose planes are stored in rows. If it has no chroma, this is
+// neutral.
 Picture unpackFrame(std::vector<uint8_t> bytes, const FrameGeometry& raw);
 
 // Returns the picture as a dump. space is that of YUV, if the picture or the dump is RGB. A chroma
