@@ -74,13 +74,10 @@ bool isClear(const Readings& best) {
 // If scores differ little, a likely size, fewer frames, and a file that is whole decide.
 double rankOf(const Reading& reading) {
     constexpr double PRECISION = 0.02;  // of a score, from one part of a picture to another
-    double rank = (reading.score + PRECISION) * reading.oddity * (reading.cutOff ? 1.5 : 1);
-    if (reading.frameEnds == FrameEnds::SEEN) {
-        return rank * 0.95;
-    }
     const auto frames = static_cast<double>(reading.frames + (reading.cutOff ? 1 : 0));
-    rank *= 1 + 0.01 * std::log2(frames);
-    return rank * (reading.frameEnds == FrameEnds::MISSING ? 1.05 : 1);
+    const double rank = (reading.score + PRECISION) * reading.oddity * (reading.cutOff ? 1.5 : 1);
+    return rank * (reading.seesEnds.value_or(false) ? 0.95 : 1 + 0.01 * std::log2(frames)) *
+           (reading.seesEnds.value_or(true) ? 1 : 1.05);
 }
 
 // A Searcher tries readings of a file, each once.
@@ -231,10 +228,7 @@ class Searcher {
 
 Reading makeReading(int64_t fileSize, Color::ColorFormat format, FrameSize size,
                     FrameSize aligned) {
-    Reading reading;
-    reading.format = format;
-    reading.size = size;
-    reading.aligned = aligned;
+    Reading reading = {format, Color::UNKNOWN, size, aligned};
     // Rows of YV12's chroma planes start at multiples of 16 bytes, and here those of YUV420P do
     // too.
     if (aligned.width % 32 == 0) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -14,11 +15,6 @@ struct FrameSize {
     int width = 0;   // pixels
     int height = 0;  // lines
 };
-
-// FrameEnds says whether rows of pixels differ where one frame ends and the next begins. UNKNOWN
-// means that the file doesn't tell. It has one frame, for example, or frames of several planes,
-// whose sizes already tell where a frame ends.
-enum class FrameEnds { UNKNOWN, SEEN, MISSING };
 
 // A Reading is one way to read a file of frames.
 struct Reading {
@@ -38,7 +34,10 @@ struct Reading {
     double score = 0;            // the cost of the samples as a share of that of the bytes
     bool isNoise = false;        // neighbors are no more alike than any samples
     bool isTransparent = false;  // alpha is 0 in all pixels that were looked at
-    FrameEnds frameEnds = FrameEnds::UNKNOWN;
+    // Rows of pixels differ wherever one frame ends and the next begins. No value means that the
+    // file doesn't tell. It has one frame, for example, or frames of several planes, whose sizes
+    // already tell where a frame ends.
+    std::optional<bool> seesEnds = std::nullopt;
 
     double rank = 0;   // the score, with what makes the reading less likely; 0 is best
     size_t place = 0;  // among the readings that were tried, from 1 on

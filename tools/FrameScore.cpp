@@ -18,11 +18,6 @@ using Color = ColorConvert;
 constexpr double NOISE = 0.85;  // at least, the cost of neighbors as a share of that of any samples
 constexpr int MAX_SIZE = 12 << 20;  // bytes of the bands that are scored
 
-// Returns the lines of a band, which are at least two rows of blocks, or a few rows.
-int bandLinesOf(const FrameGeometry& frame) {
-    return std::min(frame.buffer.mHeight, frame.layout.planes[0].isLinear() ? 16 : 64);
-}
-
 // Returns the bytes of this many lines of the frame in a plane, which has rows or rows of blocks.
 int64_t bytesOf(const FrameGeometry& frame, size_t plane, int lines) {
     const host::PlaneLayout& layout = frame.layout.planes[plane];
@@ -35,21 +30,17 @@ int64_t bytesOf(const FrameGeometry& frame, size_t plane, int lines) {
     return rows / layout.blockHeight * blocks * layout.blockBytes;
 }
 
-// HeldBands are the bands that a file holds of all planes.
-struct HeldBands {
-    int64_t perFrame;
-    int64_t frames;
-};
-
 // Returns no bands if the file holds less than a third of a plane.
-HeldBands heldBands(const FrameGeometry& frame, int64_t fileSize, int bandLines) {
-    const int64_t whole = frame.buffer.mHeight / bandLines;
+Bands heldBands(const FrameGeometry& frame, int64_t fileSize) {
+    const int lines = std::min(frame.buffer.mHeight, frame.layout.planes[0].isLinear() ? 16 : 64);
+    const int64_t whole = frame.buffer.mHeight / lines;
     int64_t perFrame = whole;
     for (size_t i = 0; i < static_cast<size_t>(frame.layout.planeCount); ++i) {
         const int64_t held = std::max<int64_t>(0, fileSize - frame.offsets.planes[i]);
-        perFrame = std::min(perFrame, held / std::max<int64_t>(1, bytesOf(frame, i, bandLines)));
+        perFrame = std::min(perFrame, held / std::max<int64_t>(1, bytesOf(frame, i, lines)));
     }
-    return {perFrame * 3 < whole ? 0 : perFrame, std::max<int64_t>(1, fileSize / frame.size)};
+    return {lines, perFrame * 3 < whole ? 0 : perFrame,
+            std::max<int64_t>(1, fileSize / frame.size)};
 }
 
 // The cost of the difference of two samples, of at most 10 bits each, is a number of bits.
@@ -148,12 +139,12 @@ Cost costsOf(const Component& plane, int bandLines, int blockWidth, int blockHei
     // Every second line is enough. These include the last ones of rows of blocks.
     for (int y = 1; y < plane.lines && width > 0; y += 2) {
         const uint16_t* row = rowAt(y);
-        Mean edges;
+        inLines.add(costOfRows(row, row + 1, width - 1), width - 1);
         for (int x = blockWidth; blockWidth > 0 && x < width; x += blockWidth) {
-            edges.add(costOf(row[x - 1], row[x]), 1);
+            const double cost = costOf(row[x - 1], row[x]);
+            inLines.add(-cost, -1);
+            edgesInLines.add(cost, 1);
         }
-        edgesInLines.add(edges.cost, edges.count);
-        inLines.add(costOfRows(row, row + 1, width - 1) - edges.cost, width - 1 - edges.count);
         if ((y + 1) % bandLines != 0) {
             const bool isEdge = blockWidth > 0 && (y + 1) % blockHeight == 0;
             (isEdge ? edgesInColumns : inColumns).add(costOfRows(row, rowAt(y + 1), width), width);
@@ -169,8 +160,10 @@ Cost costsOf(const Component& plane, int bandLines, int blockWidth, int blockHei
 double costOfBytes(const unsigned char* bytes, int64_t size) {
     constexpr int STEP = 7;  // No sample or pixel has so many bytes, so all of their bytes count.
     std::array<double, 256> counts = {};
+    double all = 0;
     for (int64_t i = 0; i < size; i += STEP) {
         ++counts[bytes[i]];
+        ++all;
     }
     double cost = 0;
     for (size_t a = 0; a < counts.size(); ++a) {
@@ -178,8 +171,7 @@ double costOfBytes(const unsigned char* bytes, int64_t size) {
             cost += 2 * counts[a] * counts[b] * COSTS[a - b];
         }
     }
-    const auto sampled = static_cast<double>((size + STEP - 1) / STEP);
-    return cost / (sampled * sampled);
+    return cost / (all * all);
 }
 
 // P010's words end with 6 bits that are no part of a sample: they are zeros, or a writer repeats
@@ -206,12 +198,12 @@ FrameScorer::FrameScorer(const std::string& path)
 
 // Fills a frame of few lines with bands that are spread, in each plane, over all that are held.
 // Returns false if the file can't be read.
-bool FrameScorer::readBands(const FrameGeometry& frame, const FrameGeometry& low, int bandLines) {
+bool FrameScorer::readBands(const FrameGeometry& frame, const Bands& held,
+                            const FrameGeometry& low) {
     std::fill_n(mSrc.data(), low.size, static_cast<unsigned char>(0));
-    const HeldBands held = heldBands(frame, mFile.size(), bandLines);
-    const int64_t bands = low.buffer.mHeight / bandLines;
+    const int64_t bands = low.buffer.mHeight / held.lines;
     for (size_t i = 0; i < static_cast<size_t>(frame.layout.planeCount); ++i) {
-        const int64_t bytes = bytesOf(frame, i, bandLines);
+        const int64_t bytes = bytesOf(frame, i, held.lines);
         for (int64_t band = 0; band < bands; ++band) {
             const int64_t from = (2 * band + 1) * held.perFrame * held.frames / (2 * bands);
             const int64_t offset = from / held.perFrame * frame.size + frame.offsets.planes[i] +
@@ -224,32 +216,31 @@ bool FrameScorer::readBands(const FrameGeometry& frame, const FrameGeometry& low
     return true;
 }
 
-FrameEnds FrameScorer::findFrameEnds(const FrameGeometry& frame) {
+std::optional<bool> FrameScorer::seesFrameEnds(const FrameGeometry& frame) {
     constexpr int64_t MAX_ENDS = 16;
     constexpr double LEAST_COST = 0.02;  // a byte
     const int64_t ends = mFile.size() / frame.size - 1;
     const int64_t pitch = frame.buffer.mYPitch;
     if (ends < 1 || frame.layout.planeCount != 1 || !frame.layout.isUnpacked() ||
         4 * pitch > frame.size) {
-        return FrameEnds::UNKNOWN;
+        return {};
     }
     const int64_t count = std::min(ends, MAX_ENDS);
-    int64_t seen = 0;
     for (int64_t i = 0; i < count; ++i) {
         // This reads two rows before the end of a frame, and two after it.
         const int64_t end = (1 + i * ends / count) * frame.size;
         const unsigned char* rows = mSrc.data();
         if (!mFile.read(end - 2 * pitch, 4 * pitch, mSrc.data())) {
-            return FrameEnds::UNKNOWN;
+            return {};
         }
         const double inside = std::max(costOfRows(rows, rows + pitch, pitch),
                                        costOfRows(rows + 2 * pitch, rows + 3 * pitch, pitch));
         const double across = costOfRows(rows + pitch, rows + 2 * pitch, pitch);
-        seen += across > inside * 1.3 + LEAST_COST * static_cast<double>(pitch) ? 1 : 0;
+        if (across <= inside * 1.3 + LEAST_COST * static_cast<double>(pitch)) {
+            return false;
+        }
     }
-    return seen == count      ? FrameEnds::SEEN
-           : 2 * seen > count ? FrameEnds::UNKNOWN
-                              : FrameEnds::MISSING;
+    return true;
 }
 
 bool FrameScorer::score(Reading& reading, int64_t maxBands) {
@@ -257,19 +248,18 @@ bool FrameScorer::score(Reading& reading, int64_t maxBands) {
     const Color::ColorFormat format = reading.format;
     const auto& [width, height] = reading.aligned;
     const FrameGeometry frame(format, width, height);
-    const int bandLines = bandLinesOf(frame);
-    const HeldBands held = heldBands(frame, mFile.size(), bandLines);
-    int64_t bands = std::min({maxBands, std::max<int64_t>(2, MAX_SAMPLES / width / bandLines),
+    const Bands held = heldBands(frame, mFile.size());
+    int64_t bands = std::min({maxBands, std::max<int64_t>(2, MAX_SAMPLES / width / held.lines),
                               held.perFrame * held.frames});
     // Heights of Lumo are multiples of two bands.
     bands -= bands > 1 ? bands % 2 : 0;
-    const int lines = static_cast<int>(bands) * bandLines;
+    const int lines = static_cast<int>(bands) * held.lines;
     const int size = Color::getFrameSize(width, lines, format);
     const auto output = Color::getDefaultOutputFormat(format);
     const int outputSize = Color::getFrameSize(width, lines, output);
-    if (!failure().empty() || size <= 0 || size > MAX_SIZE || outputSize <= 0 ||
-        outputSize > MAX_SIZE || !frame.isWholeBlocks() || frame.isCompressed(mFile) ||
-        !readBands(frame, FrameGeometry(format, width, lines), bandLines)) {
+    if (!failure().empty() || std::min(size, outputSize) <= 0 ||
+        std::max(size, outputSize) > MAX_SIZE || !frame.isWholeBlocks() ||
+        frame.isCompressed(mFile) || !readBands(frame, held, FrameGeometry(format, width, lines))) {
         return false;
     }
     const double bytesCost = costOfBytes(mSrc.data(), size) * size;
@@ -294,7 +284,7 @@ bool FrameScorer::score(Reading& reading, int64_t maxBands) {
         componentsOf(frame.layout.format, width, lines, mDst.data(), unusedBits);
     for (const Component& plane : components) {
         const host::PlaneLayout& stored = frame.layout.planes[plane.lines < lines ? 1 : 0];
-        const Cost costs = costsOf(plane, plane.lines * bandLines / lines,
+        const Cost costs = costsOf(plane, plane.lines * held.lines / lines,
                                    stored.blockWidth / plane.perUnit, stored.blockHeight);
         cost += costs.near * plane.width * plane.lines;
         if (&plane == &components.front()) {
@@ -307,6 +297,6 @@ bool FrameScorer::score(Reading& reading, int64_t maxBands) {
     reading.isTransparent =
         components.size() == 4 &&
         std::all_of(last.begin(), last.end(), [](int alpha) { return alpha == 0; });
-    reading.frameEnds = findFrameEnds(frame);
+    reading.seesEnds = seesFrameEnds(frame);
     return true;
 }
