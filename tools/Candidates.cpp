@@ -4,12 +4,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <iterator>
 #include <set>
 #include <tuple>
 #include <utility>
 
-#include "DumpFile.h"
 #include "FrameScore.h"
 #include "color/Catalogue.h"
 
@@ -20,7 +18,7 @@ using Readings = std::vector<Reading>;
 
 // These are sizes in use: of video, of screens, of phones held upright and sideways, and of
 // cameras. If a format aligns two of them to the same size, the first is taken.
-constexpr FrameSize SIZES[] = {
+const std::vector<FrameSize> SIZES = {
     {176, 144},   {352, 240},   {352, 288},   {320, 240},   {480, 270},   {480, 320},
     {640, 360},   {640, 480},   {704, 576},   {720, 480},   {720, 576},   {854, 480},
     {960, 540},   {1024, 576},  {1280, 720},  {1440, 1080}, {1920, 1080}, {1920, 1088},
@@ -42,26 +40,21 @@ constexpr int64_t ENOUGH = 16 << 10;  // bytes of a file, at least, to doubt a n
 
 constexpr size_t KEPT = 8;  // readings that are scored again by more lines
 
-// Rows of YV12's chroma planes start at multiples of 16 bytes. If those of YUV420P do too, the two
-// formats are twins: they differ in the order of two planes alone.
-Color::ColorFormat twinOf(Color::ColorFormat format, int alignedWidth) {
-    const bool isAlike = alignedWidth % 32 == 0;
-    return isAlike && format == Color::YV12      ? Color::YUV420P
-           : isAlike && format == Color::YUV420P ? Color::YV12
-                                                 : Color::UNKNOWN;
-}
+// Few bands of lines are enough to find the best readings. Many decide between them.
+constexpr int64_t LEAST_BANDS = 4;
+constexpr int64_t FEW_BANDS = 12;
+constexpr int64_t MANY_BANDS = INT64_MAX;
 
-bool isReadByBoard(Color::ColorFormat format) {
-    char board[PROPERTY_VALUE_MAX] = {};
-    const bool isSet = property_get("ro.board.platform", board, "") > 0;
-    return !isSet || Color::checkPlatformSupport(format);
-}
+// These are the oddities of sizes.
+constexpr double LIKELY = 0.9;  // the name or the options give the size
+constexpr double USUAL = 1;     // it is in use
+constexpr double OTHER = 1.1;
 
-// Returns sizes of as many pixels, with the shape of a picture: that size, and those that are meant
-// if it swaps the sides, or is off by a factor of two.
+// Returns sizes of as many pixels, with the shape of a picture, that are meant if that size swaps
+// the sides, or is off by a factor of two.
 std::vector<FrameSize> variantsOf(const FrameSize& size) {
     constexpr int MAX_SHAPE = 3;
-    std::vector<FrameSize> sizes = {size, {size.height, size.width}};
+    std::vector<FrameSize> sizes = {{size.height, size.width}};
     for (const FrameSize& other :
          {FrameSize{size.width * 2, size.height / 2}, FrameSize{size.width / 2, size.height * 2}}) {
         if (other.width <= MAX_SHAPE * other.height && other.height <= MAX_SHAPE * other.width) {
@@ -71,118 +64,97 @@ std::vector<FrameSize> variantsOf(const FrameSize& size) {
     return sizes;
 }
 
-// A Collection has the readings of a file that are tried, each once. The file holds half a frame of
-// each of them, or more.
-class Collection {
+void append(Readings& to, const Readings& more) { to.insert(to.end(), more.begin(), more.end()); }
+
+bool isClear(const Readings& best) {
+    return !best.empty() && !best[0].isNoise && !best[0].cutOff &&
+           (best.size() == 1 || best[1].isNoise || best[1].rank >= CLEAR * best[0].rank);
+}
+
+// If scores differ little, a likely size, fewer frames, and a file that is whole decide.
+double rankOf(const Reading& reading) {
+    constexpr double PRECISION = 0.02;  // of a score, from one part of a picture to another
+    const auto frames = static_cast<double>(reading.frames + (reading.cutOff ? 1 : 0));
+    const double rank = (reading.score + PRECISION) * reading.oddity * (reading.cutOff ? 1.5 : 1);
+    return rank * (reading.seesEnds.value_or(false) ? 0.95 : 1 + 0.01 * std::log2(frames)) *
+           (reading.seesEnds.value_or(true) ? 1 : 1.05);
+}
+
+// A Searcher tries readings of a file, each once.
+class Searcher {
   public:
     // known has the only format, width and height to try. If no format is given, the board's are
     // tried.
-    Collection(int64_t fileSize, const CommandLineOptions& known)
-        : mFileSize(fileSize), mKnown(known) {
+    Searcher(const std::string& path, const CommandLineOptions& known)
+        : mScorer(path), mKnown(known) {
+        char board[PROPERTY_VALUE_MAX] = {};
+        const bool hasBoard = property_get("ro.board.platform", board, "") > 0;
         for (int value = 1; value < Color::COLOR_FORMAT_COUNT; ++value) {
             const auto format = static_cast<Color::ColorFormat>(value);
-            if (known.inputFormat == Color::UNKNOWN ? isReadByBoard(format)
-                                                    : known.inputFormat == format) {
+            if (known.inputFormat == Color::UNKNOWN
+                    ? !hasBoard || Color::checkPlatformSupport(format)
+                    : known.inputFormat == format) {
                 mFormats.push_back(format);
             }
         }
     }
 
-    void add(const Reading& reading) {
-        const auto idOf = [&](Color::ColorFormat format) {
-            return std::tuple(format, reading.aligned.width, reading.aligned.height);
-        };
+    // Adds a reading to try, if the file holds half a frame or more. Twins are one reading.
+    void add(Reading reading, double oddity) {
+        const auto format = reading.twin == Color::YV12 ? Color::YV12 : reading.format;
         if ((mKnown.width == 0 || mKnown.width == reading.size.width) &&
             (mKnown.height == 0 || mKnown.height == reading.size.height) && reading.frameSize > 0 &&
-            mFileSize >= reading.frameSize / 2 && mSeen.count(idOf(reading.twin)) == 0 &&
-            mSeen.insert(idOf(reading.format)).second) {
+            fileSize() >= reading.frameSize / 2 &&
+            mSeen.insert({format, reading.aligned.width, reading.aligned.height}).second) {
+            reading.oddity = oddity;
             mFills = mFills || !reading.cutOff;
-            (reading.cutOff && !reading.named ? mCutOff : mFirst).push_back(reading);
+            (reading.cutOff && !reading.named ? mCutOff : mNew).push_back(reading);
         }
     }
 
-    template <typename Sizes>
-    void addSizes(const Sizes& sizes) {
+    void addSize(Color::ColorFormat format, const FrameSize& size, double oddity) {
+        const auto [width, height] = Color::getDefaultAlignedSize(size.width, size.height, format);
+        add(makeReading(fileSize(), format, size, {width, height}), oddity);
+    }
+
+    void addSizes(const std::vector<FrameSize>& sizes, double oddity) {
         for (const FrameSize& size : sizes) {
             for (const Color::ColorFormat format : mFormats) {
-                add(makeReading(mFileSize, format, size));
+                addSize(format, size, oddity);
             }
         }
     }
 
-    // Adds each size of the format, with a width of 0.4 to 2.5 times the height, of which some
-    // hundred frames or fewer fill the file.
-    void addSizesThatFill(Color::ColorFormat format) {
+    // Returns the best readings of each format, with a width of 0.4 to 2.5 times the height, of
+    // which some hundred frames or fewer fill the file.
+    Readings bestThatFill() {
         constexpr int64_t MAX_FRAMES = 300;
-        for (int64_t frames = 1; frames <= MAX_FRAMES; ++frames) {
-            if (mFileSize % frames == 0) {
-                addSizesOf(format, mFileSize / frames);
+        Readings all;
+        for (const Color::ColorFormat format : mFormats) {
+            for (int64_t frames = 1; frames <= MAX_FRAMES; ++frames) {
+                if (fileSize() % frames == 0) {
+                    addSizesOf(format, fileSize() / frames);
+                }
             }
+            append(all, best(takeNew(), LEAST_BANDS));
         }
+        return all;
     }
-
-    const std::vector<Color::ColorFormat>& formats() const { return mFormats; }
 
     // Takes the readings that were not taken before: those whose frames fill the file, and the
     // named one.
-    Readings take() { return std::exchange(mFirst, {}); }
+    Readings takeNew() { return std::exchange(mNew, {}); }
 
     // Returns the others, which are cut off.
     const Readings& cutOff() const { return mCutOff; }
 
-    bool tried() const { return !mSeen.empty(); }
-    bool fills() const { return mFills; }
-
-  private:
-    // Adds the sizes of frames of that many bytes. Wider frames and higher ones have more bytes.
-    void addSizesOf(Color::ColorFormat format, int64_t frameSize) {
-        constexpr int MIN_SIDE = 64;
-        constexpr int MAX_SIDE = 8192;
-        const int stepX = std::max(2, colorFormatInfo(format).widthAlignment);
-        const int stepY = std::max(2, colorFormatInfo(format).heightAlignment);
-        const auto bytesOf = [&](int width, int height) {
-            const int bytes = Color::getFrameSize(width, height, format);
-            return bytes < 0 ? INT64_MAX : int64_t{bytes};
-        };
-        int height = MAX_SIDE;
-        for (int width = MIN_SIDE; width <= MAX_SIDE; width += stepX) {
-            while (height > stepY && bytesOf(width, height) > frameSize) {
-                height -= stepY;
-            }
-            const bool isPicture = 2 * width <= 5 * height && 2 * height <= 5 * width;
-            if (isPicture && bytesOf(width, height) == frameSize) {
-                add(makeReading(mFileSize, format, {width, height}));
-            }
-        }
-    }
-
-    const int64_t mFileSize;
-    const CommandLineOptions mKnown;
-    std::vector<Color::ColorFormat> mFormats;
-    std::set<std::tuple<Color::ColorFormat, int, int>> mSeen;  // formats and aligned sizes
-    Readings mFirst;
-    Readings mCutOff;
-    bool mFills = false;
-};
-
-// Scores readings of one file. likelySizes are those that its name or options give.
-class Ranking {
-  public:
-    Ranking(FrameScorer& scorer, std::vector<FrameSize> likelySizes)
-        : mScorer(scorer), mLikelySizes(std::move(likelySizes)) {}
-
-    // Returns the best readings, the best first, at most count and the named one. Readings that
-    // can't be scored are left out.
-    Readings best(const Readings& readings, ScoredLines scored, size_t count) const {
+    // Returns the best readings, the best first, and the named one. Readings that can't be scored
+    // are left out.
+    Readings best(const Readings& readings, int64_t maxBands) {
         Readings ranked;
         for (Reading reading : readings) {
-            const auto score = mScorer.score(scored, reading.format, reading.aligned.width,
-                                             reading.aligned.height);
-            if (score) {
-                reading.score = score->score;
-                reading.isNoise = score->isNoise;
-                reading.isTransparent = score->isTransparent;
-                reading.rank = rankOf(reading, *score);
+            if (mScorer.score(reading, maxBands)) {
+                reading.rank = rankOf(reading);
                 ranked.push_back(reading);
             }
         }
@@ -192,86 +164,78 @@ class Ranking {
         Readings kept;
         for (size_t i = 0; i < ranked.size(); ++i) {
             ranked[i].place = std::max(ranked[i].place, i + 1);
-            if (i < count || ranked[i].named) {
+            if (i < KEPT || ranked[i].named) {
                 kept.push_back(ranked[i]);
             }
         }
         return kept;
     }
 
-    // Returns true if the reading has one of the sizes that are tried first.
-    bool isUsual(const Reading& reading) const {
-        return isSizeOf(reading, mLikelySizes) || isSizeOf(reading, SIZES);
+    // Returns the readings that tell something, which none does if the best one is noise.
+    Search finish(const Readings& best) const {
+        Search search;
+        search.failure = mScorer.failure();
+        if (best.empty() || best[0].isNoise || !search.failure.empty()) {
+            return search;
+        }
+        search.isClear = isClear(best);
+        for (const Reading& reading : best) {
+            // Readings that fill the file come before those that are cut off. If one that is cut
+            // off is the best nevertheless, they are left out.
+            const bool isHidden = reading.isNoise || (best[0].cutOff && !reading.cutOff);
+            if (reading.named || (!isHidden && search.readings.size() < Search::MAX_READINGS)) {
+                search.readings.push_back(reading);
+            }
+        }
+        std::stable_partition(search.readings.begin(), search.readings.end(),
+                              [](const Reading& reading) { return !reading.cutOff; });
+        return search;
     }
+
+    int64_t fileSize() const { return mScorer.fileSize(); }
+    bool tried() const { return !mSeen.empty(); }
+    bool fills() const { return mFills; }
 
   private:
-    // If scores differ little, a likely size, fewer frames, and a file that is whole decide.
-    double rankOf(const Reading& reading, const FrameScore& score) const {
-        constexpr double PRECISION = 0.02;  // of a score, from one part of a picture to another
-        double rank = reading.score + PRECISION;
-        rank *= isSizeOf(reading, mLikelySizes) ? 0.9 : isSizeOf(reading, SIZES) ? 1 : 1.1;
-        if (score.frameEnds == FrameEnds::SEEN) {
-            rank *= 0.95;
-        } else {
-            const auto frames = static_cast<double>(reading.frames + (reading.cutOff ? 1 : 0));
-            rank *=
-                (1 + 0.01 * std::log2(frames)) * (score.frameEnds == FrameEnds::MISSING ? 1.05 : 1);
+    // Adds the sizes of frames of that many bytes. Wider frames and higher ones have more bytes.
+    void addSizesOf(Color::ColorFormat format, int64_t frameSize) {
+        constexpr int MIN_SIDE = 64;
+        constexpr int MAX_SIDE = 8192;  // No frame of such sides is out of range.
+        const int stepX = std::max(2, colorFormatInfo(format).widthAlignment);
+        const int stepY = std::max(2, colorFormatInfo(format).heightAlignment);
+        int height = MAX_SIDE;
+        for (int width = MIN_SIDE; width <= MAX_SIDE; width += stepX) {
+            while (height > stepY && Color::getFrameSize(width, height, format) > frameSize) {
+                height -= stepY;
+            }
+            const bool isPicture = 2 * width <= 5 * height && 2 * height <= 5 * width;
+            if (isPicture && Color::getFrameSize(width, height, format) == frameSize) {
+                addSize(format, {width, height}, OTHER);
+            }
         }
-        return rank * (reading.cutOff ? 1.5 : 1);
     }
 
-    template <typename Sizes>
-    static bool isSizeOf(const Reading& reading, const Sizes& sizes) {
-        return std::any_of(std::begin(sizes), std::end(sizes), [&](const FrameSize& size) {
-            return Color::getDefaultAlignedSize(size.width, size.height, reading.format) ==
-                   std::pair(reading.aligned.width, reading.aligned.height);
-        });
-    }
-
-    FrameScorer& mScorer;
-    const std::vector<FrameSize> mLikelySizes;
+    FrameScorer mScorer;
+    const CommandLineOptions mKnown;
+    std::vector<Color::ColorFormat> mFormats;
+    std::set<std::tuple<Color::ColorFormat, int, int>> mSeen;  // formats and aligned sizes
+    Readings mNew;
+    Readings mCutOff;
+    bool mFills = false;
 };
-
-void append(Readings& to, const Readings& more) { to.insert(to.end(), more.begin(), more.end()); }
-
-bool isClear(const Readings& best) {
-    return !best.empty() && !best[0].isNoise && !best[0].cutOff &&
-           (best.size() == 1 || best[1].isNoise || best[1].rank >= CLEAR * best[0].rank);
-}
-
-// Takes over the readings that tell something, which none does if the best one is noise.
-void finish(const Readings& best, const FrameScorer& scorer, Search& search) {
-    search.failure = scorer.failure();
-    if (best.empty() || best[0].isNoise || !search.failure.empty()) {
-        return;
-    }
-    search.isClear = isClear(best);
-    for (const Reading& reading : best) {
-        // Readings that fill the file come before those that are cut off. If one that is cut off is
-        // the best nevertheless, they are left out.
-        const bool isHidden = reading.isNoise || (best[0].cutOff && !reading.cutOff);
-        if (reading.named || (!isHidden && search.readings.size() < Search::MAX_READINGS)) {
-            search.readings.push_back(reading);
-        }
-    }
-    std::stable_partition(search.readings.begin(), search.readings.end(),
-                          [](const Reading& reading) { return !reading.cutOff; });
-}
 
 }  // namespace
 
-Reading makeReading(int64_t fileSize, Color::ColorFormat format, FrameSize size) {
-    const auto [width, height] = Color::getDefaultAlignedSize(size.width, size.height, format);
-    return makeReading(fileSize, format, size, {width, height});
-}
-
 Reading makeReading(int64_t fileSize, Color::ColorFormat format, FrameSize size,
                     FrameSize aligned) {
-    Reading reading;
-    reading.format = format;
-    reading.size = size;
-    reading.aligned = aligned;
-    reading.twin = twinOf(format, aligned.width);
+    Reading reading = {format, Color::UNKNOWN, size, aligned};
+    // Rows of YV12's chroma planes start at multiples of 16 bytes, and here those of YUV420P do
+    // too.
+    if (aligned.width % 32 == 0) {
+        reading.twin = format == Color::YV12      ? Color::YUV420P
+                       : format == Color::YUV420P ? Color::YV12
+                                                  : Color::UNKNOWN;
+    }
     // Some formats have headers of a fixed size, even for a frame without lines.
     const bool hasPixels = aligned.width > 0 && aligned.height > 0;
     reading.frameSize = hasPixels ? Color::getFrameSize(aligned.width, aligned.height, format) : 0;
@@ -296,44 +260,33 @@ std::ostream& operator<<(std::ostream& stream, const Reading& reading) {
 
 Search searchReadings(const std::string& path, const CommandLineOptions& known,
                       const std::vector<FrameSize>& namedSizes, const Reading& named) {
-    Search search;
-    DumpFile file(path);
-    FrameScorer scorer(file);
-    std::vector<FrameSize> likelySizes = namedSizes;
-    likelySizes.push_back({known.width, known.height});
-    const Ranking ranking(scorer, likelySizes);
-    Collection readings(file.size(), known);
-    readings.add(named);
-    readings.addSizes(likelySizes);
-    readings.addSizes(SIZES);
-    // Few lines are enough to find the best readings. Many lines decide between them.
-    Readings best = ranking.best(readings.take(), ScoredLines::FEW, KEPT);
+    Searcher searcher(path, known);
+    searcher.add(named, LIKELY);
+    searcher.addSizes(namedSizes, LIKELY);
+    searcher.addSizes({{known.width, known.height}}, LIKELY);
+    searcher.addSizes(SIZES, USUAL);
+    Readings best = searcher.best(searcher.takeNew(), FEW_BANDS);
     if (!best.empty()) {
         for (const FrameSize& size : variantsOf(best[0].size)) {
-            readings.add(makeReading(file.size(), best[0].format, size));
+            searcher.addSize(best[0].format, size, OTHER);
         }
-        append(best, readings.take());
-        best = ranking.best(best, ScoredLines::MANY, KEPT);
+        append(best, searcher.takeNew());
+        best = searcher.best(best, MANY_BANDS);
     }
-    if (!isClear(best) || best[0].score > PICTURE || !ranking.isUsual(best[0])) {
-        Readings more;
-        for (const Color::ColorFormat format : readings.formats()) {
-            readings.addSizesThatFill(format);
-            append(more, ranking.best(readings.take(), ScoredLines::LEAST, KEPT));
-        }
-        append(best, ranking.best(more, ScoredLines::FEW, KEPT));
-        append(best, ranking.best(readings.cutOff(), ScoredLines::FEW, KEPT));
-        best = ranking.best(best, ScoredLines::MANY, KEPT);
+    if (!isClear(best) || best[0].score > PICTURE || best[0].oddity > USUAL) {
+        append(best, searcher.best(searcher.bestThatFill(), FEW_BANDS));
+        append(best, searcher.best(searcher.cutOff(), FEW_BANDS));
+        best = searcher.best(best, MANY_BANDS);
     }
-    finish(best, scorer, search);
+    Search search = searcher.finish(best);
     search.doubted = named.frameSize > 0 && search.isClear;
     search.note =
-        !readings.tried()
+        !searcher.tried()
             ? "No size was tried. The file is too small for those in use, or none of them has the "
               "given width or height: give -w and -h."
         : search.readings.empty()
             ? "The samples do not tell the format: they all have one value, or look like noise."
-        : !readings.fills()
+        : !searcher.fills()
             ? "No size that was tried fills the file. The last frame is cut off, or the size is "
               "another one: give -w and -h if you know them."
             : "";
@@ -341,22 +294,16 @@ Search searchReadings(const std::string& path, const CommandLineOptions& known,
 }
 
 Search checkReading(const std::string& path, const Reading& named) {
-    Search search;
-    DumpFile file(path);
-    FrameScorer scorer(file);
-    const Ranking ranking(scorer, {named.size});
-    Collection readings(file.size(), {});
-    readings.add(named);
-    readings.addSizes(variantsOf(named.size));
-    readings.addSizes(SIZES);
-    Readings best = ranking.best(readings.take(), ScoredLines::LEAST, KEPT);
-    best = ranking.best(best, ScoredLines::FEW, KEPT);
+    Searcher searcher(path, {});
+    searcher.add(named, LIKELY);
+    searcher.addSizes({named.size}, LIKELY);
+    searcher.addSizes(SIZES, USUAL);
+    searcher.addSizes(variantsOf(named.size), OTHER);
+    const Readings best = searcher.best(searcher.best(searcher.takeNew(), LEAST_BANDS), FEW_BANDS);
+    Search search = searcher.finish(best);
     const auto found = std::find_if(best.begin(), best.end(),
                                     [](const Reading& reading) { return reading.named; });
-    if (found != best.end() && !best[0].isNoise) {
-        search.doubted = file.size() >= ENOUGH && best[0].score <= PLAUSIBLE &&
-                         found->rank >= DOUBTFUL * best[0].rank;
-    }
-    finish(best, scorer, search);
+    search.doubted = found != best.end() && !best[0].isNoise && searcher.fileSize() >= ENOUGH &&
+                     best[0].score <= PLAUSIBLE && found->rank >= DOUBTFUL * best[0].rank;
     return search;
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -27,16 +28,24 @@ struct Reading {
     int64_t frames = 0;   // whole frames in the file
     bool cutOff = false;  // the file ends within a frame
     bool named = false;   // by the file's name, or by options
-    double score = 0;     // of the frames: see FrameScore
-    bool isNoise = false;
+    double oddity = 0;    // of the size: what its rank is multiplied by
+
+    // The next ones come from the samples: see FrameScorer.
+    double score = 0;            // the cost of the samples as a share of that of the bytes
+    bool isNoise = false;        // neighbors are no more alike than any samples
     bool isTransparent = false;  // alpha is 0 in all pixels that were looked at
-    double rank = 0;             // the score, with what makes the reading less likely; 0 is best
-    size_t place = 0;            // among the readings that were tried, from 1 on
+    // Rows of pixels differ wherever one frame ends and the next begins. No value means that the
+    // file doesn't tell. It has one frame, for example, or frames of several planes, whose sizes
+    // already tell where a frame ends.
+    std::optional<bool> seesEnds = std::nullopt;
+
+    double rank = 0;   // the score, with what makes the reading less likely; 0 is best
+    size_t place = 0;  // among the readings that were tried, from 1 on
 };
 
-// Returns the reading of a file of that many bytes. aligned is the size of the frames, if it is not
-// the one to which the format is aligned. The frame size is 0 or less if there are no such frames.
-Reading makeReading(int64_t fileSize, ColorConvert::ColorFormat format, FrameSize size);
+// Returns the reading of a file of that many bytes. aligned is the size of the frames, which is
+// mostly the one to which the format is aligned. The frame size is 0 or less if there are no such
+// frames.
 Reading makeReading(int64_t fileSize, ColorConvert::ColorFormat format, FrameSize size,
                     FrameSize aligned);
 

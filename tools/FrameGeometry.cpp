@@ -6,10 +6,8 @@
 
 FrameGeometry::FrameGeometry(ColorConvert::ColorFormat format, int width, int height)
     : size(ColorConvert::getFrameSize(width, height, format)),
-      layout(*host::findLayout(colorFormatInfo(format).pxColor)) {
-    buffer.mFormat = format;
-    buffer.mWidth = width;
-    buffer.mHeight = height;
+      layout(*host::findLayout(colorFormatInfo(format).pxColor)),
+      buffer{format, ColorConvert::BT601_LIMIT, width, height} {
     colorFormatInfo(format).calculate(buffer);
     offsets = layout.offsets(width, height, buffer.mPlaneSize);
 }

@@ -6,24 +6,17 @@
 #include <optional>
 #include <string>
 
+#include "Candidates.h"
 #include "DumpFile.h"
 #include "FrameGeometry.h"
-#include "color/ColorConvert.h"
 #include "memory/DmabufMemory.h"
 
-// FrameEnds says whether rows of pixels differ where one frame ends and the next begins. UNKNOWN
-// means that the file doesn't tell. It has one frame, for example, or frames of several planes,
-// whose sizes already tell where a frame ends.
-enum class FrameEnds { UNKNOWN, SEEN, MISSING };
-
-struct FrameScore {
-    double score;  // the cost of the samples as a share of the cost of the bytes; 0 is best
-    bool isNoise;  // neighbors in luma, or in the first color, are no more alike than any samples
-    bool isTransparent;  // alpha is 0 everywhere
-    FrameEnds frameEnds;
+// Bands are the bands of lines that a file holds of all planes of its frames.
+struct Bands {
+    int lines;  // of a band: at least two rows of blocks, or a few rows
+    int64_t perFrame;
+    int64_t frames;
 };
-
-enum class ScoredLines { LEAST, FEW, MANY };
 
 // The cost of samples is the mean number of bits, a byte of the dump, of the differences of
 // neighbors in lines and columns. Neighbors in a picture are alike. With a wrong width lines are
@@ -37,23 +30,23 @@ enum class ScoredLines { LEAST, FEW, MANY };
 // frame size that is a little too small or too large shows in the later frames.
 class FrameScorer {
   public:
-    // The file stays the caller's.
-    explicit FrameScorer(DumpFile& file);
+    explicit FrameScorer(const std::string& path);
 
-    // width (pixels) and height (lines) are aligned. Returns no score if the bytes have one value,
-    // if the blocks are compressed, if the file holds less than a third of a plane, if lines are
-    // too long, or after a failure.
-    std::optional<FrameScore> score(ScoredLines scored, ColorConvert::ColorFormat format, int width,
-                                    int height);
+    int64_t fileSize() const { return mFile.size(); }
+
+    // Fills in what the samples say of the reading: its score and what follows it. Returns false if
+    // the bytes have one value, if the blocks are compressed, if the file holds less than a third
+    // of a plane, if lines are too long, or after a failure.
+    bool score(Reading& reading, int64_t maxBands);
 
     // Returns the reason of the first failure, after which nothing is scored, or an empty text.
     const std::string& failure() const { return mFailure.empty() ? mFile.failure() : mFailure; }
 
   private:
-    bool readBands(const FrameGeometry& frame, const FrameGeometry& low, int bandLines);
-    FrameEnds findFrameEnds(const FrameGeometry& frame);
+    bool readBands(const FrameGeometry& frame, const Bands& held, const FrameGeometry& low);
+    std::optional<bool> seesFrameEnds(const FrameGeometry& frame);
 
-    DumpFile& mFile;
+    DumpFile mFile;
     std::string mFailure;
     DmabufMemory mSrc;
     DmabufMemory mDst;
