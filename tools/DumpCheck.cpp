@@ -83,7 +83,10 @@ void decode(const CommandLineOptions& options, DumpCheck& dump) {
                  "VexConverter needs all of -w, -h and -f, or none of them and a ",
                  "rule that decodes the name.");
     } else {
-        dump.reading = makeReading(dump.fileSize, format, {options.width, options.height});
+        const auto [width, height] =
+            Color::getDefaultAlignedSize(options.width, options.height, format);
+        dump.reading =
+            makeReading(dump.fileSize, format, {options.width, options.height}, {width, height});
         if (Color::isSeparate(format)) {
             dump.add(Verdict::NOTHING, "Options can't convert ", nameOf(format),
                      ": leave out -w, -h and -f, and give a rule that decodes the name.");
