@@ -50,25 +50,25 @@ struct Options {
     bool json = false;
 };
 
-Options parseOptions(const Companion& program, int argc, char* argv[]) {
+Options parseOptions(int argc, char* argv[]) {
     Options options;
     CommandLineOptions& tool = options.tool;
-    program.parseOptions(
+    startCompanion(
         argc, argv, tool,
         {{"config-file", 'c', true, [&](const char* v) { tool.configFilePath = v; }},
          {"json", 0, false, [&](const char*) { options.json = true; }},
-         {"pictures", 0, true, [&](const char* v) { options.pictureFolder = program.folder(v); }},
-         {"outputs", 0, true, [&](const char* v) { options.writtenFolder = program.folder(v); }}});
+         {"pictures", 0, true, [&](const char* v) { options.pictureFolder = folderFrom(v); }},
+         {"outputs", 0, true, [&](const char* v) { options.writtenFolder = folderFrom(v); }}});
     tool.png = !options.pictureFolder.empty();
     if (tool.inputPaths.empty()) {
-        program.fail("no file or folder is given");
+        fail("no file or folder is given");
     }
     const std::string& written = options.writtenFolder;
     if (!written.empty() && access(written.c_str(), R_OK | X_OK) != 0 && errno != ENOENT) {
-        program.fail(concat("the folder ", written, " can't be read: ", strerror(errno)));
+        fail(concat("the folder ", written, " can't be read: ", strerror(errno)));
     }
     if (FileUtils::parseConfigFile(tool.configFilePath) < 0) {
-        program.fail(concat("the rules can't be used, ", host::lastLogEntry()));
+        fail(concat("the rules can't be used, ", host::lastLogEntry()));
     }
     return options;
 }
@@ -221,10 +221,11 @@ class Prober {
 
 }  // namespace
 
+const Companion companion = {"probe-dump", USAGE, 2};
+
 int main(int argc, char* argv[]) {
-    const Companion program("probe-dump", USAGE, 2);
     useProgramsMemoryForJson();
-    const Options options = parseOptions(program, argc, argv);
+    const Options options = parseOptions(argc, argv);
     std::error_code error;
     std::filesystem::create_directories(options.pictureFolder, error);
     Prober prober(options);
@@ -240,5 +241,5 @@ int main(int argc, char* argv[]) {
     if (options.json) {
         puts("]");
     }
-    return program.finish(prober.allWell() ? 0 : 1);
+    return finish(prober.allWell() ? 0 : 1);
 }
