@@ -43,8 +43,8 @@ constexpr const char* USAGE =
     "The status is 0 if every dump converts in full, 1 if some dump does not, and 2\n"
     "if the options are wrong or the answer can't be written.\n";
 
-struct Options {
-    CommandLineOptions tool;  // as VexConverter takes them
+// The inherited options are those that VexConverter has too.
+struct Options : CommandLineOptions {
     std::string pictureFolder;
     std::string writtenFolder;  // whose outputs are checked, if it is not empty
     bool json = false;
@@ -52,33 +52,24 @@ struct Options {
 
 Options parseOptions(int argc, char* argv[]) {
     Options options;
-    CommandLineOptions& tool = options.tool;
     startCompanion(
-        argc, argv, tool,
-        {{"config-file", 'c', true, [&](const char* v) { tool.configFilePath = v; }},
+        argc, argv, options,
+        {{"config-file", 'c', true, [&](const char* v) { options.configFilePath = v; }},
          {"json", 0, false, [&](const char*) { options.json = true; }},
          {"pictures", 0, true, [&](const char* v) { options.pictureFolder = folderFrom(v); }},
          {"outputs", 0, true, [&](const char* v) { options.writtenFolder = folderFrom(v); }}});
-    tool.png = !options.pictureFolder.empty();
-    if (tool.inputPaths.empty()) {
+    options.png = !options.pictureFolder.empty();
+    if (options.inputPaths.empty()) {
         fail("no file or folder is given");
     }
     const std::string& written = options.writtenFolder;
     if (!written.empty() && access(written.c_str(), R_OK | X_OK) != 0 && errno != ENOENT) {
         fail(concat("the folder ", written, " can't be read: ", strerror(errno)));
     }
-    if (FileUtils::parseConfigFile(tool.configFilePath) < 0) {
+    if (FileUtils::parseConfigFile(options.configFilePath) < 0) {
         fail(concat("the rules can't be used, ", host::lastLogEntry()));
     }
     return options;
-}
-
-// cJSON reports a lack of memory only by leaving something out. With these functions the program
-// ends instead.
-void useProgramsMemoryForJson() {
-    cJSON_Hooks hooks = {[](size_t size) { return operator new(size); },
-                         [](void* memory) { operator delete(memory); }};
-    cJSON_InitHooks(&hooks);
 }
 
 // Returns the files of the folder. Says why they can't be listed, if that is so.
@@ -115,131 +106,106 @@ std::vector<DumpCheck> checkRun(const std::vector<std::string>& inputs,
     return dumps;
 }
 
-// A Prober prints what is to be said of dumps.
-class Prober {
-  public:
-    explicit Prober(const Options& options)
-        : mOptions(options), mPictures(options.pictureFolder, options.tool.inputColorSpace) {}
-
-    // Prints what is to be said of each dump of a run.
-    void reportRun(const std::vector<std::string>& inputs) {
-        for (DumpCheck& dump : checkRun(inputs, mOptions.tool)) {
-            if (mOptions.writtenFolder.empty()) {
-                probe(dump);
-            } else {
-                checkWrittenOutputs(dump, mOptions.writtenFolder);
-            }
-            if (mOptions.json) {
-                fputs(std::exchange(mSeparator, ",\n"), stdout);
-            }
-            const auto print = mOptions.json ? printJson : printText;
-            print(dump, mOptions.tool);
-            mAllWell &= dump.verdict == Verdict::CONVERTS;
-        }
-    }
-
-    // Returns true if all dumps convert, or after a run if all outputs are whole, and if all
-    // pictures were written.
-    bool allWell() const { return mAllWell; }
-
-  private:
-    // Finds what the dump could be, and adds to its problems what the samples tell.
-    void probe(DumpCheck& dump) {
-        Search& search = dump.search;
-        if (dump.canBeRead && dump.isUnknown()) {
-            search = findReadings(dump);
-        } else if (dump.canBeRead && dump.reading.frameSize > 0) {
-            search = compareReading(dump);
-        }
-        if (!search.failure.empty()) {
-            dump.add(Verdict::WRONG, "The samples can't be looked at: ", search.failure, ".");
-        } else if (!search.note.empty()) {
-            dump.notes.push_back(search.note);
-        }
-        const auto& readings = search.readings;
-        if (std::any_of(readings.begin(), readings.end(), [&](const Reading& reading) {
-                return reading.isTransparent && (reading.named || !dump.hasReading());
-            })) {
-            dump.notes.emplace_back(
-                "Alpha is 0 in all pixels that were read, so viewers may show an empty picture. "
-                "The pictures that --pictures writes are opaque.");
-        }
-        if (search.doubted) {
-            dump.add(Verdict::WRONG, "The samples look like ", search.readings[0],
-                     ", and not like what ",
-                     dump.rule ? "the name says: " : "the options say: ", dump.reading, ".");
-        } else if (!dump.isUnknown()) {
-            search.readings.clear();
-        }
-        if (mOptions.tool.png) {
-            writePictures(dump);
-        }
-    }
-
-    Search findReadings(const DumpCheck& dump) const {
-        CommandLineOptions known = mOptions.tool;
-        if (dump.hasReading()) {
-            known.inputFormat = ColorConvert::UNKNOWN;  // it does not fit
-        }
-        return searchReadings(dump.path, known, namedSizesOf(dump), dump.reading);
-    }
-
-    // Compares what the name or the options say with the samples. Dumps of one kind come from one
-    // writer, so it is enough that a few of each kind are right.
-    Search compareReading(const DumpCheck& dump) {
-        constexpr int ENOUGH = 10;
-        const Reading& reading = dump.reading;
-        int& right = mRightOfKind[concat(reading, " ", reading.aligned, " ", dump.fileSize)];
-        if (right == ENOUGH) {
-            return {};
-        }
-        Search search = checkReading(dump.path, reading);
-        right = search.doubted || !search.failure.empty() ? 0 : right + 1;
-        return search;
-    }
-
-    void writePictures(const DumpCheck& dump) {
-        const auto& readings = dump.search.readings;
-        if (dump.reading.frameSize > 0) {
-            mAllWell &= mPictures.write(dump, dump.reading, "name");
-        }
-        for (size_t i = 0; i < readings.size(); ++i) {
-            if (!readings[i].named) {
-                mAllWell &= mPictures.write(dump, readings[i], std::to_string(i + 1));
-            }
-        }
-    }
-
-    const Options& mOptions;
-    PictureFolder mPictures;
+// Compares what the name or the options say with the samples. Dumps of one kind come from one
+// writer, so it is enough that a few of each kind are right.
+Search compareReading(const DumpCheck& dump) {
+    constexpr int ENOUGH = 10;
     // This counts for each kind of dump how many in succession were right. The kind is a text of
     // the format, the sizes and the bytes of the file.
-    std::map<std::string, int> mRightOfKind;
-    const char* mSeparator = "[";  // comes before the next object of JSON
-    bool mAllWell = true;
-};
+    static std::map<std::string, int> rightOfKind;
+    const Reading& reading = dump.reading;
+    int& right = rightOfKind[concat(reading, " ", reading.aligned, " ", dump.fileSize)];
+    if (right == ENOUGH) {
+        return {};
+    }
+    Search search = checkReading(dump.path, reading);
+    right = search.doubted || !search.failure.empty() ? 0 : right + 1;
+    return search;
+}
+
+Search findReadings(const DumpCheck& dump, CommandLineOptions known) {
+    if (dump.hasReading()) {
+        known.inputFormat = ColorConvert::UNKNOWN;  // it does not fit
+    }
+    return searchReadings(dump.path, known, namedSizesOf(dump), dump.reading);
+}
+
+// Finds what the dump could be, and adds to its problems what the samples tell.
+void probe(DumpCheck& dump, const CommandLineOptions& options) {
+    Search& search = dump.search;
+    if (dump.canBeRead && dump.isUnknown()) {
+        search = findReadings(dump, options);
+    } else if (dump.canBeRead && dump.reading.frameSize > 0) {
+        search = compareReading(dump);
+    }
+    if (!search.failure.empty()) {
+        dump.add(Verdict::WRONG, "The samples can't be looked at: ", search.failure, ".");
+    } else if (!search.note.empty()) {
+        dump.notes.push_back(search.note);
+    }
+    const auto& readings = search.readings;
+    if (std::any_of(readings.begin(), readings.end(), [&](const Reading& reading) {
+            return reading.isTransparent && (reading.named || !dump.hasReading());
+        })) {
+        dump.notes.emplace_back(
+            "Alpha is 0 in all pixels that were read, so viewers may show an empty picture. "
+            "The pictures that --pictures writes are opaque.");
+    }
+    if (search.doubted) {
+        dump.add(Verdict::WRONG, "The samples look like ", search.readings[0],
+                 ", and not like what ",
+                 dump.rule ? "the name says: " : "the options say: ", dump.reading, ".");
+    } else if (!dump.isUnknown()) {
+        search.readings.clear();
+    }
+}
+
+// Prints what is to be said of each dump. Returns true if all dumps convert, or after a run if all
+// outputs are whole, and if all pictures were written.
+bool reportDumps(const Options& options) {
+    bool allWell = true;
+    const char* separator = "[";  // comes before the next object of JSON
+    const std::vector<std::string>& inputs = options.inputPaths;
+    for (auto input = inputs.begin(); input != inputs.end();) {
+        // Each folder is a run of its own, and so are files in succession.
+        const auto end = FileUtils::isDirectory(*input)
+                             ? input + 1
+                             : std::find_if(input + 1, inputs.end(), FileUtils::isDirectory);
+        for (DumpCheck& dump : checkRun({input, end}, options)) {
+            if (!options.writtenFolder.empty()) {
+                checkWrittenOutputs(dump, options.writtenFolder);
+            } else {
+                probe(dump, options);
+                allWell &= !options.png ||
+                           writePictures(dump, options.pictureFolder, options.inputColorSpace);
+            }
+            if (options.json) {
+                fputs(std::exchange(separator, ",\n"), stdout);
+            }
+            const auto print = options.json ? printJson : printText;
+            print(dump, options);
+            allWell &= dump.verdict == Verdict::CONVERTS;
+        }
+        input = end;
+    }
+    return allWell;
+}
 
 }  // namespace
 
 const Companion companion = {"probe-dump", USAGE, 2};
 
 int main(int argc, char* argv[]) {
-    useProgramsMemoryForJson();
+    // cJSON reports a lack of memory only by leaving something out. With these functions the
+    // program ends instead.
+    cJSON_Hooks hooks = {operator new, operator delete };
+    cJSON_InitHooks(&hooks);
     const Options options = parseOptions(argc, argv);
     std::error_code error;
     std::filesystem::create_directories(options.pictureFolder, error);
-    Prober prober(options);
-    const std::vector<std::string>& inputs = options.tool.inputPaths;
-    for (auto input = inputs.begin(); input != inputs.end();) {
-        // Each folder is a run of its own, and so are files in succession.
-        const auto end = FileUtils::isDirectory(*input)
-                             ? input + 1
-                             : std::find_if(input + 1, inputs.end(), FileUtils::isDirectory);
-        prober.reportRun({input, end});
-        input = end;
-    }
+    const bool allWell = reportDumps(options);
     if (options.json) {
         puts("]");
     }
-    return finish(prober.allWell() ? 0 : 1);
+    return finish(allWell ? 0 : 1);
 }
