@@ -62,9 +62,9 @@ Options parseOptions(int argc, char* argv[]) {
     if (options.inputPaths.empty()) {
         fail("no file or folder is given");
     }
-    const std::string& written = options.writtenFolder;
-    if (!written.empty() && access(written.c_str(), R_OK | X_OK) != 0 && errno != ENOENT) {
-        fail(concat("the folder ", written, " can't be read: ", strerror(errno)));
+    // Without --outputs the name is empty, and no folder has that name.
+    if (access(options.writtenFolder.c_str(), R_OK | X_OK) != 0 && errno != ENOENT) {
+        fail(concat("the folder ", options.writtenFolder, " can't be read: ", strerror(errno)));
     }
     if (FileUtils::parseConfigFile(options.configFilePath) < 0) {
         fail(concat("the rules can't be used, ", host::lastLogEntry()));
@@ -72,37 +72,24 @@ Options parseOptions(int argc, char* argv[]) {
     return options;
 }
 
-// Returns the files of the folder. Says why they can't be listed, if that is so.
-std::vector<std::string> listFolder(const std::string& path, std::string& failure) {
+// Returns the dumps of a folder. They are sorted by name only after the check, because the part
+// file that VexConverter reaches first names a set's output.
+std::vector<DumpCheck> checkFolder(const std::string& path, const CommandLineOptions& options) {
     std::vector<std::string> files;
     const std::string before = host::lastLogEntry();
     FileUtils::getFilePathsInDirectory(path, files);
     const std::string entry = host::lastLogEntry();
-    failure = access(path.c_str(), R_OK | X_OK) != 0 ? strerror(errno)
-              : entry != before                      ? entry
-                                                     : "";
-    return files;
-}
-
-// Returns the dumps of one run of VexConverter, which takes a folder or several files. The dumps of
-// a folder are sorted by name only afterwards, because the part file that is reached first names a
-// set's output.
-std::vector<DumpCheck> checkRun(const std::vector<std::string>& inputs,
-                                const CommandLineOptions& options) {
-    const std::string& input = inputs.front();
-    const bool isFolder = FileUtils::isDirectory(input);
-    std::string failure;
-    const std::vector<std::string> files = isFolder ? listFolder(input, failure) : inputs;
+    const std::string failure = access(path.c_str(), R_OK | X_OK) != 0 ? strerror(errno)
+                                : entry != before                      ? entry
+                                                                       : "";
     std::vector<DumpCheck> dumps = checkDumps(files, options);
     if (files.empty() || !failure.empty()) {
-        dumps.emplace_back().path = input;
+        dumps.emplace_back().path = path;
         dumps.back().add(Verdict::NOTHING, "The folder ",
                          failure.empty() ? "has no files" : "can't be listed: ", failure, ".");
     }
-    if (isFolder) {
-        std::sort(dumps.begin(), dumps.end(),
-                  [](const DumpCheck& a, const DumpCheck& b) { return a.path < b.path; });
-    }
+    std::sort(dumps.begin(), dumps.end(),
+              [](const DumpCheck& a, const DumpCheck& b) { return a.path < b.path; });
     return dumps;
 }
 
@@ -167,11 +154,12 @@ bool reportDumps(const Options& options) {
     const char* separator = "[";  // comes before the next object of JSON
     const std::vector<std::string>& inputs = options.inputPaths;
     for (auto input = inputs.begin(); input != inputs.end();) {
-        // Each folder is a run of its own, and so are files in succession.
-        const auto end = FileUtils::isDirectory(*input)
-                             ? input + 1
-                             : std::find_if(input + 1, inputs.end(), FileUtils::isDirectory);
-        for (DumpCheck& dump : checkRun({input, end}, options)) {
+        // VexConverter takes a folder in one run, or several files.
+        const bool isFolder = FileUtils::isDirectory(*input);
+        const auto end =
+            isFolder ? input + 1 : std::find_if(input, inputs.end(), FileUtils::isDirectory);
+        for (DumpCheck& dump :
+             isFolder ? checkFolder(*input, options) : checkDumps({input, end}, options)) {
             if (!options.writtenFolder.empty()) {
                 checkWrittenOutputs(dump, options.writtenFolder);
             } else {
