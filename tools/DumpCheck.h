@@ -27,7 +27,7 @@ struct DumpCheck {
     std::optional<std::string> rule;     // name of the rule that decodes the path
     Reading reading;                     // by the name or by options; UNKNOWN if nothing tells it
     std::vector<std::string> partFiles;  // of a set: the bodies and headers of luma, then chroma
-    int64_t fileSize = 0;                // bytes
+    int64_t fileSize = 0;                // bytes; 0 for a set
     std::optional<int64_t> frames;       // whole frames in the file
     // These are the names of the files that VexConverter writes: the raw one, then the pictures. Of
     // more than 10,000 pictures only the first and the last are here.

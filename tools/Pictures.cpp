@@ -19,13 +19,10 @@ using Color = ColorConvert;
 // Reads the first frame, which is stored in one file or in part files, and clears what they don't
 // have of it. Returns the reason of a failure.
 std::string readFirstFrame(const DumpCheck& dump, const Reading& reading, unsigned char* to) {
-    std::vector<std::string> files = {dump.path};
-    std::vector<std::pair<int, int>> parts = {{reading.frameSize, 0}};
-    if (dump.isSet()) {
-        files = dump.partFiles;
-        parts =
-            Color::getSeparateSize(reading.aligned.width, reading.aligned.height, reading.format);
-    }
+    const auto& [width, height] = reading.aligned;
+    const auto files = dump.isSet() ? dump.partFiles : std::vector{dump.path};
+    const auto parts = dump.isSet() ? Color::getSeparateSize(width, height, reading.format)
+                                    : std::vector{std::pair(reading.frameSize, 0)};
     std::fill_n(to, reading.frameSize, static_cast<unsigned char>(0));
     for (size_t i = 0; i < parts.size(); ++i) {
         DumpFile file(files[i]);
