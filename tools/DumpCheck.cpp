@@ -26,8 +26,6 @@ using Color = ColorConvert;
 
 constexpr int64_t MAX_PICTURES = 10000;  // whose names are listed, or that are missed
 
-const char* nameOf(Color::ColorFormat format) { return colorFormatInfo(format).name; }
-
 // Adds a note if the name has a code that the rule doesn't know, so that the rule's default is
 // used.
 void noteUnknownCode(const FormatConfig& match, DumpCheck& dump) {
@@ -89,7 +87,7 @@ void decode(const CommandLineOptions& options, DumpCheck& dump) {
         dump.reading =
             makeReading(dump.fileSize, format, {options.width, options.height}, {width, height});
         if (Color::isSeparate(format)) {
-            dump.add(Verdict::NOTHING, "Options can't convert ", nameOf(format),
+            dump.add(Verdict::NOTHING, "Options can't convert ", colorFormatInfo(format).name,
                      ": leave out -w, -h and -f, and give a rule that decodes the name.");
         }
     }
@@ -132,7 +130,7 @@ bool checkParts(DumpCheck& dump) {
     const auto parts =
         Color::getSeparateSize(reading.aligned.width, reading.aligned.height, reading.format);
     if (parts.empty()) {
-        dump.add(Verdict::NOTHING, nameOf(reading.format),
+        dump.add(Verdict::NOTHING, colorFormatInfo(reading.format).name,
                  " has no part files: set \"Separate\" to false in the rule.");
         return false;
     }
@@ -275,8 +273,8 @@ void checkOutput(const std::string& output, bool isRaw, DumpCheck& dump) {
     }
 }
 
-// Writers has the dumps that have an output of each name.
-using Writers = std::map<std::string, std::vector<const DumpCheck*>>;
+// Writers has the paths of the dumps that have an output of each name.
+using Writers = std::map<std::string, std::vector<std::string>>;
 
 // Says which outputs can't be written, are there already, or are written for another dump too.
 void checkOutputs(const Writers& writers, DumpCheck& dump) {
@@ -294,7 +292,7 @@ void checkOutputs(const Writers& writers, DumpCheck& dump) {
         const auto& sharers = writers.at(output);
         if (sharers.size() > 1) {
             dump.add(Verdict::APPENDS, "The output ", output, " would be written for ",
-                     sharers[&dump == sharers[0] ? 1 : 0]->path,
+                     sharers[dump.path == sharers[0] ? 1 : 0],
                      " too: give each an output folder of its own.");
             return;
         }
@@ -342,24 +340,21 @@ std::vector<DumpCheck> checkDumps(const std::vector<std::string>& paths,
                                   const CommandLineOptions& options) {
     std::vector<DumpCheck> dumps;
     SeparateFiles partFiles;
+    Writers writers;
     std::string place = options.outputPath;
     for (const std::string& path : paths) {
         if (place.empty() && FileUtils::isFile(path)) {
             place = path;  // whose folder takes the outputs of all dumps
         }
         if (partFiles.count(path) == 0) {
-            DumpCheck dump;
+            DumpCheck& dump = dumps.emplace_back();
             dump.path = path;
             dump.outputFolder = FileUtils::getFolderPath(place);
             check(dump, options);
             partFiles.insert(dump.partFiles.begin(), dump.partFiles.end());
-            dumps.push_back(std::move(dump));
-        }
-    }
-    Writers writers;
-    for (const DumpCheck& dump : dumps) {
-        for (const std::string& output : dump.outputs) {
-            writers[output].push_back(&dump);
+            for (const std::string& output : dump.outputs) {
+                writers[output].push_back(path);
+            }
         }
     }
     for (DumpCheck& dump : dumps) {

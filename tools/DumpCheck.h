@@ -47,6 +47,8 @@ struct DumpCheck {
     }
     bool isSet() const { return !partFiles.empty(); }
     bool hasReading() const { return reading.format != ColorConvert::UNKNOWN; }
+    // Returns who says what the reading is.
+    const char* sayer() const { return rule ? "the name says" : "the options say"; }
     // Nothing tells the format, or the file's size contradicts it.
     bool isUnknown() const { return !hasReading() || (frames && reading.cutOff); }
 };

@@ -108,9 +108,7 @@ void printCandidates(const DumpCheck& dump, const CommandLineOptions& options) {
         const Reading& reading = search.readings[i];
         printLine("Candidate ", rankOf(search, i), ": ", reading, ", frames: ", reading.frames,
                   reading.cutOff ? ", cut off" : "",
-                  reading.named && dump.rule ? ", which the name says"
-                  : reading.named            ? ", which the options say"
-                                             : "");
+                  reading.named ? concat(", which ", dump.sayer()) : "");
         printLine("  ", commandFor(reading, dump, options));
     }
 }
