@@ -140,43 +140,30 @@ void probe(DumpCheck& dump, const CommandLineOptions& options) {
     }
     if (search.doubted) {
         dump.add(Verdict::WRONG, "The samples look like ", search.readings[0],
-                 ", and not like what ",
-                 dump.rule ? "the name says: " : "the options say: ", dump.reading, ".");
+                 ", and not like what ", dump.sayer(), ": ", dump.reading, ".");
     } else if (!dump.isUnknown()) {
         search.readings.clear();
     }
 }
 
-// Prints what is to be said of each dump. Returns true if all dumps convert, or after a run if all
-// outputs are whole, and if all pictures were written.
-bool reportDumps(const Options& options) {
-    bool allWell = true;
-    const char* separator = "[";  // comes before the next object of JSON
-    const std::vector<std::string>& inputs = options.inputPaths;
-    for (auto input = inputs.begin(); input != inputs.end();) {
-        // VexConverter takes a folder in one run, or several files.
-        const bool isFolder = FileUtils::isDirectory(*input);
-        const auto end =
-            isFolder ? input + 1 : std::find_if(input, inputs.end(), FileUtils::isDirectory);
-        for (DumpCheck& dump :
-             isFolder ? checkFolder(*input, options) : checkDumps({input, end}, options)) {
-            if (!options.writtenFolder.empty()) {
-                checkWrittenOutputs(dump, options.writtenFolder);
-            } else {
-                probe(dump, options);
-                allWell &= !options.png ||
-                           writePictures(dump, options.pictureFolder, options.inputColorSpace);
-            }
-            if (options.json) {
-                fputs(std::exchange(separator, ",\n"), stdout);
-            }
-            const auto print = options.json ? printJson : printText;
-            print(dump, options);
-            allWell &= dump.verdict == Verdict::CONVERTS;
-        }
-        input = end;
+// Prints what is to be said of a dump. Returns true if it converts, or after a run if all its
+// outputs are whole, and if its pictures were written.
+bool report(DumpCheck& dump, const Options& options) {
+    static const char* separator = "[";  // comes before the next object of JSON
+    bool hasPictures = true;
+    if (!options.writtenFolder.empty()) {
+        checkWrittenOutputs(dump, options.writtenFolder);
+    } else {
+        probe(dump, options);
+        hasPictures =
+            !options.png || writePictures(dump, options.pictureFolder, options.inputColorSpace);
     }
-    return allWell;
+    if (options.json) {
+        fputs(std::exchange(separator, ",\n"), stdout);
+    }
+    const auto print = options.json ? printJson : printText;
+    print(dump, options);
+    return hasPictures && dump.verdict == Verdict::CONVERTS;
 }
 
 }  // namespace
@@ -191,7 +178,19 @@ int main(int argc, char* argv[]) {
     const Options options = parseOptions(argc, argv);
     std::error_code error;
     std::filesystem::create_directories(options.pictureFolder, error);
-    const bool allWell = reportDumps(options);
+    bool allWell = true;
+    const std::vector<std::string>& inputs = options.inputPaths;
+    for (auto input = inputs.begin(); input != inputs.end();) {
+        // VexConverter takes a folder in one run, or several files.
+        const bool isFolder = FileUtils::isDirectory(*input);
+        const auto end =
+            isFolder ? input + 1 : std::find_if(input, inputs.end(), FileUtils::isDirectory);
+        for (DumpCheck& dump :
+             isFolder ? checkFolder(*input, options) : checkDumps({input, end}, options)) {
+            allWell &= report(dump, options);
+        }
+        input = end;
+    }
     if (options.json) {
         puts("]");
     }
