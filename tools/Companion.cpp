@@ -19,7 +19,7 @@ namespace {
 // Returns the value of the table's row with that name. If there is none, it ends the program, and
 // says which name has the same letters in another case, or else which names there are.
 template <typename Table>
-auto find(const Companion& program, const char* what, const char* name, const Table& table) {
+auto find(const char* what, const char* name, const Table& table) {
     std::string known;
     std::string likely;
     for (const auto& row : table) {
@@ -29,37 +29,31 @@ auto find(const Companion& program, const char* what, const char* name, const Ta
         likely = strcasecmp(row.name, name) == 0 ? row.name : likely;
         known += (known.empty() ? "" : ", ") + std::string(row.name);
     }
-    program.fail(
-        concat("unknown ", what, ": ", name,
-               likely.empty() ? "; known are " + known : ", did you mean " + likely + "?"));
+    fail(concat("unknown ", what, ": ", name,
+                likely.empty() ? "; known are " + known : ", did you mean " + likely + "?"));
 }
 
 }  // namespace
 
-Companion::Companion(const char* name, const char* usage, int wrongStatus)
-    : mName(name), mUsage(usage), mWrongStatus(wrongStatus) {
+void startCompanion(int argc, char* argv[], CommandLineOptions& options,
+                    std::vector<OptionRow> rows) {
     signal(SIGXFSZ, SIG_IGN);
     exitWhenOutOfMemory();
     setlocale(LC_CTYPE, "C.UTF-8");
-}
-
-void Companion::parseOptions(int argc, char* argv[], CommandLineOptions& options,
-                             std::vector<OptionRow> rows) const {
-    const auto print = [this](const std::string& text) {
+    const auto print = [](const std::string& text) {
         fputs(text.c_str(), stdout);
         exit(finish(0));
     };
     const std::vector<OptionRow> common = {
-        {"format", 'f', true, [&](const char* v) { options.inputFormat = format(v); }},
-        {"width", 'w', true, [&](const char* v) { options.width = number("the width", v); }},
-        {"height", 'h', true, [&](const char* v) { options.height = number("the height", v); }},
-        {"output", 'o', true, [&](const char* v) { options.outputPath = folder(v); }},
+        {"format", 'f', true, [&](const char* v) { options.inputFormat = formatFrom(v); }},
+        {"width", 'w', true, [&](const char* v) { options.width = numberFrom("the width", v); }},
+        {"height", 'h', true, [&](const char* v) { options.height = numberFrom("the height", v); }},
+        {"output", 'o', true, [&](const char* v) { options.outputPath = folderFrom(v); }},
         {"colorspace", 0, true,
-         [&](const char* v) {
-             options.inputColorSpace = find(*this, "color space", v, colorSpaceInfos);
-         }},
-        {"help", 0, false, [&](const char*) { print(mUsage); }},
-        {"version", 0, false, [&](const char*) { print(concat(mName, " " VEX_VERSION "\n")); }}};
+         [&](const char* v) { options.inputColorSpace = find("color space", v, colorSpaceInfos); }},
+        {"help", 0, false, [&](const char*) { print(companion.usage); }},
+        {"version", 0, false,
+         [&](const char*) { print(concat(companion.name, " " VEX_VERSION "\n")); }}};
     rows.insert(rows.end(), common.begin(), common.end());
     std::vector<option> known;
     std::string letters;
@@ -79,7 +73,7 @@ void Companion::parseOptions(int argc, char* argv[], CommandLineOptions& options
             return option.letter == letter;
         });
         if (row == rows.end()) {
-            fputs(mUsage, stderr);
+            fputs(companion.usage, stderr);
             fail(concat("unknown option, or one without its value: ", argv[optind - 1]));
         }
         row->apply(optarg);
@@ -87,7 +81,7 @@ void Companion::parseOptions(int argc, char* argv[], CommandLineOptions& options
     options.inputPaths.assign(argv + optind, argv + argc);
 }
 
-int Companion::number(const char* what, const char* value) const {
+int numberFrom(const char* what, const char* value) {
     char* end = nullptr;
     const long number = strtol(value, &end, 10);
     if (*end != '\0' || number < 1 || number > 1'000'000) {
@@ -96,23 +90,23 @@ int Companion::number(const char* what, const char* value) const {
     return static_cast<int>(number);
 }
 
-ColorConvert::ColorFormat Companion::format(const char* value) const {
-    return find(*this, "color format", value, colorFormatInfos);
+ColorConvert::ColorFormat formatFrom(const char* value) {
+    return find("color format", value, colorFormatInfos);
 }
 
-std::string Companion::folder(const char* value) const {
+std::string folderFrom(const char* value) {
     if (*value == '\0') {
         fail("the name of the folder is empty");
     }
     return value;
 }
 
-void Companion::fail(const std::string& problem) const {
+void fail(const std::string& problem) {
     fprintf(stderr, "Error: %s\n", printable(problem).c_str());
-    exit(mWrongStatus);
+    exit(companion.wrongStatus);
 }
 
-int Companion::finish(int status) const {
+int finish(int status) {
     if (fflush(stdout) != 0 || ferror(stdout) != 0) {
         fail(concat("standard output can't be written: ", strerror(errno)));
     }

@@ -15,31 +15,29 @@ struct OptionRow {
     std::function<void(const char* value)> apply;
 };
 
-class Companion {
-  public:
-    // A lack of memory ends the program from now on, and a limit on file sizes makes writes fail.
-    // wrongStatus is its status if the options are wrong, or if standard output can't be written.
-    Companion(const char* name, const char* usage, int wrongStatus);
-
-    // Applies the options in their order: those in rows, --help, --version, and those for the
-    // format, the size, the folder and the color space of options, which both companions have.
-    // The input paths are the other arguments. Ends the program for an unknown option.
-    void parseOptions(int argc, char* argv[], CommandLineOptions& options,
-                      std::vector<OptionRow> rows) const;
-
-    // These end the program if the value is none that they know.
-    int number(const char* what, const char* value) const;  // from 1 to 1,000,000
-    ColorConvert::ColorFormat format(const char* value) const;
-    std::string folder(const char* value) const;
-
-    // Ends the program with an error message.
-    [[noreturn]] void fail(const std::string& problem) const;
-
-    // Returns the status, or fails if the program's answer could not be printed in full.
-    int finish(int status) const;
-
-  private:
-    const char* mName;
-    const char* mUsage;
-    const int mWrongStatus;
+// Each companion defines what it is called and how it fails.
+struct Companion {
+    const char* name;
+    const char* usage;
+    int wrongStatus;  // its status if the options are wrong, or if standard output can't be written
 };
+extern const Companion companion;
+
+// Each companion calls this first. A lack of memory ends the program from now on, and a limit on
+// file sizes makes writes fail. Applies the options in their order: those in rows, --help,
+// --version, and those for the format, the size, the folder and the color space of options, which
+// both companions have. The input paths are the other arguments. Ends the program for an unknown
+// option.
+void startCompanion(int argc, char* argv[], CommandLineOptions& options,
+                    std::vector<OptionRow> rows);
+
+// These end the program if the value is none that they know.
+int numberFrom(const char* what, const char* value);  // from 1 to 1,000,000
+ColorConvert::ColorFormat formatFrom(const char* value);
+std::string folderFrom(const char* value);
+
+// Ends the program with an error message.
+[[noreturn]] void fail(const std::string& problem);
+
+// Returns the status, or fails if the program's answer could not be printed in full.
+int finish(int status);

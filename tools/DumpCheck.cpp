@@ -1,6 +1,5 @@
 #include "DumpCheck.h"
 
-#include <cutils/properties.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -14,6 +13,7 @@
 
 #include "DumpFile.h"
 #include "FrameGeometry.h"
+#include "Settings.h"
 #include "color/Catalogue.h"
 #include "config/FormatConfig.h"
 #include "driver/FileConversion.h"
@@ -25,8 +25,6 @@ namespace {
 using Color = ColorConvert;
 
 constexpr int64_t MAX_PICTURES = 10000;  // whose names are listed, or that are missed
-
-const char* nameOf(Color::ColorFormat format) { return colorFormatInfo(format).name; }
 
 // Adds a note if the name has a code that the rule doesn't know, so that the rule's default is
 // used.
@@ -61,6 +59,7 @@ void decodeByRules(DumpCheck& dump) {
     }
     if (job.separate) {
         dump.partFiles = {job.yBodyFile, job.yHeaderFile, job.cBodyFile, job.cHeaderFile};
+        dump.fileSize = 0;
     }
     dump.rule = match->name;
     dump.reading = makeReading(dump.fileSize, job.inputFormat, {match->width, match->height},
@@ -88,7 +87,7 @@ void decode(const CommandLineOptions& options, DumpCheck& dump) {
         dump.reading =
             makeReading(dump.fileSize, format, {options.width, options.height}, {width, height});
         if (Color::isSeparate(format)) {
-            dump.add(Verdict::NOTHING, "Options can't convert ", nameOf(format),
+            dump.add(Verdict::NOTHING, "Options can't convert ", colorFormatInfo(format).name,
                      ": leave out -w, -h and -f, and give a rule that decodes the name.");
         }
     }
@@ -100,14 +99,13 @@ void checkBoard(DumpCheck& dump) {
     if (Color::checkPlatformSupport(dump.reading.format)) {
         return;
     }
-    char board[PROPERTY_VALUE_MAX] = {};
-    property_get("ro.board.platform", board, "");
+    const char* board = host::boardPlatform();
     const ColorFormatInfo& info = colorFormatInfo(dump.reading.format);
     std::string readers;
     for (const char* const* name = info.support.boards; *name != nullptr; ++name) {
         readers += concat(readers.empty() ? "" : ", ", *name);
     }
-    const bool isSet = *board != '\0';
+    const bool isSet = board != nullptr && *board != '\0';
     dump.add(Verdict::NOTHING,
              isSet ? concat("The board ", board, " does not read ")
                    : "No board is set (VEX_HOST_BOARD_PLATFORM), and ",
@@ -132,7 +130,7 @@ bool checkParts(DumpCheck& dump) {
     const auto parts =
         Color::getSeparateSize(reading.aligned.width, reading.aligned.height, reading.format);
     if (parts.empty()) {
-        dump.add(Verdict::NOTHING, nameOf(reading.format),
+        dump.add(Verdict::NOTHING, colorFormatInfo(reading.format).name,
                  " has no part files: set \"Separate\" to false in the rule.");
         return false;
     }
@@ -172,12 +170,9 @@ void checkLength(DumpCheck& dump) {
     }
 }
 
-// Returns the number of the last picture, or 0 if there is one picture, without a number.
-int64_t lastPictureOf(const DumpCheck& dump) {
-    return dump.isSet() || !holdsSeveralFrames(dump.fileSize, dump.reading.frameSize)
-               ? 0
-               : dump.reading.frames;
-}
+// Returns how many frames VexConverter writes. A frame that is cut off counts if it is the only
+// one.
+int64_t framesWritten(const DumpCheck& dump) { return std::max<int64_t>(1, dump.reading.frames); }
 
 Color::ColorFormat outputFormatOf(const DumpCheck& dump) {
     return Color::getDefaultOutputFormat(dump.reading.format);
@@ -190,7 +185,9 @@ int frameSizeIn(Color::ColorFormat format, const DumpCheck& dump) {
 }
 
 std::string picturePath(const DumpCheck& dump, const std::string& folder, int64_t frame) {
-    return getOutputPath(dump.path, Color::RGBA8888, folder, true, static_cast<int>(frame));
+    const bool isNumbered = holdsSeveralFrames(dump.fileSize, dump.reading.frameSize);
+    return getOutputPath(dump.path, Color::RGBA8888, folder, true,
+                         isNumbered ? static_cast<int>(frame) : 0);
 }
 
 // Lists what VexConverter would write.
@@ -199,9 +196,9 @@ void listOutputs(DumpCheck& dump) {
     if (frameSizeIn(Color::RGBA8888, dump) < 0) {
         return;
     }
-    const int64_t last = lastPictureOf(dump);
-    const int64_t step = last > MAX_PICTURES ? last - 1 : 1;
-    for (int64_t frame = std::min<int64_t>(last, 1); frame <= last; frame += step) {
+    const int64_t frames = framesWritten(dump);
+    const int64_t step = frames > MAX_PICTURES ? frames - 1 : 1;
+    for (int64_t frame = 1; frame <= frames; frame += step) {
         dump.outputs.push_back(picturePath(dump, "", frame).substr(1));
     }
 }
@@ -239,7 +236,7 @@ void checkFrames(DumpFile& file, DumpCheck& dump) {
                  "The headers are not all zero, so the blocks are most likely compressed: convert ",
                  "the dump on the device, because a PC can't read them.");
     }
-    if (dump.isSet() || dump.fileSize <= INT_MAX) {
+    if (dump.fileSize <= INT_MAX) {
         listOutputs(dump);
     }
 }
@@ -276,8 +273,8 @@ void checkOutput(const std::string& output, bool isRaw, DumpCheck& dump) {
     }
 }
 
-// Writers has the dumps that have an output of each name.
-using Writers = std::map<std::string, std::vector<const DumpCheck*>>;
+// Writers has the paths of the dumps that have an output of each name.
+using Writers = std::map<std::string, std::vector<std::string>>;
 
 // Says which outputs can't be written, are there already, or are written for another dump too.
 void checkOutputs(const Writers& writers, DumpCheck& dump) {
@@ -295,7 +292,7 @@ void checkOutputs(const Writers& writers, DumpCheck& dump) {
         const auto& sharers = writers.at(output);
         if (sharers.size() > 1) {
             dump.add(Verdict::APPENDS, "The output ", output, " would be written for ",
-                     sharers[&dump == sharers[0] ? 1 : 0]->path,
+                     sharers[dump.path == sharers[0] ? 1 : 0],
                      " too: give each an output folder of its own.");
             return;
         }
@@ -317,11 +314,10 @@ void checkPicture(const std::string& path, DumpCheck& dump) {
 
 // Says which pictures of the dump are missing or not whole. Returns true if there are some.
 bool checkWrittenPictures(DumpCheck& dump, const std::string& folder) {
-    const int64_t last = lastPictureOf(dump);
+    const int64_t frames = framesWritten(dump);
     bool hasPictures = false;
     int64_t missing = 0;
-    for (int64_t frame = std::min<int64_t>(last, 1); frame <= last && missing <= MAX_PICTURES;
-         ++frame) {
+    for (int64_t frame = 1; frame <= frames && missing <= MAX_PICTURES; ++frame) {
         const std::string picture = picturePath(dump, folder, frame);
         if (FileUtils::isFile(picture)) {
             hasPictures = true;
@@ -332,7 +328,7 @@ bool checkWrittenPictures(DumpCheck& dump, const std::string& folder) {
     }
     if (hasPictures && missing > 0) {
         dump.add(Verdict::PARTLY, missing > MAX_PICTURES ? "More than " : "",
-                 std::min(missing, MAX_PICTURES), " of ", std::max<int64_t>(last, 1),
+                 std::min(missing, MAX_PICTURES), " of ", frames,
                  " pictures are missing: the messages and the log of the run say why.");
     }
     return hasPictures;
@@ -344,24 +340,21 @@ std::vector<DumpCheck> checkDumps(const std::vector<std::string>& paths,
                                   const CommandLineOptions& options) {
     std::vector<DumpCheck> dumps;
     SeparateFiles partFiles;
+    Writers writers;
     std::string place = options.outputPath;
     for (const std::string& path : paths) {
         if (place.empty() && FileUtils::isFile(path)) {
             place = path;  // whose folder takes the outputs of all dumps
         }
         if (partFiles.count(path) == 0) {
-            DumpCheck dump;
+            DumpCheck& dump = dumps.emplace_back();
             dump.path = path;
             dump.outputFolder = FileUtils::getFolderPath(place);
             check(dump, options);
             partFiles.insert(dump.partFiles.begin(), dump.partFiles.end());
-            dumps.push_back(std::move(dump));
-        }
-    }
-    Writers writers;
-    for (const DumpCheck& dump : dumps) {
-        for (const std::string& output : dump.outputs) {
-            writers[output].push_back(&dump);
+            for (const std::string& output : dump.outputs) {
+                writers[output].push_back(path);
+            }
         }
     }
     for (DumpCheck& dump : dumps) {
@@ -392,8 +385,7 @@ void checkWrittenOutputs(DumpCheck& dump, const std::string& folder) {
     dump.verdict = Verdict::CONVERTS;
     const bool hasPictures = checkWrittenPictures(dump, folder);
     const std::string raw = folder + "/" + dump.outputs.front();
-    const int64_t wanted =
-        std::max<int64_t>(lastPictureOf(dump), 1) * frameSizeIn(outputFormatOf(dump), dump);
+    const int64_t wanted = framesWritten(dump) * frameSizeIn(outputFormatOf(dump), dump);
     if (FileUtils::isFile(raw)) {
         const DumpFile file(raw);
         if (checkReadable(file, "The output " + raw, Verdict::WRONG, dump) &&

@@ -27,7 +27,7 @@ struct DumpCheck {
     std::optional<std::string> rule;     // name of the rule that decodes the path
     Reading reading;                     // by the name or by options; UNKNOWN if nothing tells it
     std::vector<std::string> partFiles;  // of a set: the bodies and headers of luma, then chroma
-    int64_t fileSize = 0;                // bytes
+    int64_t fileSize = 0;                // bytes; 0 for a set
     std::optional<int64_t> frames;       // whole frames in the file
     // These are the names of the files that VexConverter writes: the raw one, then the pictures. Of
     // more than 10,000 pictures only the first and the last are here.
@@ -47,6 +47,8 @@ struct DumpCheck {
     }
     bool isSet() const { return !partFiles.empty(); }
     bool hasReading() const { return reading.format != ColorConvert::UNKNOWN; }
+    // Returns who says what the reading is.
+    const char* sayer() const { return rule ? "the name says" : "the options say"; }
     // Nothing tells the format, or the file's size contradicts it.
     bool isUnknown() const { return !hasReading() || (frames && reading.cutOff); }
 };

@@ -41,11 +41,6 @@ constexpr const char* USAGE =
     "      --version              show the version\n"
     "      --help                 show this text\n";
 
-const Companion& program() {
-    static const Companion companion("make-dump", USAGE, 1);
-    return companion;
-}
-
 // The inherited options are those that VexConverter has too. Here they describe the dump.
 struct Options : CommandLineOptions {
     ColorConvert::ColorFormat rawFormat = ColorConvert::UNKNOWN;
@@ -57,18 +52,18 @@ struct Options : CommandLineOptions {
 Options parseOptions(int argc, char* argv[]) {
     Options options;
     options.outputPath = ".";
-    program().parseOptions(
+    startCompanion(
         argc, argv, options,
         {{"frames", 'n', true,
-          [&](const char* v) { options.frames = program().number("the number of frames", v); }},
+          [&](const char* v) { options.frames = numberFrom("the number of frames", v); }},
          {"input", 'i', true, [&](const char* v) { options.rawFile = v; }},
-         {"raw-format", 'r', true, [&](const char* v) { options.rawFormat = program().format(v); }},
+         {"raw-format", 'r', true, [&](const char* v) { options.rawFormat = formatFrom(v); }},
          {"whole", 0, false, [&](const char*) { options.whole = true; }}});
     if (!options.inputPaths.empty()) {
-        program().fail("not an option: " + options.inputPaths[0]);
+        fail("not an option: " + options.inputPaths[0]);
     }
     if (options.inputFormat == ColorConvert::UNKNOWN || options.width == 0 || options.height == 0) {
-        program().fail("format, width and height are needed");
+        fail("format, width and height are needed");
     }
     if (options.rawFormat == ColorConvert::UNKNOWN) {
         options.rawFormat = ColorConvert::getDefaultOutputFormat(options.inputFormat);
@@ -79,8 +74,7 @@ Options parseOptions(int argc, char* argv[]) {
 // Returns the number of frames to write, which the raw file holds if there is one.
 int countFrames(const Options& options, const FrameGeometry& raw) {
     if (!raw.layout.isUnpacked() && !raw.layout.isPlanar()) {
-        program().fail(
-            "raw frames must be in a linear format: NV12, YUV420P, YV12, P010 or an RGB format");
+        fail("raw frames must be in a linear format: NV12, YUV420P, YV12, P010 or an RGB format");
     }
     if (options.rawFile.empty()) {
         return std::max(1, options.frames);
@@ -88,12 +82,12 @@ int countFrames(const Options& options, const FrameGeometry& raw) {
     const DumpFile file(options.rawFile);
     const std::string failure = file.size() > INT_MAX ? "it has 2 GiB or more" : file.failure();
     if (!failure.empty()) {
-        program().fail(concat("can't read ", options.rawFile, ": ", failure));
+        fail(concat("can't read ", options.rawFile, ": ", failure));
     }
     const auto size = static_cast<int>(file.size());
     const int held = size / raw.size;
     if (held == 0 || options.frames > held) {
-        program().fail(concat(options.rawFile, " holds ", held, " frames of ", raw.size, " bytes"));
+        fail(concat(options.rawFile, " holds ", held, " frames of ", raw.size, " bytes"));
     }
     if (size % raw.size != 0) {
         fprintf(stderr, "Warning: %d bytes left over, less than a frame of %d: %s\n",
@@ -110,7 +104,7 @@ Picture pictureOf(const Options& options, const FrameGeometry& raw, int index) {
     const int size = raw.size;
     std::vector<uint8_t> bytes(static_cast<size_t>(size));
     if (FileUtils::readFromFile(options.rawFile, bytes.data(), size, size, index) != size) {
-        program().fail(concat("can't read frame ", index + 1, " of ", options.rawFile));
+        fail(concat("can't read frame ", index + 1, " of ", options.rawFile));
     }
     return unpackFrame(std::move(bytes), raw);
 }
@@ -118,7 +112,7 @@ Picture pictureOf(const Options& options, const FrameGeometry& raw, int index) {
 // Appends to the file, or ends the program.
 void append(const std::string& path, const uint8_t* bytes, int size) {
     if (FileUtils::writeToFile(path, bytes, size) != size) {
-        program().fail(concat("can't write all of ", path));
+        fail(concat("can't write all of ", path));
     }
 }
 
@@ -126,10 +120,10 @@ void append(const std::string& path, const uint8_t* bytes, int size) {
 void writeNew(const std::string& path, const uint8_t* bytes, int size) {
     std::error_code error;
     if (std::filesystem::exists(path, error) && !FileUtils::isFile(path)) {
-        program().fail(concat("can't write ", path, ": it is no regular file"));
+        fail(concat("can't write ", path, ": it is no regular file"));
     }
     if (File(fopen(path.c_str(), "wb")) == nullptr) {
-        program().fail(concat("can't write ", path, ": ", strerror(errno)));
+        fail(concat("can't write ", path, ": ", strerror(errno)));
     }
     append(path, bytes, size);
     printf("%s\n", path.c_str());
@@ -160,7 +154,7 @@ std::vector<DumpName> nameFiles(const Options& options, bool separate, int sets)
         for (const std::string& file : names.back().files) {
             std::error_code error;
             if (std::filesystem::equivalent(file, options.rawFile, error)) {
-                program().fail("the dump would replace its input: " + file);
+                fail("the dump would replace its input: " + file);
             }
         }
     }
@@ -174,7 +168,7 @@ void writeDump(const Options& options) {
     // No output has more bytes than the picture.
     if (ColorConvert::getFrameSize(width, height, format) < 0 ||
         ColorConvert::getFrameSize(width, height, ColorConvert::RGBA8888) < 0) {
-        program().fail("a frame is 2 GiB or more");
+        fail("a frame is 2 GiB or more");
     }
     const FrameGeometry raw(options.rawFormat, options.width, options.height);
     const int frames = countFrames(options, raw);
@@ -187,7 +181,7 @@ void writeDump(const Options& options) {
     std::error_code error;
     std::filesystem::create_directories(options.outputPath, error);
     if (error) {
-        program().fail(concat("can't make the folder ", options.outputPath, ": ", error.message()));
+        fail(concat("can't make the folder ", options.outputPath, ": ", error.message()));
     }
     for (int i = 0; i < frames; ++i) {
         const std::vector<uint8_t> dump =
@@ -204,7 +198,9 @@ void writeDump(const Options& options) {
 
 }  // namespace
 
+const Companion companion = {"make-dump", USAGE, 1};
+
 int main(int argc, char* argv[]) {
     writeDump(parseOptions(argc, argv));
-    return program().finish(0);
+    return finish(0);
 }

@@ -43,202 +43,156 @@ constexpr const char* USAGE =
     "The status is 0 if every dump converts in full, 1 if some dump does not, and 2\n"
     "if the options are wrong or the answer can't be written.\n";
 
-struct Options {
-    CommandLineOptions tool;  // as VexConverter takes them
+// The inherited options are those that VexConverter has too.
+struct Options : CommandLineOptions {
     std::string pictureFolder;
     std::string writtenFolder;  // whose outputs are checked, if it is not empty
     bool json = false;
 };
 
-Options parseOptions(const Companion& program, int argc, char* argv[]) {
+Options parseOptions(int argc, char* argv[]) {
     Options options;
-    CommandLineOptions& tool = options.tool;
-    program.parseOptions(
-        argc, argv, tool,
-        {{"config-file", 'c', true, [&](const char* v) { tool.configFilePath = v; }},
+    startCompanion(
+        argc, argv, options,
+        {{"config-file", 'c', true, [&](const char* v) { options.configFilePath = v; }},
          {"json", 0, false, [&](const char*) { options.json = true; }},
-         {"pictures", 0, true, [&](const char* v) { options.pictureFolder = program.folder(v); }},
-         {"outputs", 0, true, [&](const char* v) { options.writtenFolder = program.folder(v); }}});
-    tool.png = !options.pictureFolder.empty();
-    if (tool.inputPaths.empty()) {
-        program.fail("no file or folder is given");
+         {"pictures", 0, true, [&](const char* v) { options.pictureFolder = folderFrom(v); }},
+         {"outputs", 0, true, [&](const char* v) { options.writtenFolder = folderFrom(v); }}});
+    options.png = !options.pictureFolder.empty();
+    if (options.inputPaths.empty()) {
+        fail("no file or folder is given");
     }
-    const std::string& written = options.writtenFolder;
-    if (!written.empty() && access(written.c_str(), R_OK | X_OK) != 0 && errno != ENOENT) {
-        program.fail(concat("the folder ", written, " can't be read: ", strerror(errno)));
+    // Without --outputs the name is empty, and no folder has that name.
+    if (access(options.writtenFolder.c_str(), R_OK | X_OK) != 0 && errno != ENOENT) {
+        fail(concat("the folder ", options.writtenFolder, " can't be read: ", strerror(errno)));
     }
-    if (FileUtils::parseConfigFile(tool.configFilePath) < 0) {
-        program.fail(concat("the rules can't be used, ", host::lastLogEntry()));
+    if (FileUtils::parseConfigFile(options.configFilePath) < 0) {
+        fail(concat("the rules can't be used, ", host::lastLogEntry()));
     }
     return options;
 }
 
-// cJSON reports a lack of memory only by leaving something out. With these functions the program
-// ends instead.
-void useProgramsMemoryForJson() {
-    cJSON_Hooks hooks = {[](size_t size) { return operator new(size); },
-                         [](void* memory) { operator delete(memory); }};
-    cJSON_InitHooks(&hooks);
-}
-
-// Returns the files of the folder. Says why they can't be listed, if that is so.
-std::vector<std::string> listFolder(const std::string& path, std::string& failure) {
+// Returns the dumps of a folder. They are sorted by name only after the check, because the part
+// file that VexConverter reaches first names a set's output.
+std::vector<DumpCheck> checkFolder(const std::string& path, const CommandLineOptions& options) {
     std::vector<std::string> files;
     const std::string before = host::lastLogEntry();
     FileUtils::getFilePathsInDirectory(path, files);
     const std::string entry = host::lastLogEntry();
-    failure = access(path.c_str(), R_OK | X_OK) != 0 ? strerror(errno)
-              : entry != before                      ? entry
-                                                     : "";
-    return files;
-}
-
-// Returns the dumps of one run of VexConverter, which takes a folder or several files. The dumps of
-// a folder are sorted by name only afterwards, because the part file that is reached first names a
-// set's output.
-std::vector<DumpCheck> checkRun(const std::vector<std::string>& inputs,
-                                const CommandLineOptions& options) {
-    const std::string& input = inputs.front();
-    const bool isFolder = FileUtils::isDirectory(input);
-    std::string failure;
-    const std::vector<std::string> files = isFolder ? listFolder(input, failure) : inputs;
+    const std::string failure = access(path.c_str(), R_OK | X_OK) != 0 ? strerror(errno)
+                                : entry != before                      ? entry
+                                                                       : "";
     std::vector<DumpCheck> dumps = checkDumps(files, options);
     if (files.empty() || !failure.empty()) {
-        dumps.emplace_back().path = input;
+        dumps.emplace_back().path = path;
         dumps.back().add(Verdict::NOTHING, "The folder ",
                          failure.empty() ? "has no files" : "can't be listed: ", failure, ".");
     }
-    if (isFolder) {
-        std::sort(dumps.begin(), dumps.end(),
-                  [](const DumpCheck& a, const DumpCheck& b) { return a.path < b.path; });
-    }
+    std::sort(dumps.begin(), dumps.end(),
+              [](const DumpCheck& a, const DumpCheck& b) { return a.path < b.path; });
     return dumps;
 }
 
-// A Prober prints what is to be said of dumps.
-class Prober {
-  public:
-    explicit Prober(const Options& options)
-        : mOptions(options), mPictures(options.pictureFolder, options.tool.inputColorSpace) {}
-
-    // Prints what is to be said of each dump of a run.
-    void reportRun(const std::vector<std::string>& inputs) {
-        for (DumpCheck& dump : checkRun(inputs, mOptions.tool)) {
-            if (mOptions.writtenFolder.empty()) {
-                probe(dump);
-            } else {
-                checkWrittenOutputs(dump, mOptions.writtenFolder);
-            }
-            if (mOptions.json) {
-                fputs(std::exchange(mSeparator, ",\n"), stdout);
-            }
-            const auto print = mOptions.json ? printJson : printText;
-            print(dump, mOptions.tool);
-            mAllWell &= dump.verdict == Verdict::CONVERTS;
-        }
-    }
-
-    // Returns true if all dumps convert, or after a run if all outputs are whole, and if all
-    // pictures were written.
-    bool allWell() const { return mAllWell; }
-
-  private:
-    // Finds what the dump could be, and adds to its problems what the samples tell.
-    void probe(DumpCheck& dump) {
-        Search& search = dump.search;
-        if (dump.canBeRead && dump.isUnknown()) {
-            search = findReadings(dump);
-        } else if (dump.canBeRead && dump.reading.frameSize > 0) {
-            search = compareReading(dump);
-        }
-        if (!search.failure.empty()) {
-            dump.add(Verdict::WRONG, "The samples can't be looked at: ", search.failure, ".");
-        } else if (!search.note.empty()) {
-            dump.notes.push_back(search.note);
-        }
-        const auto& readings = search.readings;
-        if (std::any_of(readings.begin(), readings.end(), [&](const Reading& reading) {
-                return reading.isTransparent && (reading.named || !dump.hasReading());
-            })) {
-            dump.notes.emplace_back(
-                "Alpha is 0 in all pixels that were read, so viewers may show an empty picture. "
-                "The pictures that --pictures writes are opaque.");
-        }
-        if (search.doubted) {
-            dump.add(Verdict::WRONG, "The samples look like ", search.readings[0],
-                     ", and not like what ",
-                     dump.rule ? "the name says: " : "the options say: ", dump.reading, ".");
-        } else if (!dump.isUnknown()) {
-            search.readings.clear();
-        }
-        if (mOptions.tool.png) {
-            writePictures(dump);
-        }
-    }
-
-    Search findReadings(const DumpCheck& dump) const {
-        CommandLineOptions known = mOptions.tool;
-        if (dump.hasReading()) {
-            known.inputFormat = ColorConvert::UNKNOWN;  // it does not fit
-        }
-        return searchReadings(dump.path, known, namedSizesOf(dump), dump.reading);
-    }
-
-    // Compares what the name or the options say with the samples. Dumps of one kind come from one
-    // writer, so it is enough that a few of each kind are right.
-    Search compareReading(const DumpCheck& dump) {
-        constexpr int ENOUGH = 10;
-        const Reading& reading = dump.reading;
-        int& right = mRightOfKind[concat(reading, " ", reading.aligned, " ", dump.fileSize)];
-        if (right == ENOUGH) {
-            return {};
-        }
-        Search search = checkReading(dump.path, reading);
-        right = search.doubted || !search.failure.empty() ? 0 : right + 1;
-        return search;
-    }
-
-    void writePictures(const DumpCheck& dump) {
-        const auto& readings = dump.search.readings;
-        if (dump.reading.frameSize > 0) {
-            mAllWell &= mPictures.write(dump, dump.reading, "name");
-        }
-        for (size_t i = 0; i < readings.size(); ++i) {
-            if (!readings[i].named) {
-                mAllWell &= mPictures.write(dump, readings[i], std::to_string(i + 1));
-            }
-        }
-    }
-
-    const Options& mOptions;
-    PictureFolder mPictures;
+// Compares what the name or the options say with the samples. Dumps of one kind come from one
+// writer, so it is enough that a few of each kind are right.
+Search compareReading(const DumpCheck& dump) {
+    constexpr int ENOUGH = 10;
     // This counts for each kind of dump how many in succession were right. The kind is a text of
     // the format, the sizes and the bytes of the file.
-    std::map<std::string, int> mRightOfKind;
-    const char* mSeparator = "[";  // comes before the next object of JSON
-    bool mAllWell = true;
-};
+    static std::map<std::string, int> rightOfKind;
+    const Reading& reading = dump.reading;
+    int& right = rightOfKind[concat(reading, " ", reading.aligned, " ", dump.fileSize)];
+    if (right == ENOUGH) {
+        return {};
+    }
+    Search search = checkReading(dump.path, reading);
+    right = search.doubted || !search.failure.empty() ? 0 : right + 1;
+    return search;
+}
+
+Search findReadings(const DumpCheck& dump, CommandLineOptions known) {
+    if (dump.hasReading()) {
+        known.inputFormat = ColorConvert::UNKNOWN;  // it does not fit
+    }
+    return searchReadings(dump.path, known, namedSizesOf(dump), dump.reading);
+}
+
+// Finds what the dump could be, and adds to its problems what the samples tell.
+void probe(DumpCheck& dump, const CommandLineOptions& options) {
+    Search& search = dump.search;
+    if (dump.canBeRead && dump.isUnknown()) {
+        search = findReadings(dump, options);
+    } else if (dump.canBeRead && dump.reading.frameSize > 0) {
+        search = compareReading(dump);
+    }
+    if (!search.failure.empty()) {
+        dump.add(Verdict::WRONG, "The samples can't be looked at: ", search.failure, ".");
+    } else if (!search.note.empty()) {
+        dump.notes.push_back(search.note);
+    }
+    const auto& readings = search.readings;
+    if (std::any_of(readings.begin(), readings.end(), [&](const Reading& reading) {
+            return reading.isTransparent && (reading.named || !dump.hasReading());
+        })) {
+        dump.notes.emplace_back(
+            "Alpha is 0 in all pixels that were read, so viewers may show an empty picture. "
+            "The pictures that --pictures writes are opaque.");
+    }
+    if (search.doubted) {
+        dump.add(Verdict::WRONG, "The samples look like ", search.readings[0],
+                 ", and not like what ", dump.sayer(), ": ", dump.reading, ".");
+    } else if (!dump.isUnknown()) {
+        search.readings.clear();
+    }
+}
+
+// Prints what is to be said of a dump. Returns true if it converts, or after a run if all its
+// outputs are whole, and if its pictures were written.
+bool report(DumpCheck& dump, const Options& options) {
+    static const char* separator = "[";  // comes before the next object of JSON
+    bool hasPictures = true;
+    if (!options.writtenFolder.empty()) {
+        checkWrittenOutputs(dump, options.writtenFolder);
+    } else {
+        probe(dump, options);
+        hasPictures =
+            !options.png || writePictures(dump, options.pictureFolder, options.inputColorSpace);
+    }
+    if (options.json) {
+        fputs(std::exchange(separator, ",\n"), stdout);
+    }
+    const auto print = options.json ? printJson : printText;
+    print(dump, options);
+    return hasPictures && dump.verdict == Verdict::CONVERTS;
+}
 
 }  // namespace
 
+const Companion companion = {"probe-dump", USAGE, 2};
+
 int main(int argc, char* argv[]) {
-    const Companion program("probe-dump", USAGE, 2);
-    useProgramsMemoryForJson();
-    const Options options = parseOptions(program, argc, argv);
+    // cJSON reports a lack of memory only by leaving something out. With these functions the
+    // program ends instead.
+    cJSON_Hooks hooks = {operator new, operator delete };
+    cJSON_InitHooks(&hooks);
+    const Options options = parseOptions(argc, argv);
     std::error_code error;
     std::filesystem::create_directories(options.pictureFolder, error);
-    Prober prober(options);
-    const std::vector<std::string>& inputs = options.tool.inputPaths;
+    bool allWell = true;
+    const std::vector<std::string>& inputs = options.inputPaths;
     for (auto input = inputs.begin(); input != inputs.end();) {
-        // Each folder is a run of its own, and so are files in succession.
-        const auto end = FileUtils::isDirectory(*input)
-                             ? input + 1
-                             : std::find_if(input + 1, inputs.end(), FileUtils::isDirectory);
-        prober.reportRun({input, end});
+        // VexConverter takes a folder in one run, or several files.
+        const bool isFolder = FileUtils::isDirectory(*input);
+        const auto end =
+            isFolder ? input + 1 : std::find_if(input, inputs.end(), FileUtils::isDirectory);
+        for (DumpCheck& dump :
+             isFolder ? checkFolder(*input, options) : checkDumps({input, end}, options)) {
+            allWell &= report(dump, options);
+        }
         input = end;
     }
     if (options.json) {
         puts("]");
     }
-    return program.finish(prober.allWell() ? 0 : 1);
+    return finish(allWell ? 0 : 1);
 }

@@ -16,20 +16,17 @@ namespace {
 
 using Color = ColorConvert;
 
-const char* keyOf(Verdict verdict) {
-    constexpr const char* KEYS[] = {"converts", "partly", "appends", "wrong", "nothing"};
-    return KEYS[static_cast<int>(verdict)];
-}
-
-const char* textOf(Verdict verdict, bool isAfterRun) {
-    constexpr const char* TEXTS[] = {
-        "Converts in full.", "Converts its whole frames only. The rest is left out.",
-        "Writes to an output that exists already or that another dump has.",
-        "Gives an output that is likely wrong.", "Gives no output."};
-    return !isAfterRun                    ? TEXTS[static_cast<int>(verdict)]
-           : verdict == Verdict::CONVERTS ? "All outputs are there and whole."
-                                          : "Outputs are missing or not whole.";
-}
+// These have the order of Verdict.
+struct VerdictTexts {
+    const char* key;
+    const char* sentence;
+};
+constexpr VerdictTexts VERDICTS[] = {
+    {"converts", "Converts in full."},
+    {"partly", "Converts its whole frames only. The rest is left out."},
+    {"appends", "Writes to an output that exists already or that another dump has."},
+    {"wrong", "Gives an output that is likely wrong."},
+    {"nothing", "Gives no output."}};
 
 const char* nameOf(Color::ColorFormat format) { return colorFormatInfo(format).name; }
 
@@ -111,9 +108,7 @@ void printCandidates(const DumpCheck& dump, const CommandLineOptions& options) {
         const Reading& reading = search.readings[i];
         printLine("Candidate ", rankOf(search, i), ": ", reading, ", frames: ", reading.frames,
                   reading.cutOff ? ", cut off" : "",
-                  reading.named && dump.rule ? ", which the name says"
-                  : reading.named            ? ", which the options say"
-                                             : "");
+                  reading.named ? concat(", which ", dump.sayer()) : "");
         printLine("  ", commandFor(reading, dump, options));
     }
 }
@@ -190,7 +185,9 @@ void printText(const DumpCheck& dump, const CommandLineOptions& options) {
     if (!show.empty()) {
         printLine("Show: ", show);
     }
-    printLine(textOf(dump.verdict, dump.isAfterRun));
+    printLine(!dump.isAfterRun ? VERDICTS[static_cast<int>(dump.verdict)].sentence
+              : dump.verdict == Verdict::CONVERTS ? "All outputs are there and whole."
+                                                  : "Outputs are missing or not whole.");
 }
 
 void printJson(const DumpCheck& dump, const CommandLineOptions& options) {
@@ -209,7 +206,7 @@ void printJson(const DumpCheck& dump, const CommandLineOptions& options) {
     addNumber(object, "alignedHeight", ifKnown(dump.reading.aligned.height));
     addNumber(object, "frames", dump.frames);
     cJSON_AddBoolToObject(object, "converts", dump.verdict == Verdict::CONVERTS ? 1 : 0);
-    addText(object, "verdict", keyOf(dump.verdict));
+    addText(object, "verdict", VERDICTS[static_cast<int>(dump.verdict)].key);
     cJSON_AddBoolToObject(object, "doubted", dump.search.doubted ? 1 : 0);
     addTexts(object, "outputs", dump.outputs);
     addText(object, "pixelFormat", dump.hasReading() ? pixelFormatOf(dump.reading.format) : "");
