@@ -50,18 +50,12 @@ constexpr double LIKELY = 0.9;  // the name or the options give the size
 constexpr double USUAL = 1;     // it is in use
 constexpr double OTHER = 1.1;
 
-// Returns sizes of as many pixels, with the shape of a picture, that are meant if that size swaps
-// the sides, or is off by a factor of two.
+// Returns sizes of as many pixels that are meant if that size swaps the sides, or is off by a
+// factor of two.
 std::vector<FrameSize> variantsOf(const FrameSize& size) {
-    constexpr int MAX_SHAPE = 3;
-    std::vector<FrameSize> sizes = {{size.height, size.width}};
-    for (const FrameSize& other :
-         {FrameSize{size.width * 2, size.height / 2}, FrameSize{size.width / 2, size.height * 2}}) {
-        if (other.width <= MAX_SHAPE * other.height && other.height <= MAX_SHAPE * other.width) {
-            sizes.push_back(other);
-        }
-    }
-    return sizes;
+    return {{size.height, size.width},
+            {size.width * 2, size.height / 2},
+            {size.width / 2, size.height * 2}};
 }
 
 void append(Readings& to, const Readings& more) { to.insert(to.end(), more.begin(), more.end()); }
@@ -101,9 +95,11 @@ class Searcher {
 
     // Adds a reading to try, if the file holds half a frame or more. Twins are one reading.
     void add(Reading reading, double oddity) {
+        const auto& [width, height] = reading.size;
+        const bool isPicture = width <= 2.5 * height && height <= 2.5 * width;
         const auto format = reading.twin == Color::YV12 ? Color::YV12 : reading.format;
-        if ((mKnown.width == 0 || mKnown.width == reading.size.width) &&
-            (mKnown.height == 0 || mKnown.height == reading.size.height) && reading.frameSize > 0 &&
+        if ((isPicture || oddity < OTHER) && (mKnown.width == 0 || mKnown.width == width) &&
+            (mKnown.height == 0 || mKnown.height == height) && reading.frameSize > 0 &&
             fileSize() >= reading.frameSize / 2 &&
             mSeen.insert({format, reading.aligned.width, reading.aligned.height}).second) {
             reading.oddity = oddity;
@@ -208,8 +204,7 @@ class Searcher {
             while (height > stepY && Color::getFrameSize(width, height, format) > frameSize) {
                 height -= stepY;
             }
-            const bool isPicture = 2 * width <= 5 * height && 2 * height <= 5 * width;
-            if (isPicture && Color::getFrameSize(width, height, format) == frameSize) {
+            if (Color::getFrameSize(width, height, format) == frameSize) {
                 addSize(format, {width, height}, OTHER);
             }
         }
@@ -301,9 +296,11 @@ Search checkReading(const std::string& path, const Reading& named) {
     searcher.addSizes(variantsOf(named.size), OTHER);
     const Readings best = searcher.best(searcher.best(searcher.takeNew(), LEAST_BANDS), FEW_BANDS);
     Search search = searcher.finish(best);
-    const auto found = std::find_if(best.begin(), best.end(),
-                                    [](const Reading& reading) { return reading.named; });
-    search.doubted = found != best.end() && !best[0].isNoise && searcher.fileSize() >= ENOUGH &&
-                     best[0].score <= PLAUSIBLE && found->rank >= DOUBTFUL * best[0].rank;
+    search.doubted = searcher.fileSize() >= ENOUGH &&
+                     std::any_of(search.readings.begin(), search.readings.end(),
+                                 [&best](const Reading& reading) {
+                                     return reading.named && best[0].score <= PLAUSIBLE &&
+                                            reading.rank >= DOUBTFUL * best[0].rank;
+                                 });
     return search;
 }
