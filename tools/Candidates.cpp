@@ -93,7 +93,8 @@ class Searcher {
         }
     }
 
-    // Adds a reading to try, if the file holds half a frame or more. Twins are one reading.
+    // Adds a reading to try, if the file holds half a frame or more. Twins are one reading. Sizes
+    // that are neither named nor in use must have the shape of a picture.
     void add(Reading reading, double oddity) {
         const auto& [width, height] = reading.size;
         const bool isPicture = width <= 2.5 * height && height <= 2.5 * width;

@@ -12,6 +12,16 @@ FrameGeometry::FrameGeometry(ColorConvert::ColorFormat format, int width, int he
     offsets = layout.offsets(width, height, buffer.mPlaneSize);
 }
 
+int64_t FrameGeometry::bytesOf(size_t plane, int lines) const {
+    const host::PlaneLayout& stored = layout.planes[plane];
+    const int64_t rows = stored.rows(lines);
+    if (stored.isLinear()) {
+        return rows * (plane == 0 ? buffer.mYPitch : buffer.mUVPitch);
+    }
+    const int64_t blocks = stored.samplesPerRow(layout.format, buffer.mWidth) / stored.blockWidth;
+    return rows / stored.blockHeight * blocks * stored.blockBytes;
+}
+
 bool FrameGeometry::isWholeBlocks() const {
     return std::all_of(
         layout.planes, layout.planes + layout.planeCount, [&](const host::PlaneLayout& plane) {

@@ -10,6 +10,10 @@ struct FrameGeometry {
     // width (pixels) and height (lines) are aligned, and the frame's size is in range.
     FrameGeometry(ColorConvert::ColorFormat format, int width, int height);
 
+    // Returns the bytes of the rows of a plane, or rows of blocks, that this many lines of the
+    // frame have.
+    int64_t bytesOf(size_t plane, int lines) const;
+
     // Returns false if a plane is stored in blocks and its rows or lines are no whole number of
     // them. The engine refuses such a frame.
     bool isWholeBlocks() const;

@@ -7,8 +7,10 @@
 #include <cstring>
 #include <functional>
 #include <numeric>
+#include <optional>
 #include <vector>
 
+#include "FrameGeometry.h"
 #include "Log.h"
 
 namespace {
@@ -18,17 +20,12 @@ using Color = ColorConvert;
 constexpr double NOISE = 0.85;  // at least, the cost of neighbors as a share of that of any samples
 constexpr int MAX_SIZE = 12 << 20;  // bytes of the bands that are scored
 
-// Returns the bytes of this many lines of the frame in a plane, which has rows or rows of blocks.
-int64_t bytesOf(const FrameGeometry& frame, size_t plane, int lines) {
-    const host::PlaneLayout& layout = frame.layout.planes[plane];
-    const int64_t rows = layout.rows(lines);
-    if (layout.isLinear()) {
-        return rows * (plane == 0 ? frame.buffer.mYPitch : frame.buffer.mUVPitch);
-    }
-    const int64_t blocks =
-        layout.samplesPerRow(frame.layout.format, frame.buffer.mWidth) / layout.blockWidth;
-    return rows / layout.blockHeight * blocks * layout.blockBytes;
-}
+// Bands are the bands of lines that a file holds of all planes of its frames.
+struct Bands {
+    int lines;  // of a band: at least two rows of blocks, or a few rows
+    int64_t perFrame;
+    int64_t frames;
+};
 
 // Returns no bands if the file holds less than a third of a plane.
 Bands heldBands(const FrameGeometry& frame, int64_t fileSize) {
@@ -37,7 +34,7 @@ Bands heldBands(const FrameGeometry& frame, int64_t fileSize) {
     int64_t perFrame = whole;
     for (size_t i = 0; i < static_cast<size_t>(frame.layout.planeCount); ++i) {
         const int64_t held = std::max<int64_t>(0, fileSize - frame.offsets.planes[i]);
-        perFrame = std::min(perFrame, held / std::max<int64_t>(1, bytesOf(frame, i, lines)));
+        perFrame = std::min(perFrame, held / std::max<int64_t>(1, frame.bytesOf(i, lines)));
     }
     return {lines, perFrame * 3 < whole ? 0 : perFrame,
             std::max<int64_t>(1, fileSize / frame.size)};
@@ -70,9 +67,8 @@ struct Component {
 
 // Returns count samples that are stored step bytes apart. Each is some bits of the word of four
 // bytes that begins there, so up to three bytes after the last sample are read too.
-std::vector<uint16_t> unpack(const unsigned char* from, size_t step, size_t shift, size_t bits,
-                             size_t count) {
-    std::vector<uint16_t> samples(count);
+std::vector<uint16_t> unpack(const unsigned char* from, int step, int shift, int bits, int count) {
+    std::vector<uint16_t> samples(static_cast<size_t>(count));
     for (uint16_t& sample : samples) {
         uint32_t word = 0;
         memcpy(&word, from, sizeof word);
@@ -82,27 +78,20 @@ std::vector<uint16_t> unpack(const unsigned char* from, size_t step, size_t shif
     return samples;
 }
 
-// unusedBits is the number of lowest bits of 16-bit words that are no part of a sample.
+// bits is the number of bits of a sample. In YUV they are the highest of a byte or word.
 std::vector<Component> componentsOf(host::LinearFormat format, int width, int lines,
-                                    const unsigned char* bytes, size_t unusedBits) {
+                                    const unsigned char* bytes, int bits) {
     std::vector<Component> all;
-    const auto size = static_cast<size_t>(host::columnBytes(format));
-    const size_t pixels = static_cast<size_t>(width) * static_cast<size_t>(lines);
-    if (isYuv(format)) {
-        const size_t shift = size == 2 ? unusedBits : 0;
-        const size_t bits = 8 * size - shift;
-        all.push_back({width, lines, 1, unpack(bytes, size, shift, bits, pixels)});
-        for (size_t i = 0; i < 2; ++i) {
-            const unsigned char* first = bytes + (pixels + i) * size;
-            all.push_back(
-                {width / 2, lines / 2, 2, unpack(first, 2 * size, shift, bits, pixels / 4)});
-        }
-    } else {
-        const size_t bits = format == host::LinearFormat::RGB10_A2 ? 10 : 8;
-        for (size_t i = 0; i < size; ++i) {
-            all.push_back({width, lines, static_cast<int>(size),
-                           unpack(bytes, size, bits * i, bits, pixels)});
-        }
+    const bool yuv = isYuv(format);
+    const int size = host::columnBytes(format);
+    for (int i = 0; i < (yuv ? 3 : size); ++i) {
+        // Pairs of Cb and Cr follow luma. Each belongs to two columns and two lines.
+        const int step = yuv && i > 0 ? 2 : 1;
+        const int start = step == 2 ? (width * lines + i - 1) * size : 0;
+        const int shift = yuv ? size * 8 - bits : i * bits;
+        all.push_back(
+            {width / step, lines / step, yuv ? step : size,
+             unpack(bytes + start, step * size, shift, bits, width * lines / (step * step))});
     }
     return all;
 }
@@ -184,31 +173,19 @@ bool usesUnusedBits(int word) {
     return low != 0 && low != word >> (16 - UNUSED_BITS) && !isDoubled(word);
 }
 
-}  // namespace
-
-FrameScorer::FrameScorer(const std::string& path)
-    : mFile(path),
-      mSrc(MAX_SIZE + sizeof(uint32_t), DeviceMemory::NO_FD),
-      mDst(MAX_SIZE + sizeof(uint32_t), DeviceMemory::NO_FD) {
-    if (!DeviceMemory::isOpen(mSrc.getFd()) || !DeviceMemory::isOpen(mDst.getFd()) ||
-        mSrc.data() == nullptr || mDst.data() == nullptr) {
-        mFailure = host::lastLogEntry();
-    }
-}
-
 // Fills a frame of few lines with bands that are spread, in each plane, over all that are held.
 // Returns false if the file can't be read.
-bool FrameScorer::readBands(const FrameGeometry& frame, const Bands& held,
-                            const FrameGeometry& low) {
-    std::fill_n(mSrc.data(), low.size, static_cast<unsigned char>(0));
+bool readBands(DumpFile& file, const FrameGeometry& frame, const Bands& held,
+               const FrameGeometry& low, unsigned char* to) {
+    std::fill_n(to, low.size, static_cast<unsigned char>(0));
     const int64_t bands = low.buffer.mHeight / held.lines;
     for (size_t i = 0; i < static_cast<size_t>(frame.layout.planeCount); ++i) {
-        const int64_t bytes = bytesOf(frame, i, held.lines);
+        const int64_t bytes = frame.bytesOf(i, held.lines);
         for (int64_t band = 0; band < bands; ++band) {
             const int64_t from = (2 * band + 1) * held.perFrame * held.frames / (2 * bands);
             const int64_t offset = from / held.perFrame * frame.size + frame.offsets.planes[i] +
                                    from % held.perFrame * bytes;
-            if (!mFile.read(offset, bytes, mSrc.data() + low.offsets.planes[i] + band * bytes)) {
+            if (!file.read(offset, bytes, to + low.offsets.planes[i] + band * bytes)) {
                 return false;
             }
         }
@@ -216,10 +193,11 @@ bool FrameScorer::readBands(const FrameGeometry& frame, const Bands& held,
     return true;
 }
 
-std::optional<bool> FrameScorer::seesFrameEnds(const FrameGeometry& frame) {
+// Finds what Reading::seesEnds says. rows has room for four rows.
+std::optional<bool> seesFrameEnds(DumpFile& file, const FrameGeometry& frame, unsigned char* rows) {
     constexpr int64_t MAX_ENDS = 16;
     constexpr double LEAST_COST = 0.02;  // a byte
-    const int64_t ends = mFile.size() / frame.size - 1;
+    const int64_t ends = file.size() / frame.size - 1;
     const int64_t pitch = frame.buffer.mYPitch;
     if (ends < 1 || frame.layout.planeCount != 1 || !frame.layout.isUnpacked() ||
         4 * pitch > frame.size) {
@@ -229,8 +207,7 @@ std::optional<bool> FrameScorer::seesFrameEnds(const FrameGeometry& frame) {
     for (int64_t i = 0; i < count; ++i) {
         // This reads two rows before the end of a frame, and two after it.
         const int64_t end = (1 + i * ends / count) * frame.size;
-        const unsigned char* rows = mSrc.data();
-        if (!mFile.read(end - 2 * pitch, 4 * pitch, mSrc.data())) {
+        if (!file.read(end - 2 * pitch, 4 * pitch, rows)) {
             return {};
         }
         const double inside = std::max(costOfRows(rows, rows + pitch, pitch),
@@ -241,6 +218,18 @@ std::optional<bool> FrameScorer::seesFrameEnds(const FrameGeometry& frame) {
         }
     }
     return true;
+}
+
+}  // namespace
+
+FrameScorer::FrameScorer(const std::string& path)
+    : mFile(path),
+      mSrc(MAX_SIZE + sizeof(uint32_t), DeviceMemory::NO_FD),
+      mDst(MAX_SIZE + sizeof(uint32_t), DeviceMemory::NO_FD) {
+    if (!DeviceMemory::isOpen(mSrc.getFd()) || !DeviceMemory::isOpen(mDst.getFd()) ||
+        mSrc.data() == nullptr || mDst.data() == nullptr) {
+        mFailure = host::lastLogEntry();
+    }
 }
 
 bool FrameScorer::score(Reading& reading, int64_t maxBands) {
@@ -259,7 +248,8 @@ bool FrameScorer::score(Reading& reading, int64_t maxBands) {
     const int outputSize = Color::getFrameSize(width, lines, output);
     if (!failure().empty() || std::min(size, outputSize) <= 0 ||
         std::max(size, outputSize) > MAX_SIZE || !frame.isWholeBlocks() ||
-        frame.isCompressed(mFile) || !readBands(frame, held, FrameGeometry(format, width, lines))) {
+        frame.isCompressed(mFile) ||
+        !readBands(mFile, frame, held, FrameGeometry(format, width, lines), mSrc.data())) {
         return false;
     }
     const double bytesCost = costOfBytes(mSrc.data(), size) * size;
@@ -272,16 +262,17 @@ bool FrameScorer::score(Reading& reading, int64_t maxBands) {
         mFailure = host::lastLogEntry();
         return false;
     }
-    size_t unusedBits = UNUSED_BITS;
+    int bits = frame.layout.format == host::LinearFormat::RGB10_A2
+                   ? 10
+                   : host::bitsOf(frame.layout.format);
     double cost = 0;
     if (format == Color::P010) {
-        const auto words = unpack(mSrc.data(), 2, 0, 16, static_cast<size_t>(size / 2));
-        unusedBits = std::all_of(words.begin(), words.end(), isDoubled) ? 8 : UNUSED_BITS;
+        const auto words = unpack(mSrc.data(), 2, 0, 16, size / 2);
+        bits = std::all_of(words.begin(), words.end(), isDoubled) ? 8 : bits;
         const auto used = std::count_if(words.begin(), words.end(), usesUnusedBits);
         cost = static_cast<double>(UNUSED_BITS * used);
     }
-    const auto components =
-        componentsOf(frame.layout.format, width, lines, mDst.data(), unusedBits);
+    const auto components = componentsOf(frame.layout.format, width, lines, mDst.data(), bits);
     for (const Component& plane : components) {
         const host::PlaneLayout& stored = frame.layout.planes[plane.lines < lines ? 1 : 0];
         const Cost costs = costsOf(plane, plane.lines * held.lines / lines,
@@ -292,11 +283,11 @@ bool FrameScorer::score(Reading& reading, int64_t maxBands) {
         }
     }
     reading.score = cost / bytesCost;
-    reading.isNoise = reading.isNoise || reading.score > NOISE;
+    reading.isNoise |= reading.score > NOISE;
     const std::vector<uint16_t>& last = components.back().samples;
     reading.isTransparent =
         components.size() == 4 &&
         std::all_of(last.begin(), last.end(), [](int alpha) { return alpha == 0; });
-    reading.seesEnds = seesFrameEnds(frame);
+    reading.seesEnds = seesFrameEnds(mFile, frame, mSrc.data());
     return true;
 }

@@ -3,20 +3,11 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 
 #include "Candidates.h"
 #include "DumpFile.h"
-#include "FrameGeometry.h"
 #include "memory/DmabufMemory.h"
-
-// Bands are the bands of lines that a file holds of all planes of its frames.
-struct Bands {
-    int lines;  // of a band: at least two rows of blocks, or a few rows
-    int64_t perFrame;
-    int64_t frames;
-};
 
 // The cost of samples is the mean number of bits, a byte of the dump, of the differences of
 // neighbors in lines and columns. Neighbors in a picture are alike. With a wrong width lines are
@@ -43,9 +34,6 @@ class FrameScorer {
     const std::string& failure() const { return mFailure.empty() ? mFile.failure() : mFailure; }
 
   private:
-    bool readBands(const FrameGeometry& frame, const Bands& held, const FrameGeometry& low);
-    std::optional<bool> seesFrameEnds(const FrameGeometry& frame);
-
     DumpFile mFile;
     std::string mFailure;
     DmabufMemory mSrc;

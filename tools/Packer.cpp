@@ -35,19 +35,14 @@ int64_t bitOf(const FrameGeometry& frame, size_t channel, int x, int y) {
                        : channel == 1       ? layout.cbPlane()
                                             : layout.crPlane();
     const host::PlaneLayout& plane = layout.planes[number];
+    const auto i = static_cast<size_t>(number);
     const bool isCrOfPair = plane.component == host::Component::CBCR && channel == 2;
-    const int row = plane.rows(y);
     int sample = plane.samplesPerRow(layout.format, x / step * step) + (isCrOfPair ? 1 : 0);
-    int64_t start = frame.offsets.planes[static_cast<size_t>(number)] + plane.blockOffset;
+    int64_t start = frame.offsets.planes[i] + plane.blockOffset + frame.bytesOf(i, y);
     int bits = sampleBytesOf(layout.format) * 8;
-    if (plane.isLinear()) {
-        start += int64_t{row} * (step == 1 ? frame.buffer.mYPitch : frame.buffer.mUVPitch);
-    } else {
-        const int perRow = plane.samplesPerRow(layout.format, frame.buffer.mWidth);
-        const int block =
-            row / plane.blockHeight * (perRow / plane.blockWidth) + sample / plane.blockWidth;
-        start += int64_t{block} * plane.blockBytes;
-        sample = row % plane.blockHeight * plane.blockWidth + sample % plane.blockWidth;
+    if (!plane.isLinear()) {
+        start += int64_t{sample} / plane.blockWidth * plane.blockBytes;
+        sample = plane.rows(y) % plane.blockHeight * plane.blockWidth + sample % plane.blockWidth;
         bits = host::bitsOf(plane.packing);
     }
     // 10 bits of YUV are the highest of 12 or 16. The channels of RGB follow each other.
