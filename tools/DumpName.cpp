@@ -1,5 +1,7 @@
 #include "DumpName.h"
 
+#include <algorithm>
+
 #include "Text.h"
 #include "color/Catalogue.h"
 #include "driver/FileJob.h"
@@ -7,11 +9,17 @@
 
 namespace {
 
-std::vector<std::string> filesOf(const std::string& stem, bool separate) {
-    if (!separate) {
+std::vector<std::string> filesOf(const std::string& stem, int sets) {
+    if (sets == 0) {
         return {stem + ".yuv"};
     }
-    return {stem + "_Y.dat", stem + "_Y.len", stem + "_C.dat", stem + "_C.len"};
+    std::vector<std::string> files;
+    for (int i = 0; i < sets; ++i) {
+        for (const char* end : {"_Y.dat", "_Y.len", "_C.dat", "_C.len"}) {
+            files.push_back(concat(stem, "_", i, end));
+        }
+    }
+    return files;
 }
 
 // Returns true if the rules find the dump's size, format and files by the path of its first file.
@@ -31,25 +39,23 @@ bool isDecoded(const std::vector<std::string>& files, const CommandLineOptions& 
 
 }  // namespace
 
-DumpName nameDump(const CommandLineOptions& dump, bool separate, int number) {
+DumpName nameDump(const CommandLineOptions& dump, int sets) {
     if (formatConfigs.empty()) {
         FileUtils::parseConfigFile("");
     }
     const std::string size = concat("_W", dump.width, "H", dump.height, "_");
-    const std::string end = "_" + std::to_string(number);
     // These are names as the video stack writes them, with each code that the rules know.
     for (const FormatConfig& rule : formatConfigs) {
         for (const FormatConfig::FormatPair& pair : rule.formatPairs) {
             for (const char* start : {"/vdec_output_0", "/venc_input_0"}) {
-                const auto files =
-                    filesOf(dump.outputPath + start + size + "F" + pair.formatStr + end, separate);
-                if (isDecoded(files, dump)) {
-                    return {files, true};
+                const std::string stem = concat(dump.outputPath, start, size, "F", pair.formatStr,
+                                                sets == 0 ? "_0" : "");
+                if (isDecoded(filesOf(stem, std::min(sets, 1)), dump)) {
+                    return {filesOf(stem, sets), true};
                 }
             }
         }
     }
-    const std::string stem =
-        dump.outputPath + "/dump_0" + size + colorFormatInfo(dump.inputFormat).name;
-    return {filesOf(stem + (separate ? end : ""), separate), false};
+    const std::string stem = dump.outputPath + "/dump_0" + size;
+    return {filesOf(stem + colorFormatInfo(dump.inputFormat).name, sets), false};
 }

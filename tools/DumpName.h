@@ -7,10 +7,10 @@
 #include "driver/CommandLine.h"
 
 struct DumpName {
-    std::vector<std::string> files;  // one path, or those of the four part files of a frame
+    std::vector<std::string> files;  // one path, or those of the four part files of each set
     bool decoded;                    // a built-in rule decodes them
 };
 
-// Names a dump by its folder, format and size, before alignment. separate means that the frame is
-// stored as part files. number distinguishes the sets of a dump.
-DumpName nameDump(const CommandLineOptions& dump, bool separate, int number);
+// Names a dump by its folder, format and size, before alignment. sets is the number of its sets of
+// part files, or 0 if it is one file.
+DumpName nameDump(const CommandLineOptions& dump, int sets);

@@ -145,22 +145,6 @@ void reportFrames(const Options& options, int frames, bool decoded) {
     }
 }
 
-// Names the files of so many sets. Ends the program if one of them is the input, which would be
-// lost.
-std::vector<DumpName> nameFiles(const Options& options, bool separate, int sets) {
-    std::vector<DumpName> names;
-    for (int i = 0; i < sets; ++i) {
-        names.push_back(nameDump(options, separate, i));
-        for (const std::string& file : names.back().files) {
-            std::error_code error;
-            if (std::filesystem::equivalent(file, options.rawFile, error)) {
-                fail("the dump would replace its input: " + file);
-            }
-        }
-    }
-    return names;
-}
-
 void writeDump(const Options& options) {
     const auto format = options.inputFormat;
     const auto [width, height] =
@@ -177,23 +161,27 @@ void writeDump(const Options& options) {
     const bool separate = ColorConvert::isSeparate(format) && !options.whole;
     const auto parts = separate ? ColorConvert::getSeparateSize(width, height, format)
                                 : std::vector<std::pair<int, int>>{{geometry.size, 0}};
-    const std::vector<DumpName> names = nameFiles(options, separate, separate ? frames : 1);
+    const DumpName name = nameDump(options, separate ? frames : 0);
     std::error_code error;
+    for (const std::string& file : name.files) {
+        if (std::filesystem::equivalent(file, options.rawFile, error)) {
+            fail("the dump would replace its input: " + file);
+        }
+    }
     std::filesystem::create_directories(options.outputPath, error);
     if (error) {
         fail(concat("can't make the folder ", options.outputPath, ": ", error.message()));
     }
+    auto file = name.files.begin();
     for (int i = 0; i < frames; ++i) {
         const std::vector<uint8_t> dump =
             packFrame(pictureOf(options, raw, i), geometry, options.inputColorSpace);
-        const DumpName& name = names[separate ? static_cast<size_t>(i) : 0];
-        const auto write = separate || i == 0 ? writeNew : append;
-        for (size_t part = 0; part < parts.size(); ++part) {
-            const auto [size, offset] = parts[part];
-            write(name.files[part], dump.data() + offset, size);
+        for (const auto& [size, offset] : parts) {
+            const auto write = separate || i == 0 ? writeNew : append;
+            write(separate ? *file++ : *file, dump.data() + offset, size);
         }
     }
-    reportFrames(options, frames, names[0].decoded);
+    reportFrames(options, frames, name.decoded);
 }
 
 }  // namespace
