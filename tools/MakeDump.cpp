@@ -145,6 +145,21 @@ void reportFrames(const Options& options, int frames, bool decoded) {
     }
 }
 
+// Makes the dump's folder. Ends the program if one of the dump's files is the input, which would be
+// lost.
+void prepareFolder(const Options& options, const std::vector<std::string>& files) {
+    std::error_code error;
+    for (const std::string& file : files) {
+        if (std::filesystem::equivalent(file, options.rawFile, error)) {
+            fail("the dump would replace its input: " + file);
+        }
+    }
+    std::filesystem::create_directories(options.outputPath, error);
+    if (error) {
+        fail(concat("can't make the folder ", options.outputPath, ": ", error.message()));
+    }
+}
+
 void writeDump(const Options& options) {
     const auto format = options.inputFormat;
     const auto [width, height] =
@@ -162,16 +177,7 @@ void writeDump(const Options& options) {
     const auto parts = separate ? ColorConvert::getSeparateSize(width, height, format)
                                 : std::vector<std::pair<int, int>>{{geometry.size, 0}};
     const DumpName name = nameDump(options, separate ? frames : 0);
-    std::error_code error;
-    for (const std::string& file : name.files) {
-        if (std::filesystem::equivalent(file, options.rawFile, error)) {
-            fail("the dump would replace its input: " + file);
-        }
-    }
-    std::filesystem::create_directories(options.outputPath, error);
-    if (error) {
-        fail(concat("can't make the folder ", options.outputPath, ": ", error.message()));
-    }
+    prepareFolder(options, name.files);
     auto file = name.files.begin();
     for (int i = 0; i < frames; ++i) {
         const std::vector<uint8_t> dump =
