@@ -16,19 +16,20 @@ namespace {
 using Color = ColorConvert;
 using Readings = std::vector<Reading>;
 
-// These are sizes in use: of video, of screens, of phones held upright and sideways, and of
-// cameras. If a format aligns two of them to the same size, the first is taken.
-const std::vector<FrameSize> SIZES = {
-    {176, 144},   {352, 240},   {352, 288},   {320, 240},   {480, 270},   {480, 320},
-    {640, 360},   {640, 480},   {704, 576},   {720, 480},   {720, 576},   {854, 480},
-    {960, 540},   {1024, 576},  {1280, 720},  {1440, 1080}, {1920, 1080}, {1920, 1088},
-    {2048, 1080}, {2560, 1440}, {3840, 2160}, {4096, 2160}, {7680, 4320}, {8192, 4320},
-    {800, 480},   {800, 600},   {1024, 600},  {1024, 768},  {1280, 800},  {1280, 960},
-    {1280, 1024}, {1366, 768},  {1440, 900},  {1600, 900},  {1600, 1200}, {1680, 1050},
-    {1920, 1200}, {2048, 1536}, {2560, 1600}, {480, 854},   {540, 960},   {720, 1280},
-    {720, 1600},  {1080, 1920}, {1080, 2340}, {1080, 2400}, {1440, 2560}, {1440, 3200},
-    {2340, 1080}, {2400, 1080}, {3200, 1440}, {2592, 1944}, {3264, 2448}, {4000, 3000},
-    {4032, 3024}, {4160, 3120}, {4608, 3456}};
+// Returns sizes in use: of video, of screens, of phones held upright and sideways, and of cameras.
+// If a format aligns two of them to the same size, the first is taken.
+std::vector<FrameSize> sizesInUse() {
+    return {{176, 144},   {352, 240},   {352, 288},   {320, 240},   {480, 270},   {480, 320},
+            {640, 360},   {640, 480},   {704, 576},   {720, 480},   {720, 576},   {854, 480},
+            {960, 540},   {1024, 576},  {1280, 720},  {1440, 1080}, {1920, 1080}, {1920, 1088},
+            {2048, 1080}, {2560, 1440}, {3840, 2160}, {4096, 2160}, {7680, 4320}, {8192, 4320},
+            {800, 480},   {800, 600},   {1024, 600},  {1024, 768},  {1280, 800},  {1280, 960},
+            {1280, 1024}, {1366, 768},  {1440, 900},  {1600, 900},  {1600, 1200}, {1680, 1050},
+            {1920, 1200}, {2048, 1536}, {2560, 1600}, {480, 854},   {540, 960},   {720, 1280},
+            {720, 1600},  {1080, 1920}, {1080, 2340}, {1080, 2400}, {1440, 2560}, {1440, 3200},
+            {2340, 1080}, {2400, 1080}, {3200, 1440}, {2592, 1944}, {3264, 2448}, {4000, 3000},
+            {4032, 3024}, {4160, 3120}, {4608, 3456}};
+}
 
 // The ranks say how much better one reading must be than another.
 constexpr double CLEAR = 1.1;      // to be called clear
@@ -260,7 +261,7 @@ Search searchReadings(const std::string& path, const CommandLineOptions& known,
     searcher.add(named, LIKELY);
     searcher.addSizes(namedSizes, LIKELY);
     searcher.addSizes({{known.width, known.height}}, LIKELY);
-    searcher.addSizes(SIZES, USUAL);
+    searcher.addSizes(sizesInUse(), USUAL);
     Readings best = searcher.best(searcher.takeNew(), FEW_BANDS);
     if (!best.empty()) {
         for (const FrameSize& size : variantsOf(best[0].size)) {
@@ -293,7 +294,7 @@ Search checkReading(const std::string& path, const Reading& named) {
     Searcher searcher(path, {});
     searcher.add(named, LIKELY);
     searcher.addSizes({named.size}, LIKELY);
-    searcher.addSizes(SIZES, USUAL);
+    searcher.addSizes(sizesInUse(), USUAL);
     searcher.addSizes(variantsOf(named.size), OTHER);
     const Readings best = searcher.best(searcher.best(searcher.takeNew(), LEAST_BANDS), FEW_BANDS);
     Search search = searcher.finish(best);

@@ -12,7 +12,6 @@
 
 #include "Text.h"
 #include "color/Catalogue.h"
-#include "driver/OutOfMemory.h"
 
 namespace {
 
@@ -38,7 +37,6 @@ auto find(const char* what, const char* name, const Table& table) {
 void startCompanion(int argc, char* argv[], CommandLineOptions& options,
                     std::vector<OptionRow> rows) {
     signal(SIGXFSZ, SIG_IGN);
-    exitWhenOutOfMemory();
     setlocale(LC_CTYPE, "C.UTF-8");
     const auto print = [](const std::string& text) {
         fputs(text.c_str(), stdout);

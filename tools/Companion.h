@@ -23,11 +23,10 @@ struct Companion {
 };
 extern const Companion companion;
 
-// Each companion calls this first. A lack of memory ends the program from now on, and a limit on
-// file sizes makes writes fail. Applies the options in their order: those in rows, --help,
-// --version, and those for the format, the size, the folder and the color space of options, which
-// both companions have. The input paths are the other arguments. Ends the program for an unknown
-// option.
+// Applies the options in their order: those in rows, --help, --version, and those for the format,
+// the size, the folder and the color space of options, which both companions have. The input paths
+// are the other arguments. Ends the program for an unknown option. From now on, a limit on file
+// sizes makes writes fail.
 void startCompanion(int argc, char* argv[], CommandLineOptions& options,
                     std::vector<OptionRow> rows);
 

@@ -17,6 +17,7 @@
 #include "Text.h"
 #include "color/Catalogue.h"
 #include "color/ColorConvert.h"
+#include "driver/OutOfMemory.h"
 #include "fileutils/File.h"
 #include "fileutils/FileUtils.h"
 
@@ -195,6 +196,7 @@ void writeDump(const Options& options) {
 const Companion companion = {"make-dump", USAGE, 1};
 
 int main(int argc, char* argv[]) {
+    exitWhenOutOfMemory();
     writeDump(parseOptions(argc, argv));
     return finish(0);
 }

@@ -18,6 +18,7 @@
 #include "Pictures.h"
 #include "Report.h"
 #include "Text.h"
+#include "driver/OutOfMemory.h"
 #include "fileutils/FileUtils.h"
 
 namespace {
@@ -171,6 +172,7 @@ bool report(DumpCheck& dump, const Options& options) {
 const Companion companion = {"probe-dump", USAGE, 2};
 
 int main(int argc, char* argv[]) {
+    exitWhenOutOfMemory();
     // cJSON reports a lack of memory only by leaving something out. With these functions the
     // program ends instead.
     cJSON_Hooks hooks = {operator new, operator delete };
