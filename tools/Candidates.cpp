@@ -51,12 +51,18 @@ constexpr double LIKELY = 0.9;  // the name or the options give the size
 constexpr double USUAL = 1;     // it is in use
 constexpr double OTHER = 1.1;
 
-// Returns sizes of as many pixels that are meant if that size swaps the sides, or is off by a
-// factor of two.
+// Returns sizes of as many pixels that are meant if that size swaps the sides, or if it is off by a
+// factor of two and the other one has the shape of a picture.
 std::vector<FrameSize> variantsOf(const FrameSize& size) {
-    return {{size.height, size.width},
-            {size.width * 2, size.height / 2},
-            {size.width / 2, size.height * 2}};
+    constexpr int MAX_SHAPE = 3;
+    std::vector<FrameSize> sizes = {{size.height, size.width}};
+    for (const FrameSize& other :
+         {FrameSize{size.width * 2, size.height / 2}, FrameSize{size.width / 2, size.height * 2}}) {
+        if (other.width <= MAX_SHAPE * other.height && other.height <= MAX_SHAPE * other.width) {
+            sizes.push_back(other);
+        }
+    }
+    return sizes;
 }
 
 void append(Readings& to, const Readings& more) { to.insert(to.end(), more.begin(), more.end()); }
@@ -69,10 +75,12 @@ bool isClear(const Readings& best) {
 // If scores differ little, a likely size, fewer frames, and a file that is whole decide.
 double rankOf(const Reading& reading) {
     constexpr double PRECISION = 0.02;  // of a score, from one part of a picture to another
-    const auto frames = static_cast<double>(reading.frames + (reading.cutOff ? 1 : 0));
     const double rank = (reading.score + PRECISION) * reading.oddity * (reading.cutOff ? 1.5 : 1);
-    return rank * (reading.seesEnds.value_or(false) ? 0.95 : 1 + 0.01 * std::log2(frames)) *
-           (reading.seesEnds.value_or(true) ? 1 : 1.05);
+    if (reading.seesEnds == true) {
+        return rank * 0.95;
+    }
+    const auto frames = static_cast<double>(reading.frames + (reading.cutOff ? 1 : 0));
+    return rank * (1 + 0.01 * std::log2(frames)) * (reading.seesEnds == false ? 1.05 : 1);
 }
 
 // A Searcher tries readings of a file, each once.
@@ -94,15 +102,14 @@ class Searcher {
         }
     }
 
-    // Adds a reading to try, if the file holds half a frame or more. Twins are one reading. Sizes
-    // that are neither named nor in use must have the shape of a picture.
+    // Adds a reading to try, if the file holds half a frame or more. Twins are one reading.
     void add(Reading reading, double oddity) {
         const auto& [width, height] = reading.size;
-        const bool isPicture = width <= 2.5 * height && height <= 2.5 * width;
+        const bool fitsOptions = (mKnown.width == 0 || mKnown.width == width) &&
+                                 (mKnown.height == 0 || mKnown.height == height);
+        const bool isHeld = reading.frameSize > 0 && fileSize() >= reading.frameSize / 2;
         const auto format = reading.twin == Color::YV12 ? Color::YV12 : reading.format;
-        if ((isPicture || oddity < OTHER) && (mKnown.width == 0 || mKnown.width == width) &&
-            (mKnown.height == 0 || mKnown.height == height) && reading.frameSize > 0 &&
-            fileSize() >= reading.frameSize / 2 &&
+        if (fitsOptions && isHeld &&
             mSeen.insert({format, reading.aligned.width, reading.aligned.height}).second) {
             reading.oddity = oddity;
             mFills = mFills || !reading.cutOff;
@@ -206,7 +213,8 @@ class Searcher {
             while (height > stepY && Color::getFrameSize(width, height, format) > frameSize) {
                 height -= stepY;
             }
-            if (Color::getFrameSize(width, height, format) == frameSize) {
+            const bool isPicture = 2 * width <= 5 * height && 2 * height <= 5 * width;
+            if (isPicture && Color::getFrameSize(width, height, format) == frameSize) {
                 addSize(format, {width, height}, OTHER);
             }
         }

@@ -28,15 +28,16 @@ struct Reading {
     int64_t frames = 0;   // whole frames in the file
     bool cutOff = false;  // the file ends within a frame
     bool named = false;   // by the file's name, or by options
-    double oddity = 0;    // of the size: what its rank is multiplied by
+    double oddity = 1;    // of the size; the rank is multiplied by it
 
     // The next ones come from the samples: see FrameScorer.
     double score = 0;            // the cost of the samples as a share of that of the bytes
     bool isNoise = false;        // neighbors are no more alike than any samples
     bool isTransparent = false;  // alpha is 0 in all pixels that were looked at
-    // Rows of pixels differ wherever one frame ends and the next begins. No value means that the
-    // file doesn't tell. It has one frame, for example, or frames of several planes, whose sizes
-    // already tell where a frame ends.
+    // True if rows of pixels differ at each end of a frame that was looked at. False if they don't
+    // at half of the ends or more. It has no value if the file doesn't tell: if they differ at most
+    // ends only, if it has one frame, or if frames have several planes, whose sizes already tell
+    // where a frame ends.
     std::optional<bool> seesEnds = std::nullopt;
 
     double rank = 0;   // the score, with what makes the reading less likely; 0 is best

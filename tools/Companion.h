@@ -23,10 +23,10 @@ struct Companion {
 };
 extern const Companion companion;
 
-// Applies the options in their order: those in rows, --help, --version, and those for the format,
-// the size, the folder and the color space of options, which both companions have. The input paths
-// are the other arguments. Ends the program for an unknown option. From now on, a limit on file
-// sizes makes writes fail.
+// Applies the arguments in their order. rows has the companion's own options. Both companions also
+// have --help, --version and the options for the format, the size, the folder and the color space.
+// Other arguments become the input paths. An unknown option ends the program. After this call, a
+// limit on file sizes makes writes fail.
 void startCompanion(int argc, char* argv[], CommandLineOptions& options,
                     std::vector<OptionRow> rows);
 

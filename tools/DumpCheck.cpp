@@ -170,8 +170,8 @@ void checkLength(DumpCheck& dump) {
     }
 }
 
-// Returns how many frames VexConverter writes. A frame that is cut off counts if it is the only
-// one.
+// Returns how many frames VexConverter writes. It writes at least one: zeros replace what the file
+// lacks.
 int64_t framesWritten(const DumpCheck& dump) { return std::max<int64_t>(1, dump.reading.frames); }
 
 Color::ColorFormat outputFormatOf(const DumpCheck& dump) {
@@ -228,10 +228,14 @@ void checkFrames(DumpFile& file, DumpCheck& dump) {
         dump.add(Verdict::NOTHING, "The aligned size is no whole number of blocks: correct the ",
                  "alignments in the rule.");
     }
-    if (!dump.isSet()) {
+    bool isCompressed = false;
+    if (dump.isSet()) {
+        isCompressed = checkParts(dump);
+    } else {
         checkLength(dump);
+        isCompressed = frame.isCompressed(file);
     }
-    if (dump.isSet() ? checkParts(dump) : frame.isCompressed(file)) {
+    if (isCompressed) {
         dump.add(Verdict::WRONG,
                  "The headers are not all zero, so the blocks are most likely compressed: convert ",
                  "the dump on the device, because a PC can't read them.");

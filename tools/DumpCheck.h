@@ -28,7 +28,7 @@ struct DumpCheck {
     Reading reading;                     // by the name or by options; UNKNOWN if nothing tells it
     std::vector<std::string> partFiles;  // of a set: the bodies and headers of luma, then chroma
     int64_t fileSize = 0;                // bytes; 0 for a set
-    std::optional<int64_t> frames;       // whole frames in the file
+    std::optional<int64_t> frames;       // whole ones; of a set 1, or 0 if it lacks bytes
     // These are the names of the files that VexConverter writes: the raw one, then the pictures. Of
     // more than 10,000 pictures only the first and the last are here.
     std::vector<std::string> outputs;
@@ -49,7 +49,7 @@ struct DumpCheck {
     bool hasReading() const { return reading.format != ColorConvert::UNKNOWN; }
     // Returns who says what the reading is.
     const char* sayer() const { return rule ? "the name says" : "the options say"; }
-    // Nothing tells the format, or the file's size contradicts it.
+    // Returns true if nothing tells the format, or if the file's size contradicts it.
     bool isUnknown() const { return !hasReading() || (frames && reading.cutOff); }
 };
 

@@ -20,24 +20,26 @@ using Color = ColorConvert;
 constexpr double NOISE = 0.85;  // at least, the cost of neighbors as a share of that of any samples
 constexpr int MAX_SIZE = 12 << 20;  // bytes of the bands that are scored
 
-// Bands are the bands of lines that a file holds of all planes of its frames.
+// Bands says how many bands of lines a file holds.
 struct Bands {
     int lines;  // of a band: at least two rows of blocks, or a few rows
-    int64_t perFrame;
     int64_t frames;
+    int64_t count;                  // of all frames, in the plane that has the fewest
+    std::vector<int64_t> perFrame;  // in each plane
 };
 
-// Returns no bands if the file holds less than a third of a plane.
+// The count is 0 if the file holds less than a third of a plane.
 Bands heldBands(const FrameGeometry& frame, int64_t fileSize) {
     const int lines = std::min(frame.buffer.mHeight, frame.layout.planes[0].isLinear() ? 16 : 64);
     const int64_t whole = frame.buffer.mHeight / lines;
-    int64_t perFrame = whole;
+    Bands bands = {lines, std::max<int64_t>(1, fileSize / frame.size), INT64_MAX, {}};
     for (size_t i = 0; i < static_cast<size_t>(frame.layout.planeCount); ++i) {
-        const int64_t held = std::max<int64_t>(0, fileSize - frame.offsets.planes[i]);
-        perFrame = std::min(perFrame, held / std::max<int64_t>(1, frame.bytesOf(i, lines)));
+        const int64_t bytes = std::max<int64_t>(0, fileSize - frame.offsets.planes[i]);
+        const int64_t held = std::min(whole, bytes / std::max<int64_t>(1, frame.bytesOf(i, lines)));
+        bands.perFrame.push_back(held);
+        bands.count = std::min(bands.count, held * 3 < whole ? 0 : held * bands.frames);
     }
-    return {lines, perFrame * 3 < whole ? 0 : perFrame,
-            std::max<int64_t>(1, fileSize / frame.size)};
+    return bands;
 }
 
 // The cost of the difference of two samples, of at most 10 bits each, is a number of bits.
@@ -86,8 +88,9 @@ std::vector<Component> componentsOf(host::LinearFormat format, int width, int li
     const int size = host::columnBytes(format);
     for (int i = 0; i < (yuv ? 3 : size); ++i) {
         // Pairs of Cb and Cr follow luma. Each belongs to two columns and two lines.
-        const int step = yuv && i > 0 ? 2 : 1;
-        const int start = step == 2 ? (width * lines + i - 1) * size : 0;
+        const bool isChroma = yuv && i > 0;
+        const int step = isChroma ? 2 : 1;
+        const int start = isChroma ? (width * lines + (i == 2 ? 1 : 0)) * size : 0;
         const int shift = yuv ? size * 8 - bits : i * bits;
         all.push_back(
             {width / step, lines / step, yuv ? step : size,
@@ -163,14 +166,14 @@ double costOfBytes(const unsigned char* bytes, int64_t size) {
     return cost / (all * all);
 }
 
-// P010's words end with 6 bits that are no part of a sample: they are zeros, or a writer repeats
-// the highest bits of the sample in them. Or samples of 8 bits fill both bytes of their words, as
-// ffmpeg writes them.
+// The lowest 6 bits of P010's words are no part of a sample. They are zeros, or a writer repeats
+// the highest bits of the sample there. Or a writer, such as ffmpeg, puts a sample of 8 bits into
+// both bytes of each word.
 bool isDoubled(int word) { return word >> 8 == (word & 0xFF); }
 constexpr int UNUSED_BITS = 6;
 bool usesUnusedBits(int word) {
     const int low = word & ((1 << UNUSED_BITS) - 1);
-    return low != 0 && low != word >> (16 - UNUSED_BITS) && !isDoubled(word);
+    return low != 0 && low != word >> (16 - UNUSED_BITS);
 }
 
 // Fills a frame of few lines with bands that are spread, in each plane, over all that are held.
@@ -182,9 +185,10 @@ bool readBands(DumpFile& file, const FrameGeometry& frame, const Bands& held,
     for (size_t i = 0; i < static_cast<size_t>(frame.layout.planeCount); ++i) {
         const int64_t bytes = frame.bytesOf(i, held.lines);
         for (int64_t band = 0; band < bands; ++band) {
-            const int64_t from = (2 * band + 1) * held.perFrame * held.frames / (2 * bands);
-            const int64_t offset = from / held.perFrame * frame.size + frame.offsets.planes[i] +
-                                   from % held.perFrame * bytes;
+            const int64_t perFrame = held.perFrame[i];
+            const int64_t from = (2 * band + 1) * perFrame * held.frames / (2 * bands);
+            const int64_t offset =
+                from / perFrame * frame.size + frame.offsets.planes[i] + from % perFrame * bytes;
             if (!file.read(offset, bytes, to + low.offsets.planes[i] + band * bytes)) {
                 return false;
             }
@@ -204,6 +208,7 @@ std::optional<bool> seesFrameEnds(DumpFile& file, const FrameGeometry& frame, un
         return {};
     }
     const int64_t count = std::min(ends, MAX_ENDS);
+    int64_t seen = 0;
     for (int64_t i = 0; i < count; ++i) {
         // This reads two rows before the end of a frame, and two after it.
         const int64_t end = (1 + i * ends / count) * frame.size;
@@ -213,15 +218,17 @@ std::optional<bool> seesFrameEnds(DumpFile& file, const FrameGeometry& frame, un
         const double inside = std::max(costOfRows(rows, rows + pitch, pitch),
                                        costOfRows(rows + 2 * pitch, rows + 3 * pitch, pitch));
         const double across = costOfRows(rows + pitch, rows + 2 * pitch, pitch);
-        if (across <= inside * 1.3 + LEAST_COST * static_cast<double>(pitch)) {
-            return false;
-        }
+        seen += across > inside * 1.3 + LEAST_COST * static_cast<double>(pitch) ? 1 : 0;
     }
-    return true;
+    if (seen < count && 2 * seen > count) {
+        return {};
+    }
+    return seen == count;
 }
 
 }  // namespace
 
+// unpack() reads up to three bytes after the last sample.
 FrameScorer::FrameScorer(const std::string& path)
     : mFile(path),
       mSrc(MAX_SIZE + sizeof(uint32_t), DeviceMemory::NO_FD),
@@ -238,8 +245,8 @@ bool FrameScorer::score(Reading& reading, int64_t maxBands) {
     const auto& [width, height] = reading.aligned;
     const FrameGeometry frame(format, width, height);
     const Bands held = heldBands(frame, mFile.size());
-    int64_t bands = std::min({maxBands, std::max<int64_t>(2, MAX_SAMPLES / width / held.lines),
-                              held.perFrame * held.frames});
+    int64_t bands =
+        std::min({maxBands, std::max<int64_t>(2, MAX_SAMPLES / width / held.lines), held.count});
     // Heights of Lumo are multiples of two bands.
     bands -= bands > 1 ? bands % 2 : 0;
     const int lines = static_cast<int>(bands) * held.lines;
@@ -270,7 +277,7 @@ bool FrameScorer::score(Reading& reading, int64_t maxBands) {
         const auto words = unpack(mSrc.data(), 2, 0, 16, size / 2);
         bits = std::all_of(words.begin(), words.end(), isDoubled) ? 8 : bits;
         const auto used = std::count_if(words.begin(), words.end(), usesUnusedBits);
-        cost = static_cast<double>(UNUSED_BITS * used);
+        cost = bits == 8 ? 0 : static_cast<double>(UNUSED_BITS * used);
     }
     const auto components = componentsOf(frame.layout.format, width, lines, mDst.data(), bits);
     for (const Component& plane : components) {

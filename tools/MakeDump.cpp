@@ -72,7 +72,7 @@ Options parseOptions(int argc, char* argv[]) {
     return options;
 }
 
-// Returns the number of frames to write, which the raw file holds if there is one.
+// Returns the number of frames to write. If there is a raw file, it holds that many.
 int countFrames(const Options& options, const FrameGeometry& raw) {
     if (!raw.layout.isUnpacked() && !raw.layout.isPlanar()) {
         fail("raw frames must be in a linear format: NV12, YUV420P, YV12, P010 or an RGB format");
@@ -165,7 +165,7 @@ void writeDump(const Options& options) {
     const auto format = options.inputFormat;
     const auto [width, height] =
         ColorConvert::getDefaultAlignedSize(options.width, options.height, format);
-    // No output has more bytes than the picture.
+    // No output has more bytes than a frame in RGBA8888.
     if (ColorConvert::getFrameSize(width, height, format) < 0 ||
         ColorConvert::getFrameSize(width, height, ColorConvert::RGBA8888) < 0) {
         fail("a frame is 2 GiB or more");

@@ -63,9 +63,9 @@ Options parseOptions(int argc, char* argv[]) {
     if (options.inputPaths.empty()) {
         fail("no file or folder is given");
     }
-    // Without --outputs the name is empty, and no folder has that name.
-    if (access(options.writtenFolder.c_str(), R_OK | X_OK) != 0 && errno != ENOENT) {
-        fail(concat("the folder ", options.writtenFolder, " can't be read: ", strerror(errno)));
+    const std::string& written = options.writtenFolder;
+    if (!written.empty() && access(written.c_str(), R_OK | X_OK) != 0 && errno != ENOENT) {
+        fail(concat("the folder ", written, " can't be read: ", strerror(errno)));
     }
     if (FileUtils::parseConfigFile(options.configFilePath) < 0) {
         fail(concat("the rules can't be used, ", host::lastLogEntry()));
@@ -151,12 +151,12 @@ void probe(DumpCheck& dump, const CommandLineOptions& options) {
 // outputs are whole, and if its pictures were written.
 bool report(DumpCheck& dump, const Options& options) {
     static const char* separator = "[";  // comes before the next object of JSON
-    bool hasPictures = true;
+    bool allWritten = true;
     if (!options.writtenFolder.empty()) {
         checkWrittenOutputs(dump, options.writtenFolder);
     } else {
         probe(dump, options);
-        hasPictures =
+        allWritten =
             !options.png || writePictures(dump, options.pictureFolder, options.inputColorSpace);
     }
     if (options.json) {
@@ -164,7 +164,7 @@ bool report(DumpCheck& dump, const Options& options) {
     }
     const auto print = options.json ? printJson : printText;
     print(dump, options);
-    return hasPictures && dump.verdict == Verdict::CONVERTS;
+    return allWritten && dump.verdict == Verdict::CONVERTS;
 }
 
 }  // namespace
@@ -186,7 +186,7 @@ int main(int argc, char* argv[]) {
         // VexConverter takes a folder in one run, or several files.
         const bool isFolder = FileUtils::isDirectory(*input);
         const auto end =
-            isFolder ? input + 1 : std::find_if(input, inputs.end(), FileUtils::isDirectory);
+            isFolder ? input + 1 : std::find_if(input + 1, inputs.end(), FileUtils::isDirectory);
         for (DumpCheck& dump :
              isFolder ? checkFolder(*input, options) : checkDumps({input, end}, options)) {
             allWell &= report(dump, options);
