@@ -1,7 +1,5 @@
 #include "Candidates.h"
 
-#include <cutils/properties.h>
-
 #include <algorithm>
 #include <cmath>
 #include <set>
@@ -9,6 +7,7 @@
 #include <utility>
 
 #include "FrameScore.h"
+#include "Settings.h"
 #include "color/Catalogue.h"
 
 namespace {
@@ -90,8 +89,8 @@ class Searcher {
     // tried.
     Searcher(const std::string& path, const CommandLineOptions& known)
         : mScorer(path), mKnown(known) {
-        char board[PROPERTY_VALUE_MAX] = {};
-        const bool hasBoard = property_get("ro.board.platform", board, "") > 0;
+        const char* board = host::boardPlatform();
+        const bool hasBoard = board != nullptr && *board != '\0';
         for (int value = 1; value < Color::COLOR_FORMAT_COUNT; ++value) {
             const auto format = static_cast<Color::ColorFormat>(value);
             if (known.inputFormat == Color::UNKNOWN

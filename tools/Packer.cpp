@@ -15,27 +15,33 @@ size_t channelsOf(LinearFormat format) {
     return format == LinearFormat::RGBA32 || format == LinearFormat::RGB10_A2 ? 4 : 3;
 }
 
-int bitsOf(LinearFormat format, size_t channel) {
+// Returns the bits of a sample.
+int depthOf(LinearFormat format, size_t channel) {
     const bool isDeep = format == LinearFormat::RGB10_A2 || format == LinearFormat::YUV420SP_10;
     return !isDeep ? 8 : channel < 3 ? 10 : 2;
 }
 
 // Returns the highest value of a sample.
-double topOf(LinearFormat format, size_t channel) { return (1 << bitsOf(format, channel)) - 1; }
+double topOf(LinearFormat format, size_t channel) { return (1 << depthOf(format, channel)) - 1; }
 
 // Returns how many columns, and lines, share a sample.
 int stepOf(LinearFormat format, size_t channel) { return isYuv(format) && channel > 0 ? 2 : 1; }
 
+// Returns the plane that stores the channel.
+size_t planeOf(const host::Layout& layout, size_t channel) {
+    if (stepOf(layout.format, channel) == 1) {
+        return 0;
+    }
+    const int planar = channel == 1 ? layout.cbPlane() : layout.crPlane();
+    return static_cast<size_t>(layout.isPlanar() ? planar : 1);
+}
+
 // Returns the place of the lowest bit of a pixel's sample.
-int64_t bitOf(const FrameGeometry& frame, size_t channel, int x, int y) {
+int64_t firstBitOf(const FrameGeometry& frame, size_t channel, int x, int y) {
     const host::Layout& layout = frame.layout;
+    const size_t i = planeOf(layout, channel);
+    const host::PlaneLayout& plane = layout.planes[i];
     const int step = stepOf(layout.format, channel);
-    const int number = step == 1            ? 0
-                       : !layout.isPlanar() ? 1
-                       : channel == 1       ? layout.cbPlane()
-                                            : layout.crPlane();
-    const host::PlaneLayout& plane = layout.planes[number];
-    const auto i = static_cast<size_t>(number);
     const bool isCrOfPair = plane.component == host::Component::CBCR && channel == 2;
     int sample = plane.samplesPerRow(layout.format, x / step * step) + (isCrOfPair ? 1 : 0);
     int64_t start = frame.offsets.planes[i] + plane.blockOffset + frame.bytesOf(i, y);
@@ -47,7 +53,7 @@ int64_t bitOf(const FrameGeometry& frame, size_t channel, int x, int y) {
     }
     // 10 bits of YUV are the highest of 12 or 16. The channels of RGB follow each other.
     const int shift = isYuv(layout.format) ? std::max(0, bits - 10)
-                                           : static_cast<int>(channel) * bitsOf(layout.format, 0);
+                                           : static_cast<int>(channel) * depthOf(layout.format, 0);
     return start * 8 + int64_t{sample} * bits + shift;
 }
 
@@ -80,13 +86,13 @@ host::Affine scaleBy(double factor) {
     return {{{factor, 0, 0}, {0, factor, 0}, {0, 0, factor}}, {0, 0, 0}};
 }
 
-// Returns the picture in another format, which uses the given one. Only pixels of even columns and
-// lines have chroma.
+// Returns the picture in another format. It refers to the given one, which must outlive it. Only
+// pixels of even columns and lines get chroma, because no other is used.
 Picture convert(const Picture& from, LinearFormat format, const host::Profile& profile) {
-    const auto toRgb = isYuv(from.format) ? host::toRgb(profile, bitsOf(from.format, 0))
+    const auto toRgb = isYuv(from.format) ? host::toRgb(profile, depthOf(from.format, 0))
                                           : scaleBy(1 / topOf(from.format, 0));
     const auto fromRgb =
-        isYuv(format) ? host::fromRgb(profile, bitsOf(format, 0)) : scaleBy(topOf(format, 0));
+        isYuv(format) ? host::fromRgb(profile, depthOf(format, 0)) : scaleBy(topOf(format, 0));
     // Returns the mean color of step x step pixels from (x, y) on, or of the last ones, as R, G, B
     // and A from 0 to 1. It is black, which has neutral chroma, if the picture has fewer pixels.
     const auto colorAt = [&from, toRgb](int x, int y, int step) {
@@ -123,13 +129,13 @@ Picture unpackFrame(std::vector<uint8_t> bytes, const FrameGeometry& raw) {
                 Pixel pixel = {};
                 for (size_t i = 0; i < channelsOf(format); ++i) {
                     const int step = stepOf(format, i);
-                    const int bits = bitsOf(format, i);
+                    const int bits = depthOf(format, i);
                     // These are negative if the frame is too small to have such samples.
                     const int column = std::min(x, width / step * step - 1);
                     const int row = std::min(y, height / step * step - 1);
                     pixel[i] = column < 0 || row < 0
                                    ? 1U << (bits - 1)
-                                   : readBits(bytes, bitOf(raw, i, column, row), bits);
+                                   : readBits(bytes, firstBitOf(raw, i, column, row), bits);
                 }
                 return pixel;
             }};
@@ -149,7 +155,7 @@ std::vector<uint8_t> packFrame(const Picture& picture, const FrameGeometry& dump
                 const int step = stepOf(format, i);
                 if (x % step == 0 && y % step == 0) {
                     const double sample = std::clamp(pixel[i], 0.0, topOf(format, i));
-                    writeBits(bytes, bitOf(dump, i, x, y),
+                    writeBits(bytes, firstBitOf(dump, i, x, y),
                               static_cast<unsigned>(std::lround(sample)));
                 }
             }
