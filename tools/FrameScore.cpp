@@ -80,6 +80,11 @@ std::vector<uint16_t> unpack(const unsigned char* from, int step, int shift, int
     return samples;
 }
 
+// Returns the bits of a sample of luma, or of R, G and B.
+int depthOf(host::LinearFormat format) {
+    return format == host::LinearFormat::RGB10_A2 ? 10 : host::bitsOf(format);
+}
+
 // bits is the number of bits of a sample. In YUV they are the highest of a byte or word.
 std::vector<Component> componentsOf(host::LinearFormat format, int width, int lines,
                                     const unsigned char* bytes, int bits) {
@@ -220,10 +225,8 @@ std::optional<bool> seesFrameEnds(DumpFile& file, const FrameGeometry& frame, un
         const double across = costOfRows(rows + pitch, rows + 2 * pitch, pitch);
         seen += across > inside * 1.3 + LEAST_COST * static_cast<double>(pitch) ? 1 : 0;
     }
-    if (seen < count && 2 * seen > count) {
-        return {};
-    }
-    return seen == count;
+    const bool isUnclear = seen < count && 2 * seen > count;
+    return isUnclear ? std::nullopt : std::optional(seen == count);
 }
 
 }  // namespace
@@ -269,15 +272,16 @@ bool FrameScorer::score(Reading& reading, int64_t maxBands) {
         mFailure = host::lastLogEntry();
         return false;
     }
-    int bits = frame.layout.format == host::LinearFormat::RGB10_A2
-                   ? 10
-                   : host::bitsOf(frame.layout.format);
+    int bits = depthOf(frame.layout.format);
     double cost = 0;
     if (format == Color::P010) {
         const auto words = unpack(mSrc.data(), 2, 0, 16, size / 2);
-        bits = std::all_of(words.begin(), words.end(), isDoubled) ? 8 : bits;
-        const auto used = std::count_if(words.begin(), words.end(), usesUnusedBits);
-        cost = bits == 8 ? 0 : static_cast<double>(UNUSED_BITS * used);
+        if (std::all_of(words.begin(), words.end(), isDoubled)) {
+            bits = 8;
+        } else {
+            const auto used = std::count_if(words.begin(), words.end(), usesUnusedBits);
+            cost = static_cast<double>(UNUSED_BITS * used);
+        }
     }
     const auto components = componentsOf(frame.layout.format, width, lines, mDst.data(), bits);
     for (const Component& plane : components) {
