@@ -7,7 +7,8 @@
 #include "color/ColorConvert.h"
 
 struct FrameGeometry {
-    // width (pixels) and height (lines) are aligned, and the frame's size is in range.
+    // width (pixels) and height (lines) are those that are stored, with padding if there is some.
+    // The frame's size is in range.
     FrameGeometry(ColorConvert::ColorFormat format, int width, int height);
 
     // Returns the bytes of the rows of a plane, or rows of blocks, that this many lines of the
