@@ -25,9 +25,9 @@ class FrameScorer {
 
     int64_t fileSize() const { return mFile.size(); }
 
-    // Fills in score, isNoise, isTransparent and seesEnds of the reading. Returns false if the bytes
-    // have one value, if the blocks are compressed, if the file holds less than a third of a plane,
-    // if lines are too long, or after a failure.
+    // Fills in score, isNoise, isTransparent and seesEnds of the reading. Returns false if the
+    // bytes have one value, if the blocks are compressed, if the file holds less than a third of a
+    // plane, if lines are too long, or after a failure.
     bool score(Reading& reading, int64_t maxBands);
 
     // Returns the reason of the first failure, after which nothing is scored, or an empty text.

@@ -72,8 +72,8 @@ Options parseOptions(int argc, char* argv[]) {
     return options;
 }
 
-// Returns the number of frames to write. Ends the program if there is a raw file that can't be read,
-// or that holds fewer.
+// Returns the number of frames to write. Ends the program if there is a raw file that can't be
+// read, or that holds fewer.
 int countFrames(const Options& options, const FrameGeometry& raw) {
     if (!raw.layout.isUnpacked() && !raw.layout.isPlanar()) {
         fail("raw frames must be in a linear format: NV12, YUV420P, YV12, P010 or an RGB format");
